@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "platform/file_calls.h"
+
+namespace lumisk {
+
+// The copy rule: pure functions, values in, verdict out.
+
+enum class CopyVerdict {
+  kCopy,       // nothing stands at the destination
+  kReplace,    // the source is newer, or something of another type stands there
+  kUnchanged,  // leave it
+};
+
+struct CopyDecision {
+  CopyVerdict verdict = CopyVerdict::kUnchanged;
+  const char* reason =
+      "";  // a short phrase for dry runs: "new", "newer", "other size", "unchanged", "not a file there"
+};
+
+struct CopyQuestion {
+  FileStatus source;
+  std::optional<FileStatus> destination;    // proven absent when empty
+  std::chrono::nanoseconds granularity{1};  // the coarser of the two file systems' time stamps
+  bool compareSizes = false;                // the last run did not complete
+};
+
+// For backup jobs, and the part that two-way jobs share. A difference of exactly one second counts as none.
+[[nodiscard]] CopyDecision decideCopy(const CopyQuestion& question);
+
+// Strictly later.
+[[nodiscard]] bool checkModificationDate(const FileStatus& source, const FileStatus& destination);
+
+// Names that are never copied (our own files, and folders' view settings of desktop systems).
+[[nodiscard]] bool isSkippedName(const std::string& name);
+// Our own temporary siblings: ".lumisk-" and 12 hexadecimal digits.
+[[nodiscard]] bool isTemporaryName(const std::string& name);
+
+}  // namespace lumisk

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "engine/run_seams.h"
+#include "engine/run_state.h"
+#include "platform/catalog_info.h"
+#include "platform/trash.h"
+
+namespace lumisk {
+
+// Carries single files, links and folder metadata from one place to another.
+//
+// The earlier version survives every failure: a copy is written to a temporary sibling, takes its metadata, and
+// replaces the destination in one rename; where the earlier version goes to a revision or the Trash it has its second
+// name there before. What a failure, a stop or a full disk deletes is the temporary sibling only. Something of another
+// type that stands at the destination is kept the same way, never unlinked outright.
+//
+// One object per run and target; used from the run's thread.
+class FileCopier {
+ public:
+  FileCopier(RunState& run, VersionKeeper& revisions, Trash& trash) : run_(run), revisions_(revisions), trash_(trash) {}
+
+  struct Copied {
+    FileIdentity made;        // the new file
+    std::uint64_t bytes = 0;  // of data written
+    bool keptVersion = false;
+    // The source changed while it was read, in a way that its date might not show: what was made carries an older date
+    // so that the next run copies it again.
+    bool changedMeanwhile = false;
+  };
+  // `seen` is the source as the walk listed it; another file under its name by now is the error ESTALE. `standing` is
+  // what has the destination's name; empty: proven absent, and then nothing is ever replaced (EEXIST). A stop gives
+  // ECANCELED. ENOSPC and EDQUOT have been reported to the run.
+  Result<Copied> copyMacintoshFile(const Place& source, const FileStatus& seen, const Place& destination,
+                                   const std::optional<FileStatus>& standing);
+
+  // A further name for a file that this run has carried already (hard links stay hard links). Fails with EMLINK, EPERM,
+  // EXDEV or EOPNOTSUPP where the target cannot; the caller copies then.
+  Result<Copied> linkMacintoshFile(const Place& existing, const FileIdentity& expected, const Place& destination,
+                                   const std::optional<FileStatus>& standing);
+
+  enum class LinkOutcome { kFailed = -1, kNotALink = 0, kMade = 1, kSame = 2 };
+  // Recreates a symbolic link with its text, owner and date; logs. An identical link is left alone. Anything else that
+  // stands there is kept first as an overwritten file is.
+  LinkOutcome copyMacintoshFileLink(const Place& source, const FileStatus& seen, const Place& destination,
+                                    const std::optional<FileStatus>& standing);
+
+  // Gives an open folder the metadata of another as they were read. False when they could not be set; losses are
+  // logged.
+  bool copyMacintoshFinderInfo(const CatalogInfo& info, int destination, const std::string& destinationPath);
+
+  // Makes a folder, 0700 until it gets its own permissions, and opens it. A file or link that stands there is kept
+  // first.
+  Result<Descriptor> createMacintoshDirectory(const Place& destination, const std::optional<FileStatus>& standing);
+
+ private:
+  RunState& run_;
+  VersionKeeper& revisions_;
+  Trash& trash_;
+};
+
+}  // namespace lumisk

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <string>
+
+#include "platform/file_calls.h"
+
+namespace lumisk {
+
+// One entry in an open folder. `path` is absolute, for records and messages only.
+struct Place {
+  int folder = -1;
+  std::string name;
+  std::string path;
+};
+
+// Keeps the version that is about to be overwritten. Where it can, by a second name for the same file, so that the
+// destination is never absent; else by moving it.
+class VersionKeeper {
+ public:
+  enum class Kept {
+    kNothing,  // not this keeper's business: nothing was done
+    kLinked,   // the version has a second name; the destination still stands
+    kMoved,    // the version was moved; the destination is absent now
+  };
+  virtual ~VersionKeeper() = default;
+  // Fails when the version must be kept and could not be: then nothing may be overwritten.
+  virtual Result<Kept> keep(const Place& destination, const FileStatus& standing) = 0;
+};
+
+// Keeps no revisions: always kNothing.
+class NoRevisions : public VersionKeeper {
+ public:
+  Result<Kept> keep(const Place&, const FileStatus&) override { return Kept::kNothing; }
+};
+
+// Learns which source was carried to which destination (the file list of jobs that follow deletions).
+class RunRecorder {
+ public:
+  virtual ~RunRecorder() = default;
+  virtual void recordPair(const std::string& source, const std::string& destination) = 0;
+};
+
+// Records nothing.
+class NoRunRecord : public RunRecorder {
+ public:
+  void recordPair(const std::string&, const std::string&) override {}
+};
+
+// Mounts the disk image that holds a job's target.
+class ImageMounter {
+ public:
+  virtual ~ImageMounter() = default;
+  virtual bool mountTheLumiskDMGFileAtPath(const std::string& path) = 0;
+  // Whether the keychain can open the image without asking.
+  virtual bool isAKeychainDMGAtPath(const std::string& path) = 0;
+};
+
+// Mounts nothing: a target inside an image is found only where it is mounted already.
+class NoImages : public ImageMounter {
+ public:
+  bool mountTheLumiskDMGFileAtPath(const std::string&) override { return false; }
+  bool isAKeychainDMGAtPath(const std::string&) override { return false; }
+};
+
+// Real-time listening of one worker.
+class EventListening {
+ public:
+  virtual ~EventListening() = default;
+  virtual void startFSEventThread() = 0;
+  virtual void stopFSEventThread() = 0;
+};
+
+// Listens to nothing: a real-time job runs when it is asked to.
+class NoListening : public EventListening {
+ public:
+  void startFSEventThread() override {}
+  void stopFSEventThread() override {}
+};
+
+}  // namespace lumisk

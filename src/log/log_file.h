@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+
+namespace lumisk {
+
+// The application log, <home>/Library/Logs/Qel Lumisk.log, and one log per job, <home>/Library/Logs/Qel
+// Lumisk/<job>.log: append-only text, each message prefixed "YYYY-MM-DD  HH:MM:SS : " in local time, no newline added.
+// A file that has reached 104,857,600 bytes is deleted and started afresh; the application log is checked when it is
+// opened and every 1000 messages, a job's log at each message. Every failure is silent: logging never interrupts a
+// copy.
+//
+// Threads: any thread may write; opening and closing happen on the main thread at start-up and shut-down.
+
+// nullptr: the standard place. False when the file could not be opened; messages are then dropped.
+bool TivOpenLogFile(const std::string* path);
+void TivCloseLogFile();
+void TivOutputLogFlush();
+void TivOutputLogMessage(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// Always 0.
+int TivOutputLogMessageByJob(const std::string& jobName, const char* format, ...) __attribute__((format(printf, 2, 3)));
+// Whether uncaught exceptions are logged before they end the program: on with 0. Has nothing to do with the two files.
+void TivDisableOutputLogging(signed char flag);
+
+// Where the logs are.
+[[nodiscard]] std::string applicationLogPath();
+[[nodiscard]] std::string jobLogPath(const std::string& jobName);
+
+}  // namespace lumisk

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace lumisk {
+
+[[nodiscard]] bool isValidUtf8(std::string_view bytes);
+// For showing a path on one line: control characters and bytes that are not UTF-8 become "\xNN". Never for opening.
+[[nodiscard]] std::string displayText(std::string_view bytes);
+// A key under which names that a folding file system may take for the same one are equal: case folded, NFC. A hint for
+// warnings only; file systems differ.
+[[nodiscard]] std::string foldedName(std::string_view name);
+
+}  // namespace lumisk

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "platform/result.h"
+
+namespace lumisk {
+
+struct ChildRequest {
+  std::vector<std::string> arguments;  // [0] is the program: a path, or a name looked up in PATH. No shell is involved.
+  std::string input;                   // given on standard input, which is then closed
+  std::vector<std::string> environment;                                // "NAME=value" entries added to ours
+  std::chrono::milliseconds limit = std::chrono::milliseconds::max();  // then it is killed, with error ETIMEDOUT
+};
+
+struct ChildResult {
+  int status = 0;  // the exit status, or 128 + the signal that ended it
+  std::string output;
+  std::string errors;
+};
+
+// Runs a program to its end. The child gets no descriptor of ours but its three, and default signals.
+Result<ChildResult> runChild(const ChildRequest& request);
+
+}  // namespace lumisk

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/result.h"
+
+namespace lumisk {
+
+struct MountEntry {
+  std::string mountPoint;
+  std::string fileSystem;  // type: "ext4", "nfs4"
+  std::string source;      // device or server path
+  std::uint64_t device = 0;
+  bool isReadOnly = false;
+};
+
+// All mounts of this process's namespace, in mount order (a later one hides an earlier one of the same place).
+// From /proc/self/mountinfo through libmount.
+Result<std::vector<MountEntry>> mountTable();
+
+// Whether a file system of this type holds no user's files (proc, sysfs, devtmpfs, cgroup2, ...): never walked.
+[[nodiscard]] bool isPseudoFileSystem(const std::string& fileSystem);
+[[nodiscard]] bool isNetworkFileSystem(const std::string& fileSystem);
+
+}  // namespace lumisk

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/property_list.h"
+
+namespace lumisk {
+
+inline constexpr const char* kDefaultsDomain = "com.qelcorporation.lumisk";
+
+// The application's stored settings: one dictionary in <home>/Library/Preferences/<domain>.plist. Reads see what is on
+// disk (the file is read again when it changed); every change is written through, atomically and durably, before it
+// returns, and never replaces a file that was not read whole. A file that does not parse is set aside under a dated
+// name beside it, reported by takeWarnings(), and the settings start empty; a file that cannot be read (permissions,
+// I/O) is left alone and every call fails. All methods may be called from any thread. Between processes, whoever owns
+// the store holds its lock.
+class UserDefaults {
+ public:
+  explicit UserDefaults(std::string path);
+  static std::string standardPath();  // of kDefaultsDomain below the current home folder
+
+  Result<PropertyList> object(const std::string& key);  // kNone when missing
+  Result<void> setObject(const std::string& key, PropertyList value);
+  Result<void> removeObject(const std::string& key);
+  // All changes of `edit` in one write; nothing is written when it leaves the dictionary as it was.
+  Result<void> change(const std::function<void(PropertyList::Dictionary&)>& edit);
+  // What was set aside since the last call, one line each, for the face to show.
+  std::vector<std::string> takeWarnings();
+
+  // Exclusive ownership by this process, kept until the returned handle goes; EWOULDBLOCK when another process has it.
+  class Ownership;
+  Result<std::shared_ptr<Ownership>> own();
+
+  [[nodiscard]] const std::string& path() const { return path_; }
+
+ private:
+  struct Loaded;
+  Result<void> refresh();
+
+  std::mutex mutex_;
+  std::string path_;
+  std::shared_ptr<Loaded> loaded_;
+  std::vector<std::string> warnings_;
+};
+
+}  // namespace lumisk
