@@ -9,6 +9,7 @@
 #include "engine/job_log.h"
 #include "engine/job_progress_message.h"
 #include "engine/pace.h"
+#include "engine/written_data.h"
 #include "jobs/job_views.h"
 #include "platform/file_calls.h"
 #include "platform/user_dialogs.h"
@@ -52,6 +53,7 @@ struct RunState {
   Pace pace;
   JobLog& log;
   UserDialogs& dialogs;
+  WrittenData written;
 
   // Owned by the worker, which outlives the run.
   const std::atomic<bool>* terminate = nullptr;

@@ -109,6 +109,7 @@ class FileCalls {
   // Shares or copies bytes inside the kernel from the current positions; 0 at the end of `from`.
   virtual Result<std::size_t> copyRange(int from, int to, std::size_t size) = 0;
   virtual Result<void> cloneFile(int from, int to) = 0;  // shares all data of a file (FICLONE)
+  virtual Result<Descriptor> duplicate(int descriptor) = 0;
   virtual Result<void> close(Descriptor file) = 0;  // reports what close reports; the descriptor is gone either way
 
   // Names.
