@@ -20,6 +20,7 @@ using system_calls::checked;
 using system_calls::checkedName;
 using system_calls::isEntryName;
 using system_calls::openQuietly;
+using system_calls::renameWithoutReplacing;
 using system_calls::uninterrupted;
 
 FileCalls& realFileCalls() {
@@ -110,10 +111,10 @@ bool isDotOrDotDot(const char* name) {
   return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
-// For a file system that knows no RENAME_NOREPLACE (NFS, many in user space). A second name is never made over an
-// existing one, so link and unlink keep the promise exactly; folders, and files where there are no hard links, are
-// left with looking first, and lose the race against somebody who creates the name in that very moment.
-Result<void> renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder, const std::string& to) {
+}  // namespace
+
+Result<void> system_calls::renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
+                                                  const std::string& to) {
   if (uninterrupted([&] { return ::linkat(fromFolder, from.c_str(), toFolder, to.c_str(), 0); }) == 0) {
     if (uninterrupted([&] { return ::unlinkat(fromFolder, from.c_str(), 0); }) == 0) return {};
     const int code = errno;
@@ -127,8 +128,6 @@ Result<void> renameWithoutReplacing(int fromFolder, const std::string& from, int
   if (errno != ENOENT) return fail("rename", from, errno);
   return checked("rename", from, [&] { return ::renameat(fromFolder, from.c_str(), toFolder, to.c_str()); });
 }
-
-}  // namespace
 
 Result<Descriptor> RealFileCalls::openRoot(const std::string& path) {
   if (path.find('\0') != std::string::npos) return fail("open", path, EINVAL);

@@ -92,5 +92,10 @@ Result<void> checkedName(const char* operation, const std::string& name, Call ca
 // openat(2) that leaves the access time alone where the system permits that (owner or root).
 int openQuietly(int folder, const char* name, int flags);
 
+// For a file system that knows no RENAME_NOREPLACE (NFS, many in user space). A second name is never made over an
+// existing one, so link and unlink keep the promise exactly; folders, and files where there are no hard links, are
+// left with looking first, and lose the race against somebody who creates the name in that very moment.
+Result<void> renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder, const std::string& to);
+
 }  // namespace system_calls
 }  // namespace lumisk

@@ -16,10 +16,10 @@ namespace lumisk::test {
 // out is neither set nor compared.
 struct File {
   std::string text;
-  std::optional<std::uint32_t> mode;
-  std::optional<std::int64_t> modified;
+  std::optional<std::uint32_t> mode{};
+  std::optional<std::int64_t> modified{};
   std::int64_t nanoseconds = 0;
-  std::map<std::string, std::string> attributes;  // must all be there; others are not looked at
+  std::map<std::string, std::string> attributes{};  // must all be there; others are not looked at
 };
 struct Link {
   std::string text;
@@ -29,8 +29,8 @@ struct Dir;
 using Node = std::variant<File, Link, Fifo, Dir>;
 struct Dir {
   std::vector<std::pair<std::string, Node>> entries;
-  std::optional<std::uint32_t> mode;
-  std::optional<std::int64_t> modified;
+  std::optional<std::uint32_t> mode{};
+  std::optional<std::int64_t> modified{};
   Dir() = default;
   Dir(std::initializer_list<std::pair<std::string, Node>> list) : entries(list) {}
 };

@@ -1,0 +1,389 @@
+#include "platform/file_calls.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "platform/real_file_calls.h"
+#include "support/faulty_file_calls.h"
+#include "support/temp_tree.h"
+
+namespace lumisk::test {
+namespace {
+
+template <class T>
+int codeOf(const Result<T>& result) {
+  return result ? 0 : result.error().code;
+}
+
+std::span<const std::byte> bytesOf(const std::string& text) {
+  return std::as_bytes(std::span(text));
+}
+
+std::string readAll(FileCalls& files, int file) {
+  std::string text(64, '\0');
+  const auto size = files.read(file, std::as_writable_bytes(std::span(text)));
+  text.resize(size.value_or(0));
+  return text;
+}
+
+// What every implementation of FileCalls keeps to.
+class FileCallsConformance : public ::testing::TestWithParam<const char*> {
+ protected:
+  FileCalls& files() { return std::string(GetParam()) == "real" ? realFileCalls() : faulty_; }
+  Descriptor open(const TempTree& tree) { return std::move(*files().openRoot(tree.path())); }
+
+ private:
+  FaultyFileCalls faulty_;
+};
+
+INSTANTIATE_TEST_SUITE_P(, FileCallsConformance, ::testing::Values("real", "faulty"),
+                         [](const auto& given) { return std::string(given.param); });
+
+TEST_P(FileCallsConformance, Link_InTheGivenName_IsNeverFollowed) {
+  const TempTree tree{{"d", Dir{{"f", File{"x"}}}}, {"toFolder", Link{"d"}}, {"toFile", Link{"d/f"}}};
+  const auto root = open(tree);
+  EXPECT_EQ(codeOf(files().openFolder(root.get(), "toFolder")), ENOTDIR);
+  EXPECT_EQ(codeOf(files().openFile(root.get(), "toFile")), ELOOP);
+  EXPECT_EQ(codeOf(files().openFileForWriting(root.get(), "toFile")), ELOOP);
+  EXPECT_EQ(codeOf(files().createFile(root.get(), "toFile", 0600)), EEXIST);
+  EXPECT_EQ(files().status(root.get(), "toFolder")->type, FileType::kLink);
+  EXPECT_EQ(codeOf(files().removeFolder(root.get(), "toFolder")), ENOTDIR);
+  ASSERT_TRUE(files().link(root.get(), "toFile", root.get(), "second"));
+  EXPECT_EQ(files().readLink(root.get(), "second"), "d/f");
+  ASSERT_TRUE(files().removeFile(root.get(), "toFile"));
+  EXPECT_EQ(readFile(tree / "d/f"), "x");
+}
+
+TEST_P(FileCallsConformance, Name_ThatIsNoEntryOfTheFolder_IsRefused) {
+  const TempTree tree{{"d", Dir{{"f", File{"x"}}}}, {"f", File{"y"}}};
+  const auto root = open(tree);
+  for (const std::string& name : {std::string("d/f"), std::string(".."), std::string(), std::string("f\0g", 3)}) {
+    EXPECT_EQ(codeOf(files().status(root.get(), name)), EINVAL) << name;
+    EXPECT_EQ(codeOf(files().openFile(root.get(), name)), EINVAL) << name;
+    EXPECT_EQ(codeOf(files().removeFile(root.get(), name)), EINVAL) << name;
+    EXPECT_EQ(codeOf(files().rename(root.get(), "f", root.get(), name, Replace::kAllowed)), EINVAL) << name;
+    EXPECT_EQ(codeOf(files().link(root.get(), name, root.get(), "new")), EINVAL) << name;
+  }
+  EXPECT_EQ(treeListing(tree.path()), (std::vector<std::string>{"d/", "d/f", "f"}));
+}
+
+TEST_P(FileCallsConformance, Error_OfAName_CarriesIt) {
+  const TempTree tree;
+  const auto root = open(tree);
+  const auto missing = files().status(root.get(), "missing");
+  ASSERT_FALSE(missing);
+  EXPECT_EQ(missing.error().code, ENOENT);
+  EXPECT_EQ(missing.error().path, "missing");
+}
+
+TEST_P(FileCallsConformance, OpenRoot_PathLongerThanOneCallTakes_Opens) {
+  const TempTree tree;
+  auto at = open(tree);
+  const std::string name(200, 'n');
+  std::string path = tree.path();
+  for (int depth = 0; depth < 30; ++depth) {
+    ASSERT_TRUE(files().makeFolder(at.get(), name, 0700));
+    at = std::move(*files().openFolder(at.get(), name));
+    path += "/" + name;
+  }
+  const auto opened = files().openRoot(path);
+  ASSERT_TRUE(opened) << opened.error().text();
+  EXPECT_EQ(files().statusOf(opened->get())->identity, files().statusOf(at.get())->identity);
+  EXPECT_EQ(codeOf(files().openRoot(path + "/missing")), ENOENT);
+}
+
+TEST_P(FileCallsConformance, OpenParent_OfAFolder_IsTheFolderAbove) {
+  const TempTree tree{{"d", Dir{}}};
+  const auto root = open(tree);
+  const auto parent = files().openParent(files().openFolder(root.get(), "d")->get());
+  ASSERT_TRUE(parent);
+  EXPECT_EQ(files().statusOf(parent->get())->identity, files().statusOf(root.get())->identity);
+}
+
+TEST_P(FileCallsConformance, ListFolder_ManyEntriesOfAllKinds_GivesEachOnceEveryTime) {
+  const TempTree tree{{"d", Dir{}}, {"fifo", Fifo{}}, {"link", Link{"d"}}, {"\xff\n", File{""}}};
+  const auto root = open(tree);
+  const std::string padding(200, 'x');
+  for (int i = 0; i < 1500; ++i) ASSERT_TRUE(files().createFile(root.get(), std::to_string(i) + padding, 0600));
+  for (int round = 0; round < 2; ++round) {
+    std::vector<FolderEntry> entries;
+    ASSERT_TRUE(files().listFolder(root.get(), entries));
+    std::map<std::string, FileType> found;
+    for (const auto& entry : entries) found[entry.name] = entry.type;
+    EXPECT_EQ(entries.size(), 1504U);
+    EXPECT_EQ(found.size(), 1504U);
+    EXPECT_EQ(found["d"], FileType::kFolder);
+    EXPECT_EQ(found["fifo"], FileType::kFifo);
+    EXPECT_EQ(found["link"], FileType::kLink);
+    EXPECT_EQ(found["\xff\n"], FileType::kRegular);
+  }
+}
+
+TEST_P(FileCallsConformance, Status_OfAFile_IsWhatTheSystemSays) {
+  const TempTree tree{{"f", File{"12345", 0640, 1234, 567}}};
+  const auto root = open(tree);
+  ASSERT_EQ(::chmod((tree / "f").c_str(), 04751), 0);
+  struct stat expected;
+  ASSERT_EQ(::lstat((tree / "f").c_str(), &expected), 0);
+  const auto status = *files().status(root.get(), "f");
+  EXPECT_EQ(status.type, FileType::kRegular);
+  EXPECT_EQ(status.mode, 04751U);
+  EXPECT_EQ(status.owner, expected.st_uid);
+  EXPECT_EQ(status.group, expected.st_gid);
+  EXPECT_EQ(status.size, 5U);
+  EXPECT_EQ(status.blocks, static_cast<std::uint64_t>(expected.st_blocks));
+  EXPECT_EQ(status.links, 1U);
+  EXPECT_EQ(status.modified, (FileTime{1234, 567}));
+  EXPECT_EQ(status.changed.seconds, expected.st_ctim.tv_sec);
+  EXPECT_EQ(status.identity, (FileIdentity{expected.st_dev, expected.st_ino}));
+  EXPECT_EQ(files().statusOf(files().openFile(root.get(), "f")->get())->identity, status.identity);
+  EXPECT_FALSE(status.isMountRoot);
+  EXPECT_TRUE(files().status(files().openRoot("/")->get(), "proc")->isMountRoot);
+}
+
+TEST_P(FileCallsConformance, SpaceOf_AFolder_IsWithinTheTotal) {
+  const TempTree tree;
+  const auto space = files().spaceOf(open(tree).get());
+  ASSERT_TRUE(space);
+  EXPECT_GT(space->total, 0U);
+  EXPECT_LE(space->available, space->total);
+}
+
+TEST_P(FileCallsConformance, MayReadAndWrite_AsAnotherUser_FollowThePermissions) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root";
+  const TempTree tree{{"open", File{"", 0644}}, {"closed", File{"", 0600}}, {"d", Dir{}}};
+  ASSERT_EQ(::chmod((tree / "d").c_str(), 0744), 0);
+  ASSERT_EQ(::chmod(tree.path().c_str(), 0755), 0);
+  const auto root = open(tree);
+  ASSERT_EQ(::seteuid(65534), 0);
+  const int readOpen = codeOf(files().mayRead(root.get(), "open"));
+  const int readClosed = codeOf(files().mayRead(root.get(), "closed"));
+  const int readFolderWithoutEntering = codeOf(files().mayRead(root.get(), "d"));
+  const int writeOpen = codeOf(files().mayWrite(root.get(), "open"));
+  ASSERT_EQ(::seteuid(0), 0);
+  EXPECT_EQ(readOpen, 0);
+  EXPECT_EQ(readClosed, EACCES);
+  EXPECT_EQ(readFolderWithoutEntering, EACCES);
+  EXPECT_EQ(writeOpen, EACCES);
+  EXPECT_EQ(codeOf(files().mayWrite(root.get(), "closed")), 0);
+}
+
+TEST_P(FileCallsConformance, OpenFile_OnAFifo_DoesNotWaitForAWriter) {
+  const TempTree tree{{"fifo", Fifo{}}};
+  const auto root = open(tree);
+  const auto opened = files().openFile(root.get(), "fifo");
+  ASSERT_TRUE(opened);
+  EXPECT_EQ(files().statusOf(opened->get())->type, FileType::kFifo);
+}
+
+TEST_P(FileCallsConformance, OpenFile_AndRead_LeavesTheAccessTimeAlone) {
+  const TempTree tree{{"f", File{"x", 0644, 1000}}};
+  const auto root = open(tree);
+  const auto file = files().openFile(root.get(), "f");
+  EXPECT_EQ(readAll(files(), file->get()), "x");
+  struct stat status;
+  ASSERT_EQ(::fstat(file->get(), &status), 0);
+  EXPECT_EQ(status.st_atim.tv_sec, 1000);
+}
+
+// The file calls open without waiting; a lease holder must still be given the time to let go.
+const int* leasedFile = nullptr;
+
+TEST_P(FileCallsConformance, OpenFile_WithALeaseOnIt_WaitsUntilItIsGivenBack) {
+  const TempTree tree{{"f", File{"x"}}};
+  const auto root = open(tree);
+  const int holder = ::open((tree / "f").c_str(), O_RDWR | O_CLOEXEC);
+  leasedFile = &holder;
+  ASSERT_NE(::signal(SIGIO, [](int) { ::fcntl(*leasedFile, F_SETLEASE, F_UNLCK); }), SIG_ERR);
+  if (::fcntl(holder, F_SETLEASE, F_WRLCK) != 0) GTEST_SKIP() << "no leases on this file system";
+  const auto opened = files().openFile(root.get(), "f");
+  ::signal(SIGIO, SIG_DFL);
+  ::close(holder);
+  ASSERT_TRUE(opened) << opened.error().text();
+  EXPECT_EQ(readAll(files(), opened->get()), "x");
+}
+
+TEST_P(FileCallsConformance, Data_WrittenAndSought_ReadsBack) {
+  const TempTree tree;
+  const auto root = open(tree);
+  auto file = files().createFile(root.get(), "f", 0600);
+  ASSERT_TRUE(file);
+  EXPECT_EQ(codeOf(files().createFile(root.get(), "f", 0600)), EEXIST);
+  EXPECT_EQ(files().write(file->get(), bytesOf("0123456789")), 10U);
+  ASSERT_TRUE(files().truncate(file->get(), 6));
+  ASSERT_TRUE(files().seek(file->get(), 2));
+  EXPECT_EQ(readAll(files(), file->get()), "2345");
+  EXPECT_EQ(files().read(file->get(), std::as_writable_bytes(std::span<char>())), 0U);
+  const auto other = files().duplicate(file->get());
+  ASSERT_TRUE(files().syncFile(other->get()));
+  ASSERT_TRUE(files().syncFileSystem(root.get()));
+  ASSERT_TRUE(files().close(std::move(*file)));
+  const auto writing = files().openFileForWriting(root.get(), "f");
+  EXPECT_EQ(files().write(writing->get(), bytesOf("ab")), 2U);
+  EXPECT_EQ(readFile(tree / "f"), "ab2345");
+  EXPECT_EQ(codeOf(files().seek(writing->get(), ~0ULL)), EOVERFLOW);
+}
+
+TEST_P(FileCallsConformance, Holes_InAFile_AreFound) {
+  const TempTree tree;
+  const auto root = open(tree);
+  const auto file = files().createFile(root.get(), "f", 0600);
+  constexpr std::uint64_t kMegabyte = 1 << 20;
+  ASSERT_TRUE(files().seek(file->get(), kMegabyte));
+  ASSERT_TRUE(files().write(file->get(), bytesOf("data")));
+  ASSERT_TRUE(files().truncate(file->get(), 3 * kMegabyte));
+  EXPECT_EQ(files().seekData(file->get(), 0), kMegabyte);
+  EXPECT_LT(files().seekHole(file->get(), kMegabyte).value_or(~0ULL), 2 * kMegabyte);
+  EXPECT_EQ(codeOf(files().seekData(file->get(), 2 * kMegabyte)), ENXIO);
+  EXPECT_LT(files().statusOf(file->get())->blocks * 512, kMegabyte);
+}
+
+TEST_P(FileCallsConformance, CopyInTheKernel_CarriesTheBytes) {
+  const TempTree tree{{"f", File{"0123456789"}}};
+  const auto root = open(tree);
+  const auto from = files().openFile(root.get(), "f");
+  const auto to = files().createFile(root.get(), "copy", 0600);
+  ASSERT_TRUE(files().seek(from->get(), 4));
+  EXPECT_EQ(files().copyRange(from->get(), to->get(), 100), 6U);
+  EXPECT_EQ(files().copyRange(from->get(), to->get(), 100), 0U);
+  EXPECT_EQ(readFile(tree / "copy"), "456789");
+  const auto clone = files().createFile(root.get(), "clone", 0600);
+  if (const auto cloned = files().cloneFile(from->get(), clone->get()); cloned)
+    EXPECT_EQ(readFile(tree / "clone"), "0123456789");
+  else
+    EXPECT_EQ(cloned.error().code, EOPNOTSUPP);
+}
+
+TEST_P(FileCallsConformance, Rename_OntoAnExistingName_ReplacesOnlyWhenAllowed) {
+  const TempTree tree{{"a", File{"a"}}, {"b", File{"b"}}, {"d", Dir{}}, {"e", Dir{}}, {"l", Link{"nowhere"}}};
+  const auto root = open(tree);
+  EXPECT_EQ(codeOf(files().rename(root.get(), "a", root.get(), "b", Replace::kNever)), EEXIST);
+  EXPECT_EQ(codeOf(files().rename(root.get(), "a", root.get(), "l", Replace::kNever)), EEXIST);
+  EXPECT_EQ(codeOf(files().rename(root.get(), "d", root.get(), "e", Replace::kNever)), EEXIST);
+  EXPECT_EQ(readFile(tree / "b"), "b");
+  ASSERT_TRUE(files().rename(root.get(), "a", root.get(), "b", Replace::kAllowed));
+  ASSERT_TRUE(files().rename(root.get(), "b", root.get(), "c", Replace::kNever));
+  ASSERT_TRUE(files().rename(root.get(), "c", files().openFolder(root.get(), "d")->get(), "f", Replace::kNever));
+  ExpectTreeExactly(tree.path(), Dir{{"d", Dir{{"f", File{"a"}}}}, {"e", Dir{}}, {"l", Link{"nowhere"}}});
+}
+
+TEST_P(FileCallsConformance, Exchange_OfTwoNames_SwapsWhatTheyName) {
+  const TempTree tree{{"a", File{"a"}}, {"d", Dir{{"f", File{"f"}}}}};
+  const auto root = open(tree);
+  ASSERT_TRUE(files().exchange(root.get(), "a", root.get(), "d"));
+  ExpectTreeExactly(tree.path(), Dir{{"a", Dir{{"f", File{"f"}}}}, {"d", File{"a"}}});
+  EXPECT_EQ(codeOf(files().exchange(root.get(), "a", root.get(), "missing")), ENOENT);
+}
+
+TEST_P(FileCallsConformance, SymbolicLink_OfTheGreatestLength_ReadsBack) {
+  const TempTree tree{{"f", File{""}}};
+  const auto root = open(tree);
+  const std::string text(4095, 't');
+  ASSERT_TRUE(files().makeLink(text, root.get(), "l"));
+  EXPECT_EQ(files().readLink(root.get(), "l"), text);
+  EXPECT_EQ(codeOf(files().makeLink("x", root.get(), "l")), EEXIST);
+  EXPECT_EQ(codeOf(files().readLink(root.get(), "f")), EINVAL);
+}
+
+TEST_P(FileCallsConformance, Metadata_SetByDescriptorAndOnALink_IsKept) {
+  const TempTree tree{{"f", File{""}}, {"l", Link{"f"}}};
+  const auto root = open(tree);
+  const auto file = files().openFile(root.get(), "f");
+  const auto before = *files().status(root.get(), "f");
+  ASSERT_TRUE(files().setOwner(file->get(), before.owner, before.group));
+  ASSERT_TRUE(files().setMode(file->get(), 02710));
+  ASSERT_TRUE(files().setModified(file->get(), {-5, 999'999'999}));
+  ASSERT_TRUE(files().setLinkOwner(root.get(), "l", before.owner, before.group));
+  ASSERT_TRUE(files().setLinkModified(root.get(), "l", {77, 8}));
+  EXPECT_EQ(files().status(root.get(), "f")->mode, 02710U);
+  EXPECT_EQ(files().status(root.get(), "f")->modified, (FileTime{-5, 999'999'999}));
+  EXPECT_EQ(files().status(root.get(), "l")->modified, (FileTime{77, 8}));
+}
+
+TEST_P(FileCallsConformance, Attributes_OfAnySize_AreKept) {
+  const TempTree tree{{"d", Dir{}}};
+  const auto root = open(tree);
+  const auto folder = files().openFolder(root.get(), "d");
+  const std::string large(3000, '\0');
+  if (codeOf(files().setAttribute(folder->get(), "user.large", large)) == EOPNOTSUPP) GTEST_SKIP() << "no attributes";
+  ASSERT_TRUE(files().setAttribute(folder->get(), "user.empty", ""));
+  auto names = *files().listAttributes(folder->get());
+  std::erase_if(names, [](const std::string& name) { return name.rfind("user.", 0) != 0; });
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (std::vector<std::string>{"user.empty", "user.large"}));
+  EXPECT_EQ(files().attribute(folder->get(), "user.large"), large);
+  EXPECT_EQ(files().attribute(folder->get(), "user.empty"), "");
+  ASSERT_TRUE(files().removeAttribute(folder->get(), "user.large"));
+  EXPECT_EQ(codeOf(files().attribute(folder->get(), "user.large")), ENODATA);
+}
+
+TEST_P(FileCallsConformance, LockExclusively_HeldByAnotherDescriptor_FailsUntilItGoes) {
+  const TempTree tree{{"f", File{""}}};
+  const auto root = open(tree);
+  auto first = files().openFile(root.get(), "f");
+  const auto second = files().openFile(root.get(), "f");
+  ASSERT_TRUE(files().lockExclusively(first->get()));
+  EXPECT_EQ(codeOf(files().lockExclusively(second->get())), EWOULDBLOCK);
+  first->reset();
+  EXPECT_TRUE(files().lockExclusively(second->get()));
+}
+
+// Where the file system itself cannot refuse to replace.
+TEST(RenameWithoutReplacing, OntoEveryKindOfEntry_ReplacesNothing) {
+  const TempTree tree{{"f", File{"f"}}, {"d", Dir{{"x", File{"x"}}}}, {"b", File{"b"}}, {"e", Dir{}}, {"l", Link{"-"}}};
+  const auto root = realFileCalls().openRoot(tree.path());
+  const auto move = [&](const char* from, const char* to) {
+    return codeOf(system_calls::renameWithoutReplacing(root->get(), from, root->get(), to));
+  };
+  for (const char* from : {"f", "d", "l"})
+    for (const char* to : {"b", "e"}) EXPECT_EQ(move(from, to), EEXIST) << from << " " << to;
+  EXPECT_EQ(move("missing", "new"), ENOENT);
+  EXPECT_EQ(move("f", "f2"), 0);
+  EXPECT_EQ(move("d", "d2"), 0);
+  EXPECT_EQ(move("l", "l2"), 0);
+  ExpectTreeExactly(
+      tree.path(),
+      Dir{{"f2", File{"f"}}, {"d2", Dir{{"x", File{"x"}}}}, {"b", File{"b"}}, {"e", Dir{}}, {"l2", Link{"-"}}});
+}
+
+TEST(FaultyFileCalls, Fail_ByCallNameAndNumber_HitsThatCallOnly) {
+  const TempTree tree{{"a", File{"a"}}, {"b", File{"b"}}};
+  FaultyFileCalls files;
+  const auto root = files.openRoot(tree.path());
+  files.fail(FileCall::kStatus, EIO, {.name = "b*", .nth = 2, .times = 1});
+  EXPECT_TRUE(files.status(root->get(), "b"));
+  EXPECT_TRUE(files.status(root->get(), "a"));
+  EXPECT_EQ(codeOf(files.status(root->get(), "b")), EIO);
+  EXPECT_TRUE(files.status(root->get(), "b"));
+  EXPECT_EQ(files.count(FileCall::kStatus, "b"), 3);
+  EXPECT_EQ(files.count(FileCall::kAny), 5);
+}
+
+TEST(FaultyFileCalls, Fail_OnADescriptor_GoesByTheNameItWasOpenedUnder) {
+  const TempTree tree{{"a", File{"a"}}, {"b", File{"b"}}};
+  FaultyFileCalls files;
+  const auto root = files.openRoot(tree.path());
+  const auto a = files.openFile(root->get(), "a");
+  const auto b = files.duplicate(files.openFile(root->get(), "b")->get());
+  files.fail(FileCall::kRead, EIO, {.name = "b", .times = FaultyFileCalls::kAlways});
+  std::string buffer(1, '\0');
+  EXPECT_TRUE(files.read(a->get(), std::as_writable_bytes(std::span(buffer))));
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(codeOf(files.read(b->get(), std::as_writable_bytes(std::span(buffer)))), EIO);
+}
+
+TEST(FaultyFileCalls, Before_ARename_LetsSomebodyElseCreateTheName) {
+  const TempTree tree{{"a", File{"a"}}};
+  FaultyFileCalls files;
+  const auto root = files.openRoot(tree.path());
+  files.before(FileCall::kRename, [&] { writeFile(tree / "b", "other"); }, {.name = "b"});
+  EXPECT_EQ(codeOf(files.rename(root->get(), "a", root->get(), "b", Replace::kNever)), EEXIST);
+  EXPECT_EQ(readFile(tree / "b"), "other");
+}
+
+}  // namespace
+}  // namespace lumisk::test
