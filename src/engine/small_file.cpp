@@ -1,0 +1,72 @@
+#include "engine/small_file.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cerrno>
+#include <random>
+#include <span>
+
+namespace lumisk {
+namespace {
+
+constexpr std::uint64_t kLargest = std::uint64_t{256} << 20;
+
+Result<void> writeAll(FileCalls& files, int file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    LUMISK_TRY(const std::size_t written, files.write(file, std::as_bytes(std::span(bytes.data(), bytes.size()))));
+    bytes.remove_prefix(written);
+  }
+  return {};
+}
+
+Result<void> writeTemporary(FileCalls& files, int folder, const std::string& temporary, std::uint32_t mode,
+                            std::string_view bytes, SmallFileDurability durability) {
+  LUMISK_TRY(Descriptor file, files.createFile(folder, temporary, 0600));
+  LUMISK_CHECK(writeAll(files, file.get(), bytes));
+  if (mode != 0600) LUMISK_CHECK(files.setMode(file.get(), mode));
+  if (durability == SmallFileDurability::kNow) LUMISK_CHECK(files.syncFile(file.get()));
+  return files.close(std::move(file));
+}
+
+}  // namespace
+
+Result<std::string> readSmallFile(FileCalls& files, int folder, const std::string& name) {
+  LUMISK_TRY(const Descriptor file, files.openFile(folder, name));
+  LUMISK_TRY(const FileStatus status, files.statusOf(file.get()));
+  if (status.type != FileType::kRegular) return fail("read", name, EINVAL);
+  if (status.size > kLargest) return fail("read", name, EFBIG);
+  std::string bytes;
+  std::array<std::byte, 65536> buffer;
+  while (true) {
+    LUMISK_TRY(const std::size_t size, files.read(file.get(), buffer));
+    if (size == 0) return bytes;
+    bytes.append(reinterpret_cast<const char*>(buffer.data()), size);
+    if (bytes.size() > kLargest) return fail("read", name, EFBIG);
+  }
+}
+
+Result<void> replaceSmallFile(FileCalls& files, int folder, const std::string& name, std::string_view bytes,
+                              SmallFileDurability durability) {
+  const auto standing = files.status(folder, name);
+  const std::uint32_t mode = standing && standing->type == FileType::kRegular ? standing->mode : 0600;
+  const std::string temporary = temporaryName();
+  auto done = writeTemporary(files, folder, temporary, mode, bytes, durability);
+  if (done) done = files.rename(folder, temporary, folder, name, Replace::kAllowed);
+  if (!done) {
+    (void)files.removeFile(folder, temporary);
+    return done;
+  }
+  return durability == SmallFileDurability::kNow ? files.syncFile(folder) : Result<void>{};
+}
+
+Result<void> setAsideSmallFile(FileCalls& files, int folder, const std::string& name) {
+  return files.rename(folder, name, folder, name + ".damaged", Replace::kAllowed);
+}
+
+std::string temporaryName() {
+  thread_local std::mt19937_64 random{std::random_device{}() * std::uint64_t{0x100000001} ^ std::random_device{}()};
+  return fmt::format(".lumisk-{:012x}", random() & 0xffffffffffff);
+}
+
+}  // namespace lumisk

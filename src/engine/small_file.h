@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/file_calls.h"
+
+namespace lumisk {
+
+// Our own small files (lists, flags, markers) in folders of the user, by the folder's descriptor.
+
+// All of a regular file; EFBIG above 256 MiB, ENOENT when it is missing.
+Result<std::string> readSmallFile(FileCalls& files, int folder, const std::string& name);
+
+enum class SmallFileDurability {
+  kWithTheRun,  // reaches the disk with the run's data
+  kNow,         // is on the disk, with its name, when the call returns
+};
+// Replaced in one step by a temporary sibling; mode 0600 for a new file, else that of the old one.
+Result<void> replaceSmallFile(FileCalls& files, int folder, const std::string& name, std::string_view bytes,
+                              SmallFileDurability durability);
+
+// Gives a damaged file the name "<name>.damaged", replacing an earlier one.
+Result<void> setAsideSmallFile(FileCalls& files, int folder, const std::string& name);
+
+// A name for a temporary sibling: ".lumisk-" and 12 random hexadecimal digits.
+[[nodiscard]] std::string temporaryName();
+
+}  // namespace lumisk
