@@ -1,10 +1,12 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace lumisk {
 
-// A run's own log. Formats end with "\n" and mostly begin with "%s: " and the job's name.
+// A run's own log. Formats end with "\n" and mostly begin with "%s: " and the job's name. Paths and names of files are
+// given as shown(path).c_str().
 class JobLog {
  public:
   virtual ~JobLog() = default;
@@ -13,6 +15,9 @@ class JobLog {
  protected:
   virtual void writeText(const std::string& text) = 0;
 };
+
+// The text of a path for a log line, on one line whatever bytes its names hold: no name can forge a line.
+[[nodiscard]] std::string shown(std::string_view path);
 
 // Writes into the job's log file.
 class JobLogFile : public JobLog {

@@ -35,6 +35,7 @@ struct RunCounts {
   std::uint64_t revisions = 0;  // earlier versions kept
   std::uint64_t skipped = 0;    // left out by name, type or filter
   std::uint64_t errors = 0;
+  std::uint64_t losses = 0;  // files, links and folders whose owner or attributes the target could not hold
 };
 
 // What happened, or would happen, to one entry.
@@ -45,7 +46,13 @@ enum class EntryOutcome { kCopied, kReplaced, kUnchanged, kSkipped, kFailed, kDe
 struct RunState {
   RunState(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& jobInfo, FileCalls& fileCalls, Clock& runClock,
            Pace runPace, JobLog& jobLog, UserDialogs& userDialogs)
-      : info(jobInfo), files(fileCalls), clock(runClock), pace(runPace), log(jobLog), dialogs(userDialogs) {}
+      : info(jobInfo),
+        files(fileCalls),
+        clock(runClock),
+        pace(runPace),
+        log(jobLog),
+        dialogs(userDialogs),
+        written(fileCalls) {}
 
   const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info;
   FileCalls& files;
@@ -75,13 +82,16 @@ struct RunState {
 
   // An error of one entry: counted; the code is kept, except that 980 outranks the others.
   void noteError(RunError code);
-  // Lack of space on the target: code 980, and the warning once (per worker: `outOfSpaceWarned` belongs to it).
-  std::function<void()> onOutOfSpace;
+  // Lack of space on the target: the code becomes 980. Counts nothing: the entry's error is noted by whoever handles
+  // it.
+  void noteOutOfSpace();
+  std::function<void()> onOutOfSpace;  // told each time; shows the warning once per worker; may be empty
 
   // Progress. Called often; posts when the percentage grew by more than half a percent or a quarter of a second passed.
   void reportProgress(const std::string& fileName, double filePercent);
   std::function<void(const JobProgressMessage&)> postProgress;
   double currentPercent = 0;
+  std::uint64_t bytesOfFile = 0;  // of the file that is being copied, so far; counts.bytes gets them when it is done
   std::chrono::steady_clock::time_point lastProgress{};
 
   // One call per entry, for dry runs and for faces that list what was copied; may be empty. The reason is a short

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "platform/file_calls.h"
@@ -22,7 +23,7 @@ class WrittenData {
   // few.
   void wrote(int file, int folder, std::uint64_t device);
   [[nodiscard]] bool isEmpty() const { return !wroteAnything_; }
-  // Waits until all of it is on the disk; starts over empty.
+  // Waits until all of it is on the disk; starts over empty, also when it fails: the system tells an error once only.
   Result<void> settle();
 
  private:
@@ -30,11 +31,22 @@ class WrittenData {
     Descriptor file;
     Descriptor folder;
   };
+  struct FileSystem {
+    Descriptor folder;  // any on it, open since before it was written to
+    bool isWritten = false;
+  };
+  Result<void> noteFileSystem(int folder, std::uint64_t device);
+  Result<void> remember(int file, int folder);
+  Result<void> syncEntries();
+  Result<void> syncFolder(int folder);
+  Result<void> syncFileSystems();
+
   FileCalls& files_;
   bool wroteAnything_ = false;
   bool tooMany_ = false;
   std::vector<Pending> pending_;
-  std::map<std::uint64_t, Descriptor> fileSystems_;  // by device: any folder on it, open since before it was written to
+  std::map<std::uint64_t, FileSystem> fileSystems_;  // by device
+  std::optional<Error> lost_;                        // why something cannot be synced
 };
 
 }  // namespace lumisk
