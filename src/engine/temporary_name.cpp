@@ -6,7 +6,9 @@ namespace lumisk {
 
 std::string makeTemporaryName() {
   const std::string uuid = generateUUID();
-  return ".lumisk-" + uuid.substr(uuid.size() - 12);  // the last group: random throughout
+  std::string digits = uuid.substr(uuid.size() - 12);  // the last group: random throughout
+  for (char& digit : digits) digit = digit >= 'A' ? static_cast<char>(digit - 'A' + 'a') : digit;
+  return ".lumisk-" + digits;
 }
 
 }  // namespace lumisk

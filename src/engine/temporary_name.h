@@ -4,7 +4,8 @@
 
 namespace lumisk {
 
-// A new name for a temporary sibling: ".lumisk-" and 12 random hexadecimal digits, known again by isTemporaryName().
+// A new name for a temporary sibling: ".lumisk-" and 12 random hexadecimal digits in lower case, known again by
+// isTemporaryName().
 [[nodiscard]] std::string makeTemporaryName();
 
 }  // namespace lumisk
