@@ -24,7 +24,9 @@ bool sameDate(const PresentQuestion& question) {
 }
 
 bool isInStep(const PresentQuestion& question) {
-  if (question.from.type != question.to.type || !sameDate(question)) return false;
+  if (question.from.type != question.to.type) return false;
+  if (question.from.type == FileType::kFolder) return true;  // its date is that of its last new entry
+  if (!sameDate(question)) return false;
   return question.from.type != FileType::kRegular || question.from.size == question.to.size;
 }
 
@@ -74,7 +76,7 @@ MissingVerdict decideMissing(const MissingQuestion& question) {
 
 bool isConflict(const PresentQuestion& question) {
   return question.jobType == JobType::kSyncWithConflicts && question.isForward && !isUnlike(question) &&
-         !sameDate(question);
+         !isInStep(question) && !sameDate(question);
 }
 
 PresentVerdict decidePresent(const PresentQuestion& question) {

@@ -70,7 +70,7 @@ TEST(TwoWayPresent, WithRevisions_TheNewerIsCarriedInItsOwnPass) {
   EXPECT_EQ(decidePresent(question(file(5), file(10), type, any)), PresentVerdict::kLeave);
   EXPECT_EQ(decidePresent(question(file(10), file(9), type, any)), PresentVerdict::kLeave);  // the second of allowance
   EXPECT_EQ(decidePresent(question(file(10), file(10), type, any)), PresentVerdict::kInStep);
-  EXPECT_EQ(decidePresent(question(folder(10), folder(90), type, any)), PresentVerdict::kLeave);
+  EXPECT_EQ(decidePresent(question(folder(10), folder(5), type, any)), PresentVerdict::kInStep);
 }
 
 TEST(TwoWayPresent, WithConflicts_TheChoiceSettlesTheForwardPassOnly) {
