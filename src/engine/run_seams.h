@@ -62,12 +62,15 @@ class NoImages : public ImageMounter {
   bool isAKeychainDMGAtPath(const std::string&) override { return false; }
 };
 
-// Real-time listening of one worker.
+// Real-time listening of one worker, and waiting for its target. Called by one thread at a time, never from a run.
 class EventListening {
  public:
   virtual ~EventListening() = default;
   virtual void startFSEventThread() = 0;
-  virtual void stopFSEventThread() = 0;
+  virtual void stopFSEventThread() = 0;  // does nothing when it was not started
+  // For jobs that do not listen but must wait for a target that they cannot mount themselves.
+  virtual void startCheckTargetThreadWithoutFSEvent() {}
+  virtual void stopCheckTargetThread() {}
 };
 
 // Listens to nothing: a real-time job runs when it is asked to.

@@ -1,0 +1,365 @@
+#include "engine/run_sequence.h"
+
+#include <cerrno>
+
+#include "engine/full_path.h"
+#include "engine/type_filter.h"
+#include "jobs/job_checks.h"
+#include "platform/paths.h"
+#include "platform/workspace.h"
+
+namespace lumisk {
+namespace {
+
+constexpr int kLayers = 5;  // how deep entries are counted
+constexpr int kMode = 5;
+
+const std::string kSeparator(74, '=');
+
+bool isOnFixedVolume(const std::string& path) {
+  const auto info = workspace::fileSystemInfo(path);
+  return info && !info->isUnmountable;
+}
+
+bool isFolder(FileCalls& files, const std::string& path) {
+  return files.openRoot(path).has_value();
+}
+
+}  // namespace
+
+bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
+  if (info.lastBeginTime.empty()) return false;
+  const auto began = CalendarDate::parse(info.lastBeginTime);
+  const auto completed = CalendarDate::parse(info.lastCompletedBegin);
+  return !began || !completed || completed->time() < began->time();
+}
+
+RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, const RunRequest& request,
+                         RunSwitches switches, JobLog& log,
+                         std::function<void(const JobProgressMessage&)> postProgress)
+    : services_(services),
+      memory_(memory),
+      request_(request),
+      switches_(switches),
+      run_(request.info, services.files, services.clock, Pace(request.options.pace, services.clock), log,
+           services.dialogs),
+      targets_(services, run_),
+      report_(result_.report) {
+  run_.terminate = &switches.m_bTerminateThread;
+  run_.cancelled = &switches.m_bCanceled;
+  run_.dryRun = request.options.dryRun;
+  run_.onEntry = request.options.onEntry;
+  run_.begin = request.begin;
+  run_.compareSizes =
+      request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
+  run_.postProgress = std::move(postProgress);
+  run_.onOutOfSpace = [this] { warnOfFullTarget(); };
+}
+
+RunResult RunSequence::run() {
+  const auto started = services_.clock.steadyNow();
+  perform();
+  report_.seconds = std::chrono::duration<double>(services_.clock.steadyNow() - started).count();
+  return result_;
+}
+
+void RunSequence::perform() {
+  const bool known =
+      request_.method == CopyMethod::kNormal || request_.method == CopyMethod::kUnmountableSources;
+  report_.wholeJob = known;
+  if (!known) return;
+  if (!checkJob()) return logRefusal();
+  pairs_ = chooseSources();
+  if (pairs_.empty()) {
+    result_.end = RunResult::End::kNothingToDo;
+    return;
+  }
+  run_.pace.beginRun();
+  // Before anything is counted: the way back of a two-way job starts in the image.
+  mountImage();
+  if (!openTargets()) return logRefusal();
+  countEntries();
+  if (!terminated()) walkSources();
+  if (!terminated()) settle();
+  fillReport();
+  if (terminated()) {
+    result_.end = RunResult::End::kTerminated;
+    return;
+  }
+  run_.log.write("%s: Synchronization completion\n", run_.info.name.c_str());
+  run_.log.write("%s\n\n", kSeparator.c_str());
+  showMessages();
+}
+
+std::vector<RunSequence::Pair> RunSequence::chooseSources() {
+  const auto& info = run_.info;
+  std::vector<Pair> chosen;
+  for (std::size_t k = 0; k < info.sourcePaths.size(); ++k) {
+    if (isToBeSkipped(info.sourcePaths[k])) {
+      report_.wholeJob = false;
+    } else {
+      chosen.push_back({info.sourcePaths[k], info.targetPaths[info.bMultipleTargetFolder ? k : 0]});
+    }
+  }
+  return chosen;
+}
+
+bool RunSequence::isToBeSkipped(const std::string& source) const {
+  return request_.method == CopyMethod::kUnmountableSources && !run_.info.bFirstCopy && isOnFixedVolume(source);
+}
+
+// Refusals.
+
+bool RunSequence::checkJob() {
+  const auto& info = run_.info;
+  if (isSync(info.jobType)) {
+    refuse({}, "two-way jobs are not built in yet");
+  } else if (info.sourcePaths.empty() || info.targetPaths.empty()) {
+    refuse({}, info.sourcePaths.empty() ? "the job has no source" : "the job has no target");
+  } else if (info.bMultipleTargetFolder && info.targetPaths.size() != info.sourcePaths.size()) {
+    refuse({}, "the job has not as many targets as sources");
+  } else if (const auto problem = checkJobFolders(run_.files, info.jobType, info.bRetainFullPath, info.sourcePaths,
+                                                  info.targetPaths)) {
+    refuse(problem->subject, shown(problem->subject) + ": " + problem->reason);
+  }
+  return !report_.refused;
+}
+
+bool RunSequence::openTargets() {
+  std::vector<std::string> paths;
+  for (const Pair& pair : pairs_) paths.push_back(pair.target);
+  const auto opened = targets_.open(paths);
+  if (!opened) {
+    const Error& error = opened.error();
+    const bool isLocked = error.operation == "lock" && error.code == EWOULDBLOCK;
+    refuse(error.path, isLocked ? "another run is writing to " + shown(error.path) : error.text());
+    return false;
+  }
+  if (services_.runRecorder) recorder_ = services_.runRecorder(run_);
+  if (!recorder_) recorder_ = std::make_unique<NoRunRecord>();
+  targets_.equip(*recorder_);
+  return true;
+}
+
+void RunSequence::refuse(const std::string& path, const std::string& text) {
+  const auto& sources = run_.info.sourcePaths;
+  const bool isSource = std::find(sources.begin(), sources.end(), path) != sources.end();
+  report_.refused = true;
+  report_.sourceProblem = isSource;
+  report_.targetProblem = !isSource && !path.empty();
+  lastProblemWasTarget_ = report_.targetProblem;
+  report_.problemPath = path;
+  report_.problemText = text;
+}
+
+void RunSequence::logRefusal() {
+  run_.log.write("%s\n", kSeparator.c_str());
+  run_.log.write("%s: ERROR: The job was not run: %s\n", run_.info.name.c_str(), report_.problemText.c_str());
+  run_.log.write("%s\n\n", kSeparator.c_str());
+  fillReport();
+  showMessages();
+}
+
+void RunSequence::mountImage() {
+  const auto& info = run_.info;
+  if (run_.dryRun || info.dmgPath.empty() || !info.bAutoMount) return;
+  if (!isFolder(run_.files, info.targetPaths.front())) services_.images.mountTheLumiskDMGFileAtPath(info.dmgPath);
+}
+
+// Counting.
+
+void RunSequence::countEntries() {
+  if (memory_.fileTotal == 0) countSources();
+  run_.m_nFileTotal = memory_.fileTotal;
+  run_.m_nFileCount = 0;
+}
+
+void RunSequence::countSources() {
+  const char* const name = run_.info.name.c_str();
+  run_.log.write("%s\n", kSeparator.c_str());
+  run_.log.write("%s: Preparing to synchronize the following:\n", name);
+  std::uint64_t total = 0;
+  for (const Pair& pair : pairs_) {
+    total += calculateDirectoryNumbers(run_, pair.source, kLayers);
+    run_.log.write("%s: source path: %s\n", name, shown(pair.source).c_str());
+    if (terminated()) return;
+  }
+  run_.log.write("%s: \n", name);
+  // What a cancel cut short, and what only some of the sources hold, is no total to remember.
+  run_.m_nFileTotal = total;
+  if (!run_.mustStop() && report_.wholeJob) memory_.fileTotal = total;
+}
+
+// Walking.
+
+void RunSequence::walkSources() {
+  run_.log.write("%s\n", kSeparator.c_str());
+  run_.log.write("%s: Synchronization started\n", run_.info.name.c_str());
+  for (const Pair& pair : pairs_) {
+    if (run_.mustStop()) return;
+    walkSource(pair);
+  }
+}
+
+void RunSequence::walkSource(const Pair& pair) {
+  const char* const name = run_.info.name.c_str();
+  run_.log.write("%s: source path     : %s\n", name, shown(pair.source).c_str());
+  run_.log.write("%s: destination path: %s\n", name, shown(pair.target).c_str());
+  const auto kind = checkSource(run_.files, pair.source);
+  if (!kind) return noteSourceProblem(pair.source);
+  const auto target = targets_.usable(pair.target);
+  if (!target) return noteTargetProblem(pair.target);
+  walkFile(pair, **target, *kind);
+}
+
+void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind) {
+  if (kind == SourceKind::kOther && !passesFilter(pair.source)) return;
+  const auto destination = prepareDestination(pair);
+  if (!destination) {
+    run_.log.write("%s: ERROR: Failed to create the directory \"%s\"\n", run_.info.name.c_str(),
+                   shown(destination.error().path).c_str());
+    return run_.noteError(RunError::kDirectoryCreation);
+  }
+  if (run_.info.nAutoDeletion != 0) recorder_->recordPair(pair.source, *destination);
+  const bool asUnit = run_.info.bDealPackage && kind == SourceKind::kFolder &&
+                      workspace::isPackageName(paths::lastComponent(pair.source));
+  const std::uint64_t errorsBefore = run_.counts.errors;
+  run_.m_nFilterCount += asUnit ? 1 : 0;
+  const bool walked = target.walk->copyDirectory(pair.source, *destination, kLayers, kMode);
+  run_.m_nFilterCount -= asUnit ? 1 : 0;
+  // A source that could not be walked at all must not pass for one that has been carried.
+  if (!walked && !run_.mustStop() && run_.counts.errors == errorsBefore) run_.noteError(RunError::kFileCopy);
+}
+
+bool RunSequence::passesFilter(const std::string& source) {
+  if (fileTypeFilter(source, run_.info.inclusionArray, run_.info.exclusionArray)) return true;
+  run_.log.write("%s: file type filter . . . . . . . . . . . %s\n", run_.info.name.c_str(), shown(source).c_str());
+  ++run_.counts.skipped;
+  if (run_.onEntry) run_.onEntry(EntryOutcome::kSkipped, source, "file type");
+  return false;
+}
+
+Result<std::string> RunSequence::prepareDestination(const Pair& pair) {
+  if (!run_.info.bRetainFullPath) return paths::join(pair.target, paths::lastComponent(pair.source));
+  const PlaceNames names{run_.info.computerName, run_.info.rootDisplayName};
+  std::string destination = pair.target + getFullPathRetainSourcePath(pair.source, names);
+  if (!run_.dryRun) LUMISK_CHECK(makeParents(pair.target, paths::parent(destination)));
+  return destination;
+}
+
+Result<void> RunSequence::makeParents(const std::string& target, const std::string& parent) {
+  if (isFolder(run_.files, parent)) return {};
+  if (!createDirectoryAtPath(run_.files, parent)) return fail("make the folder", parent, 0);
+  noteNewFolders(target, parent);
+  return {};
+}
+
+void RunSequence::noteNewFolders(const std::string& target, std::string folder) {
+  while (paths::isInside(folder, target)) {
+    if (const auto opened = run_.files.openRoot(folder))
+      if (const auto status = run_.files.statusOf(opened->get()))
+        run_.written.wrote(-1, opened->get(), status->identity.device);
+    if (folder == target) return;
+    folder = paths::parent(folder);
+  }
+}
+
+void RunSequence::noteSourceProblem(const std::string& source) {
+  const bool isNormal = request_.method == CopyMethod::kNormal;
+  const std::string path = shown(source);
+  run_.log.write(isNormal ? "ERROR: the source file/directory \"%s\" isn't readable\n"
+                          : "ERROR: the path \"%s\" isn't readable.\n",
+                 path.c_str());
+  report_.sourceProblem = true;
+  lastProblemWasTarget_ = false;
+  noteProblem(source, "the source file/directory \"" + path + "\" isn't readable");
+}
+
+void RunSequence::noteTargetProblem(const std::string& target) {
+  const std::string text = "the path \"" + shown(target) + "\" isn't writable, or does not exist.";
+  run_.log.write("ERROR: %s\n", text.c_str());
+  report_.targetProblem = true;
+  lastProblemWasTarget_ = true;
+  noteProblem(target, text);
+}
+
+void RunSequence::noteProblem(const std::string& path, const std::string& text) {
+  if (!report_.problemText.empty()) return;  // the first one is told
+  report_.problemPath = path;
+  report_.problemText = text;
+}
+
+// The end.
+
+void RunSequence::settle() {
+  // A cancel is not made to wait for a slow disk; the next run waits for what this one leaves.
+  if (run_.dryRun || run_.mustStop()) return;
+  auto settled = run_.written.settle();
+  if (settled && lastRunDidNotComplete(run_.info)) settled = targets_.syncAll();
+  if (settled) return;
+  run_.log.write("%s: ERROR: Failed to write everything to the disk: %s\n", run_.info.name.c_str(),
+                 settled.error().text().c_str());
+  run_.noteError(RunError::kFileCopy);
+}
+
+void RunSequence::fillReport() {
+  report_.cancelled = run_.mustStop();
+  report_.errorCode = run_.m_nErrorCode;
+  report_.counts = run_.counts;
+  report_.completed = !report_.cancelled && !report_.refused && !report_.sourceProblem && !report_.targetProblem &&
+                      report_.errorCode == RunError::kNone && report_.counts.errors == 0;
+}
+
+void RunSequence::showMessages() {
+  EndOfRun end;
+  end.info = &run_.info;
+  end.jobIndex = request_.jobIndex;
+  end.method = request_.method;
+  end.report = &report_;
+  end.lastProblemWasTarget = lastProblemWasTarget_;
+  end.neededShowFinishDialog = memory_.neededShowFinishDialog;
+  end.runByFindTarget = request_.runByFindTarget;
+  end.suppressed = needSuppressWarningMessage();
+  end.pathDialogIsOff = services_.getDataBit && (services_.getDataBit(request_.jobIndex) & kPathDialogOffBit) != 0;
+  end.imageNeedsItsUser = imageNeedsItsUser();
+  const RunMessages messages = decideRunMessages(end);
+  result_.m_bHasError = messages.hasError;
+  if (run_.dryRun) return;
+  result_.firstCopyOver = messages.firstCopyOver;
+  if (messages.firstCopyOver && services_.setFirstCopyFlag) services_.setFirstCopyFlag(request_.jobIndex);
+  if (messages.finishDialogShown) memory_.neededShowFinishDialog = false;
+  if (messages.warning) run_.dialogs.showMessage(run_.info.name, kWarningTitle, *messages.warning);
+  if (messages.finish) run_.dialogs.showFinish(*messages.finish);
+  if (messages.pathProblem) run_.dialogs.showPathProblem(*messages.pathProblem);
+  showCapacity();
+}
+
+// Once for each time that the target fills up, not after every run; never besides the message of a full target.
+void RunSequence::showCapacity() {
+  RunTarget* const target = targets_.first();
+  if (!target || !run_.info.bDisplayWarning || report_.errorCode == RunError::kOutOfSpace) return;
+  const auto space = run_.files.spaceOf(target->folder.get());
+  if (!space) return;
+  const auto used = checkIfNeedShowWarnningWindow(*space, run_.info.capacityPercentage);
+  const bool isDue = used && !memory_._ifDisplayed && !needSuppressWarningMessage();
+  memory_._ifDisplayed = used && (isDue || memory_._ifDisplayed);
+  if (isDue) run_.dialogs.showMessage(run_.info.name, kWarningTitle, capacityWarning(target->path, *used));
+}
+
+void RunSequence::warnOfFullTarget() {
+  run_.m_nErrorCode = RunError::kOutOfSpace;
+  if (run_.dryRun || !memory_._showFreeSpaceDlg || needSuppressWarningMessage()) return;
+  memory_._showFreeSpaceDlg = false;
+  run_.dialogs.showMessage(run_.info.name, kWarningTitle, kNoSpaceMessage);
+}
+
+bool RunSequence::needSuppressWarningMessage() const {
+  return services_.preference && services_.preference("SGSuppressErrorMessages").boolean();
+}
+
+bool RunSequence::imageNeedsItsUser() const {
+  const bool hasProblem = report_.sourceProblem || report_.targetProblem;
+  return hasProblem && !run_.info.dmgPath.empty() && !services_.images.isAKeychainDMGAtPath(run_.info.dmgPath);
+}
+
+}  // namespace lumisk

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "engine/copy_file_thread_object.h"
+#include "engine/run_messages.h"
+#include "engine/run_targets.h"
+
+namespace lumisk {
+
+// What a worker remembers from one run to the next. Belongs to the worker's thread.
+struct RunMemory {
+  std::uint64_t fileTotal = 0;  // entries of the sources: counted once in the worker's life; 0 until then
+  bool neededShowFinishDialog = true;
+  bool _showFreeSpaceDlg = true;  // "not enough free space" has not been shown yet
+  bool _ifDisplayed = false;      // the capacity warning has been shown since the target last had room
+};
+
+// One request, with the settings as they were when it was taken up.
+struct RunRequest {
+  QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
+  std::int32_t jobIndex = -1;
+  CopyMethod method = CopyMethod::kNothing;
+  RunOptions options;
+  WallTime begin{};
+  bool runByFindTarget = false;
+};
+
+struct RunSwitches {
+  const std::atomic<bool>& m_bTerminateThread;
+  const std::atomic<bool>& m_bCanceled;
+};
+
+struct RunResult {
+  enum class End {
+    kWhole,        // all steps were taken
+    kNothingToDo,  // a run for sources on unmountable volumes found none: no log, no dialogs, no last-run time
+    kTerminated,   // the worker was stopped in the middle
+  };
+  End end = End::kWhole;
+  RunReport report;
+  bool m_bHasError = false;
+  bool firstCopyOver = false;
+};
+
+// One run of a one-way job, from the choice of its sources to the dialogs at its end. Lives on the worker's thread for
+// the time of the run and holds the locks of the targets.
+//
+// Nothing is written before the job's folders have been checked and its targets are open and locked. A run that must
+// not be is refused as a whole; a source or target that is missing is a problem of that source alone.
+class RunSequence {
+ public:
+  RunSequence(const WorkerServices& services, RunMemory& memory, const RunRequest& request, RunSwitches switches,
+              JobLog& log, std::function<void(const JobProgressMessage&)> postProgress);
+  RunResult run();
+
+ private:
+  struct Pair {
+    std::string source;
+    std::string target;  // the folder that receives it
+  };
+  void perform();
+  [[nodiscard]] std::vector<Pair> chooseSources();
+  [[nodiscard]] bool isToBeSkipped(const std::string& source) const;
+  [[nodiscard]] bool terminated() const { return switches_.m_bTerminateThread; }
+
+  void mountImage();
+  [[nodiscard]] bool checkJob();
+  [[nodiscard]] bool openTargets();
+  void refuse(const std::string& path, const std::string& text);
+  void logRefusal();
+
+  void countEntries();
+  void countSources();
+  void walkSources();
+  void walkSource(const Pair& pair);
+  void walkFile(const Pair& pair, RunTarget& target, SourceKind kind);
+  bool passesFilter(const std::string& source);
+  Result<std::string> prepareDestination(const Pair& pair);
+  Result<void> makeParents(const std::string& target, const std::string& parent);
+  void noteNewFolders(const std::string& target, std::string folder);
+  void noteSourceProblem(const std::string& source);
+  void noteTargetProblem(const std::string& target);
+  void noteProblem(const std::string& path, const std::string& text);
+
+  void settle();
+  void fillReport();
+  void showMessages();
+  void showCapacity();
+  void warnOfFullTarget();
+  [[nodiscard]] bool needSuppressWarningMessage() const;
+  [[nodiscard]] bool imageNeedsItsUser() const;
+
+  const WorkerServices& services_;
+  RunMemory& memory_;
+  const RunRequest& request_;
+  RunSwitches switches_;
+  RunState run_;
+  RunTargets targets_;
+  std::unique_ptr<RunRecorder> recorder_;
+  std::vector<Pair> pairs_;
+  RunResult result_;
+  RunReport& report_;  // result_'s
+  bool lastProblemWasTarget_ = false;
+};
+
+// Whether the last run that began did not complete, so far as the stored dates tell.
+[[nodiscard]] bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
+
+}  // namespace lumisk

@@ -1,0 +1,89 @@
+#include "engine/run_targets.h"
+
+#include <cerrno>
+
+#include "platform/paths.h"
+
+namespace lumisk {
+
+Result<void> RunTargets::open(const std::vector<std::string>& paths) {
+  for (const std::string& path : paths) {
+    LUMISK_CHECK(openOne(path));
+    if (&path == &paths.front()) firstIsOpen_ = !targets_.empty();
+  }
+  return {};
+}
+
+Result<void> RunTargets::openOne(const std::string& path) {
+  auto folder = run_.files.openRoot(path);
+  if (!folder) return {};  // a problem of the sources that go there; usable() finds it again
+  LUMISK_TRY(const FileStatus status, run_.files.statusOf(folder->get()));
+  if (find(status.identity)) return {};
+  auto target = std::make_unique<RunTarget>();
+  target->path = path;
+  target->folder = std::move(*folder);
+  target->identity = status.identity;
+  if (!run_.dryRun) {
+    LUMISK_CHECK(lock(*target));
+    LUMISK_CHECK(run_.written.begin(target->folder.get()));
+  }
+  targets_.push_back(std::move(target));
+  return {};
+}
+
+Result<void> RunTargets::lock(const RunTarget& target) {
+  auto locked = run_.files.lockExclusively(target.folder.get());
+  if (locked) return {};
+  if (locked.error().code == EWOULDBLOCK) return fail("lock", target.path, EWOULDBLOCK);
+  run_.log.write("%s: can't lock the target \"%s\": %s\n", run_.info.name.c_str(), shown(target.path).c_str(),
+                 locked.error().text().c_str());
+  return {};
+}
+
+void RunTargets::equip(RunRecorder& recorder) {
+  for (auto& target : targets_) {
+    target->trash = std::make_unique<Trash>(run_.files, run_.clock, target->path);
+    if (services_.versionKeeper) target->versions = services_.versionKeeper(run_, *target->trash, target->path);
+    if (!target->versions) target->versions = std::make_unique<NoRevisions>();
+    target->copier = std::make_unique<FileCopier>(run_, *target->versions, *target->trash);
+    target->walk = std::make_unique<DirectoryWalk>(run_, *target->copier, recorder);
+  }
+}
+
+Result<RunTarget*> RunTargets::usable(const std::string& path) {
+  LUMISK_TRY(const Descriptor folder, run_.files.openRoot(path));
+  LUMISK_TRY(const FileStatus status, run_.files.statusOf(folder.get()));
+  RunTarget* const target = find(status.identity);
+  if (!target) return fail("find the opened target", path, ESTALE);
+  LUMISK_CHECK(run_.files.mayWrite(folder.get(), "."));
+  return target;
+}
+
+RunTarget* RunTargets::first() {
+  return firstIsOpen_ ? targets_.front().get() : nullptr;
+}
+
+RunTarget* RunTargets::find(const FileIdentity& identity) {
+  for (auto& target : targets_)
+    if (target->identity == identity) return target.get();
+  return nullptr;
+}
+
+Result<void> RunTargets::syncAll() {
+  for (auto& target : targets_) LUMISK_CHECK(run_.files.syncFileSystem(target->folder.get()));
+  return {};
+}
+
+Result<SourceKind> checkSource(FileCalls& files, const std::string& path) {
+  if (auto folder = files.openRoot(path)) {
+    LUMISK_CHECK(files.mayRead(folder->get(), "."));
+    return SourceKind::kFolder;
+  } else if (folder.error().code != ENOTDIR) {
+    return fail(std::move(folder).error());
+  }
+  LUMISK_TRY(const Descriptor parent, files.openRoot(paths::parent(path)));
+  LUMISK_CHECK(files.mayRead(parent.get(), paths::lastComponent(path)));
+  return SourceKind::kOther;
+}
+
+}  // namespace lumisk
