@@ -29,6 +29,13 @@ bool isOnUnmountableVolume(const std::string& path) {
   return info && info->isUnmountable;
 }
 
+void takePlaceNames(const PropertyList& job, QUORVELPREFERENCEINFOtag_CopyFileObjectPart& view) {
+  view.computerName = job[kComputerNameKey].text();
+  view.rootDisplayName = job[kRootDisplayNameKey].text();
+  if (view.computerName.empty()) view.computerName = workspace::computerName();
+  if (view.rootDisplayName.empty()) view.rootDisplayName = workspace::rootDisplayName();
+}
+
 // Nothing thrown leaves the worker's thread. What was thrown, or "".
 template <class Work>
 std::string guarded(Work&& work) {
@@ -69,8 +76,8 @@ struct copyFileThreadObject::Members {
   void post(const char* name, std::any object, PropertyList::Dictionary userInfo = {});
   void postProgress(const JobProgressMessage& message) { post(kProgressNotification, message); }
   std::unique_ptr<JobLog> openLog(bool dryRun);
-  void logLine(const char* text);
   QUORVELPREFERENCEINFOtag_CopyFileObjectPart currentInfo();
+  bool isDryRun();
 
   void startListening();
   void stopListening();
@@ -129,6 +136,7 @@ bool copyFileThreadObject::fetchCurrentInfo(const PropertyList::Array& jobs, std
   if (index < 0 || static_cast<std::size_t>(index) >= jobs.size()) return false;
   QUORVELPREFERENCEINFOtag_CopyFileObjectPart view;
   if (!copyFileObjectPartFromDictionary(jobs[static_cast<std::size_t>(index)], view)) return false;
+  takePlaceNames(jobs[static_cast<std::size_t>(index)], view);
   m.m_currentInfo = std::move(view);
   m.m_notificationInfo[kJobUuidKey] = m.m_currentInfo.uuidString;
   return true;
@@ -299,7 +307,7 @@ void copyFileThreadObject::Members::stopListening() {
 
 void copyFileThreadObject::Members::copyFileThread() {
   guarded([this] {
-    logLine("%s: Starting running\n");
+    openLog(isDryRun())->write("%s: Starting running\n", currentInfo().name.c_str());
     RunRequest request;
     while (takeRequest(request)) {
       const std::lock_guard running(_threadLock);
@@ -307,7 +315,7 @@ void copyFileThreadObject::Members::copyFileThread() {
     }
   });
   guarded([this] { postProgress(JobProgressMessage::finishedMessageWithJobName(currentInfo().name)); });
-  guarded([this] { logLine("%s: Stop running\n\n"); });
+  guarded([this] { openLog(isDryRun())->write("%s: Stop running\n\n", currentInfo().name.c_str()); });
   endThread();
 }
 
@@ -397,6 +405,11 @@ void copyFileThreadObject::Members::post(const char* name, std::any object, Prop
 QUORVELPREFERENCEINFOtag_CopyFileObjectPart copyFileThreadObject::Members::currentInfo() {
   const ConditionLock::Guard guard(m_conditionLock);
   return m_currentInfo;
+}
+
+bool copyFileThreadObject::Members::isDryRun() {
+  const ConditionLock::Guard guard(m_conditionLock);
+  return options.dryRun;
 }
 
 std::unique_ptr<JobLog> copyFileThreadObject::Members::openLog(bool dryRun) {

@@ -80,7 +80,7 @@ void RunSequence::perform() {
   if (!openTargets()) return logRefusal();
   countEntries();
   if (!terminated()) walkSources();
-  if (!terminated()) settle();
+  settle();
   fillReport();
   if (terminated()) {
     result_.end = RunResult::End::kTerminated;
@@ -292,10 +292,14 @@ void RunSequence::noteProblem(const std::string& path, const std::string& text) 
 // The end.
 
 void RunSequence::settle() {
-  // A cancel is not made to wait for a slow disk; the next run waits for what this one leaves.
-  if (run_.dryRun || run_.mustStop()) return;
+  if (run_.dryRun) return;
+  const bool wasSettled = memory_.settled.value_or(!lastRunDidNotComplete(run_.info));
+  memory_.settled = wasSettled && run_.written.isEmpty();
+  // A stop is not made to wait for a slow disk; the next run waits for what this one leaves.
+  if (run_.mustStop()) return;
   auto settled = run_.written.settle();
-  if (settled && lastRunDidNotComplete(run_.info)) settled = targets_.syncAll();
+  if (settled && !wasSettled) settled = targets_.syncAll();
+  memory_.settled = settled.has_value();
   if (settled) return;
   run_.log.write("%s: ERROR: Failed to write everything to the disk: %s\n", run_.info.name.c_str(),
                  settled.error().text().c_str());

@@ -16,6 +16,9 @@ struct RunMemory {
   bool neededShowFinishDialog = true;
   bool _showFreeSpaceDlg = true;  // "not enough free space" has not been shown yet
   bool _ifDisplayed = false;      // the capacity warning has been shown since the target last had room
+  // Whether all that earlier runs wrote has reached the disk. Before the first run of this worker only the stored dates
+  // tell.
+  std::optional<bool> settled;
 };
 
 // One request, with the settings as they were when it was taken up.

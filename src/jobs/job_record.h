@@ -74,6 +74,10 @@ using QUORVELPREFERENCEINFO = QUORVELPREFERENCEINFOtag;
 
 // Begin of the last run that completed, stored date form with nanoseconds dropped: what decisions go by.
 inline constexpr const char* kLastCompletedBeginKey = "NSLastCompletedBegin";
+// The computer's name and the display name of "/" as they were when the job was made: how jobs that retain full paths
+// go on spelling their places below the target.
+inline constexpr const char* kComputerNameKey = "NSComputerName";
+inline constexpr const char* kRootDisplayNameKey = "NSRootDisplayName";
 
 // The defaults of a new job. `now` gives the schedule its time of day and the job its name.
 [[nodiscard]] QUORVELPREFERENCEINFO newJobDefaults(WallTime now);

@@ -45,6 +45,9 @@ struct QUORVELPREFERENCEINFOtag_CopyFileObjectPart {
   bool bDealPackage = false;
   // Beyond the described view: the begin of the last completed run; empty if none did.
   std::string lastCompletedBegin;
+  // The worker fills these: names for retained full paths, from when the job was made.
+  std::string computerName;
+  std::string rootDisplayName;
 };
 
 // What the scheduler sees of a job; its own starting values are the defaults.
