@@ -1,0 +1,105 @@
+#include "engine/entry_removal.h"
+
+#include <cerrno>
+
+namespace lumisk {
+namespace {
+
+// Removes what lies in one folder, depth first. Holds the folder it is in open and goes back up through "..".
+class FolderRemoval {
+ public:
+  FolderRemoval(FileCalls& files, const std::function<bool()>& mustStop) : files_(files), mustStop_(mustStop) {}
+
+  Result<void> remove(int folder, const std::string& name) {
+    LUMISK_CHECK(enter(folder, name));
+    while (levels_.size() > 1 || !levels_.back().subfolders.empty()) {
+      if (levels_.back().subfolders.empty()) {
+        LUMISK_CHECK(leave());
+        continue;
+      }
+      const std::string next = std::move(levels_.back().subfolders.back());
+      levels_.back().subfolders.pop_back();
+      LUMISK_CHECK(enter(current_.get(), next));
+    }
+    return files_.removeFolder(folder, name);
+  }
+
+ private:
+  struct Level {
+    std::string name;
+    FileIdentity identity;
+    std::vector<std::string> subfolders;  // still to be removed
+  };
+
+  Result<void> enter(int folder, const std::string& name) {
+    LUMISK_TRY(Descriptor opened, files_.openFolder(folder, name));
+    LUMISK_TRY(const FileStatus status, files_.statusOf(opened.get()));
+    if (status.isMountRoot) return fail("remove the mount point", name, EBUSY);
+    if (!levels_.empty() && status.identity.device != levels_.front().identity.device)
+      return fail("remove the folder of another file system", name, EBUSY);
+    // Copies of read-only folders are read-only, too.
+    if ((status.mode & 0700) != 0700) (void)files_.setMode(opened.get(), status.mode | 0700);
+    current_ = std::move(opened);
+    levels_.push_back({name, status.identity, {}});
+    return removeFiles();
+  }
+
+  Result<void> removeFiles() {
+    std::vector<FolderEntry> entries;
+    LUMISK_CHECK(files_.listFolder(current_.get(), entries));
+    for (FolderEntry& entry : entries) {
+      if (mustStop_()) return fail("remove", entry.name, ECANCELED);
+      LUMISK_TRY(const FileType type, typeOf(entry));
+      if (type == FileType::kFolder) {
+        levels_.back().subfolders.push_back(std::move(entry.name));
+      } else {
+        LUMISK_CHECK(files_.removeFile(current_.get(), entry.name));
+      }
+    }
+    return {};
+  }
+
+  Result<FileType> typeOf(const FolderEntry& entry) {
+    if (entry.type != FileType::kUnknown) return entry.type;
+    LUMISK_TRY(const FileStatus status, files_.status(current_.get(), entry.name));
+    return status.type;
+  }
+
+  // Only into the folder that it came from: one that was moved meanwhile has another parent.
+  Result<void> leave() {
+    const std::string name = std::move(levels_.back().name);
+    levels_.pop_back();
+    LUMISK_TRY(Descriptor parent, files_.openParent(current_.get()));
+    LUMISK_TRY(const FileStatus status, files_.statusOf(parent.get()));
+    if (status.identity != levels_.back().identity) return fail("remove the folder", name, ESTALE);
+    current_ = std::move(parent);
+    return files_.removeFolder(current_.get(), name);
+  }
+
+  FileCalls& files_;
+  const std::function<bool()>& mustStop_;
+  Descriptor current_;
+  std::vector<Level> levels_;
+};
+
+}  // namespace
+
+Result<void> removeTree(FileCalls& files, int folder, const std::string& name, const std::function<bool()>& mustStop) {
+  LUMISK_TRY(const FileStatus status, files.status(folder, name));
+  if (status.type != FileType::kFolder) return files.removeFile(folder, name);
+  return FolderRemoval(files, mustStop).remove(folder, name);
+}
+
+Result<void> discardEntry(RunState& run, Trash& trash, const Place& entry, const FileStatus& standing) {
+  LUMISK_TRY(const FileStatus now, run.files.status(entry.folder, entry.name));
+  if (now.identity != standing.identity) return fail("delete", entry.path, ESTALE);
+  if (run.info.bMoveFileTrash) {
+    LUMISK_CHECK(trash.moveToTrash(entry.folder, entry.name, entry.path));
+  } else {
+    LUMISK_CHECK(removeTree(run.files, entry.folder, entry.name, [&run] { return run.mustStop(); }));
+  }
+  run.written.wrote(-1, entry.folder, standing.identity.device);
+  return {};
+}
+
+}  // namespace lumisk
