@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace lumisk {
+
+// A new name for a temporary sibling: ".lumisk-" and 12 random hexadecimal digits, known again by isTemporaryName().
+[[nodiscard]] std::string makeTemporaryName();
+
+}  // namespace lumisk
