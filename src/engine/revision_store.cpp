@@ -10,7 +10,7 @@ namespace {
 
 // A file that cannot have a second name here; it can be moved.
 bool cannotLink(int code) {
-  return code == EPERM || code == EOPNOTSUPP || code == ENOTSUP || code == ENOSYS || code == EMLINK || code == EINVAL;
+  return code == EPERM || code == EOPNOTSUPP || code == ENOSYS || code == EMLINK;
 }
 
 }  // namespace

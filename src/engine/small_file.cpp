@@ -1,11 +1,10 @@
 #include "engine/small_file.h"
 
-#include <fmt/format.h>
-
 #include <array>
 #include <cerrno>
-#include <random>
 #include <span>
+
+#include "engine/temporary_name.h"
 
 namespace lumisk {
 namespace {
@@ -50,7 +49,7 @@ Result<void> replaceSmallFile(FileCalls& files, int folder, const std::string& n
                               SmallFileDurability durability) {
   const auto standing = files.status(folder, name);
   const std::uint32_t mode = standing && standing->type == FileType::kRegular ? standing->mode : 0600;
-  const std::string temporary = temporaryName();
+  const std::string temporary = makeTemporaryName();
   auto done = writeTemporary(files, folder, temporary, mode, bytes, durability);
   if (done) done = files.rename(folder, temporary, folder, name, Replace::kAllowed);
   if (!done) {
@@ -62,11 +61,6 @@ Result<void> replaceSmallFile(FileCalls& files, int folder, const std::string& n
 
 Result<void> setAsideSmallFile(FileCalls& files, int folder, const std::string& name) {
   return files.rename(folder, name, folder, name + ".damaged", Replace::kAllowed);
-}
-
-std::string temporaryName() {
-  thread_local std::mt19937_64 random{std::random_device{}() * std::uint64_t{0x100000001} ^ std::random_device{}()};
-  return fmt::format(".lumisk-{:012x}", random() & 0xffffffffffff);
 }
 
 }  // namespace lumisk

@@ -23,7 +23,4 @@ Result<void> replaceSmallFile(FileCalls& files, int folder, const std::string& n
 // Gives a damaged file the name "<name>.damaged", replacing an earlier one.
 Result<void> setAsideSmallFile(FileCalls& files, int folder, const std::string& name);
 
-// A name for a temporary sibling: ".lumisk-" and 12 random hexadecimal digits.
-[[nodiscard]] std::string temporaryName();
-
 }  // namespace lumisk
