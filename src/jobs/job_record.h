@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "jobs/job_keys.h"
 #include "platform/calendar_date.h"
 #include "platform/property_list.h"
 #include "platform/user_dialogs.h"
@@ -72,21 +73,18 @@ struct QUORVELPREFERENCEINFOtag {
 };
 using QUORVELPREFERENCEINFO = QUORVELPREFERENCEINFOtag;
 
-// Begin of the last run that completed, stored date form with nanoseconds dropped: what decisions go by.
-inline constexpr const char* kLastCompletedBeginKey = "NSLastCompletedBegin";
-// The computer's name and the display name of "/" as they were when the job was made: how jobs that retain full paths
-// go on spelling their places below the target.
-inline constexpr const char* kComputerNameKey = "NSComputerName";
-inline constexpr const char* kRootDisplayNameKey = "NSRootDisplayName";
-
 // The defaults of a new job. `now` gives the schedule its time of day and the job its name.
 [[nodiscard]] QUORVELPREFERENCEINFO newJobDefaults(WallTime now);
 // "anna20090303143005"
 [[nodiscard]] std::string getDefaultJobName(WallTime now);
 
+// What confirming a new job adds to its settings: an identifier, the first-copy flag, its type and what the type
+// implies (a two-way job with conflicts keeps no full paths, a clone counts its timer in hours).
+void confirmNewJob(QUORVELPREFERENCEINFO& job, JobType type);
+
 // Both conversions between the record and the stored dictionary. Reading never fails on missing keys (they give 0,
-// false or ""); it fails with code EINVAL only without the header of "NSBackupFolders". "NSDataBit" is always written
-// as 0.
+// false or ""; a missing last-run or modification time leaves what the record holds); it fails with code EINVAL, the
+// record untouched, only without the header of "NSBackupFolders". "NSDataBit" is always written as 0.
 [[nodiscard]] PropertyList jobToDictionary(const QUORVELPREFERENCEINFO& job);
 Result<void> jobFromDictionary(const PropertyList& dictionary, QUORVELPREFERENCEINFO& job);
 

@@ -2,10 +2,12 @@
 
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "jobs/job_record.h"
+#include "platform/clock.h"
 #include "platform/user_defaults.h"
 
 namespace lumisk {
@@ -19,8 +21,12 @@ inline constexpr const char* kPreferencesKey = "SGPreferences";
 //
 // Threads: m_preferenceInfo is guarded by m_lock; every operation takes it itself unless said otherwise. m_currentInfo,
 // m_tempInfo and m_nIndex belong to the thread that edits jobs (the main thread).
-// Errors: the booleans say what the operation found; when a write failed the operation gives false, too, the array in
-// memory is what the store still holds, and lastError() says why.
+// Errors: the booleans say what the operation found. When reading or writing failed the operation gives false, too, the
+// array in memory stays what the store held when it was last read or written, and lastError() says why.
+// Safety: jobs that are stored but were never read (the file was unreadable at the time) are not overwritten: saving
+// fails until a read succeeds. Whatever stands under the job array's key and cannot be loaded (the store's name is
+// missing beside it, or it is no array) is kept under a dated key by the save that replaces it, and reported by
+// takeWarnings().
 class JobStore {
  public:
   explicit JobStore(UserDefaults& defaults, const Clock& clock);
@@ -28,16 +34,22 @@ class JobStore {
   void initializePreferenceInfo();
   bool readPreferenceInfo();  // appends; false when the name or the array is missing
   bool savePreferenceInfo();
-  bool reloadPreferenceInfo();
+  bool reloadPreferenceInfo();  // when the store cannot be read, the jobs in memory stay
   void destroyPreferenceInfo();
+  // Marks every job as not running, in memory only: a run that the last quit cut short is not shown as running.
+  void initializeStatus();
 
   // lock: whether to take m_lock (a caller that holds it says kHeld).
   enum class Locking { kTake, kHeld };
   bool fetchPreferenceInfo(std::int32_t index, Locking lock);
-  bool addPreferenceInfo(std::int32_t index);  // m_currentInfo; negative: append
+  // Both store m_currentInfo and set its jobModifyTime to now: making and editing a job begin a new phase of its timer.
+  // Changes that are no edits go through changeJob(). What m_currentInfo says of the job's runs is stored, too: fetch
+  // the job right before. A job whose folders or type change has completed no run: "NSLastCompletedBegin" is dropped.
+  bool addPreferenceInfo(std::int32_t index);  // negative: append
   bool storePreferenceInfo(std::int32_t index);
   bool deletePreferenceInfo(std::int32_t index);
-  // Changes one stored job in place and saves. Status updates go through here.
+  // Changes one stored job in place and saves; nothing is written when nothing changed. Status updates go through here.
+  // `edit` runs under m_lock.
   bool changeJob(std::int32_t index, const std::function<void(PropertyList::Dictionary&)>& edit);
 
   void preferenceInfoLock() { m_lock.lock(); }
@@ -46,15 +58,16 @@ class JobStore {
   bool writeInfoWithUserName(const std::string& user);  // likewise
 
   void init_tempInfo(bool keepSources);
-  void get_tempInfoFromCurrentInfo();
-  void get_currentInfoFromTempInfo();
+  void get_tempInfoFromCurrentInfo() { m_tempInfo = m_currentInfo; }
+  void get_currentInfoFromTempInfo() { m_currentInfo = m_tempInfo; }
 
   enum class Editing { kNewJob, kSelectedJob };  // the selected job (m_nIndex) does not clash with itself
   bool checkJobNameIsExist(const std::string& name, Editing edit);
   bool checkDirectoryIsExist(const std::string& path, bool checkTarget, Editing edit, bool subDirectory);
   bool checkingDestinationFolderHasChanged(const std::string& path);
 
-  // One-time import of the sibling product's jobs.
+  // One-time import of the sibling product's jobs. A job that is here already (same uuid; without one, same name) is
+  // not added again; another job's name gets a number. True when the import ran, now or before.
   bool checkVersionOfTarnwick();
   // Empties "RunningJobSourcePath" of the file shared with the file manager's plug-in.
   void removeAllRunningJob();
@@ -62,32 +75,58 @@ class JobStore {
   // Straight in the user defaults, for the copy worker.
   bool getDataBit(std::int32_t index, std::uint32_t& bits);
   bool setDataBit(std::int32_t index, std::uint32_t bits);  // does nothing, true
-  bool setFirstCopyFlag(std::int32_t index);
+  bool setFirstCopyFlag(std::int32_t index);                // in memory, too, so that no later save brings it back
 
   [[nodiscard]] PropertyList::Array jobs();  // a copy of the array
   [[nodiscard]] std::int32_t count();
   [[nodiscard]] std::int32_t indexOfName(const std::string& name);  // -1 when there is none
   [[nodiscard]] std::int32_t indexOfUuid(const std::string& uuid);
   [[nodiscard]] PropertyList preference(const std::string& key);  // an entry of "SGPreferences"
-  [[nodiscard]] const Error& lastError() const { return lastError_; }
+  // Why the last operation failed; empty when it did not fail, or only found no such job.
+  [[nodiscard]] Error lastError();
+  [[nodiscard]] std::vector<std::string> takeWarnings();  // what was kept aside, one line each, for the face to show
 
   QUORVELPREFERENCEINFO m_currentInfo;
   QUORVELPREFERENCEINFO m_tempInfo;
   std::int32_t m_nIndex = -1;
 
  private:
-  bool saveLocked();
+  using Array = PropertyList::Array;
+  using Dictionary = PropertyList::Dictionary;
+
+  // With m_lock held.
+  Result<bool> appendStored();  // whether there was something to append
+  bool saveLocked() { return replaceJobs(m_preferenceInfo); }
+  bool replaceJobs(Array next);
+  [[nodiscard]] bool isIndex(std::int32_t index) const;
+  [[nodiscard]] bool isExempt(std::size_t index, Editing edit) const;
+  [[nodiscard]] std::int32_t indexWhere(const char* key, const std::string& text);
+
+  void mirrorFirstCopy(std::int32_t index, const PropertyList& stored);
+
+  bool importJobs(const Array& theirs);
+  bool succeeded();
+  bool failed(Error error);
+  void warnAboutKept(const std::optional<std::string>& keptUnder);
 
   UserDefaults& defaults_;
   const Clock& clock_;
   std::mutex m_lock;
-  PropertyList::Array m_preferenceInfo;
+  Array m_preferenceInfo;
+  bool wasRead_ = false;  // m_preferenceInfo holds all that is stored
+
+  std::mutex reportLock_;  // guards what follows; taken after m_lock
   Error lastError_;
+  std::vector<std::string> warnings_;
 };
 
 // Same path, or with subDirectory also inside or around it, by whole components.
 [[nodiscard]] bool compareStringPath(const std::string& path1, const std::string& path2, bool subDirectory);
 // The same for sources, by the same rule.
 [[nodiscard]] bool compareStringPathExt(const std::string& path1, const std::string& path2, bool subDirectory);
+
+// The file shared with the file manager's plug-in, and the sibling product's settings.
+[[nodiscard]] std::string pluginListPath();
+[[nodiscard]] std::string siblingDefaultsPath();
 
 }  // namespace lumisk

@@ -45,7 +45,7 @@ struct QUORVELPREFERENCEINFOtag_CopyFileObjectPart {
   bool bDealPackage = false;
   // Beyond the described view: the begin of the last completed run; empty if none did.
   std::string lastCompletedBegin;
-  // The worker fills these: names for retained full paths, from when the job was made.
+  // Names for retained full paths, from when the job was made; empty in jobs that do not know them.
   std::string computerName;
   std::string rootDisplayName;
 };
@@ -79,6 +79,7 @@ struct QUORVELPREFERENCEINFOtag_SchedulePart {
 
 // From the stored dictionary. The same rules as jobFromDictionary(); for the worker, a leading "." of an extension of
 // at least 2 characters is dropped.
+// The scheduler's view needs no folders and fails only for what is no dictionary.
 Result<void> copyFileObjectPartFromDictionary(const PropertyList& dictionary,
                                               QUORVELPREFERENCEINFOtag_CopyFileObjectPart& view);
 Result<void> schedulePartFromDictionary(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_SchedulePart& view);

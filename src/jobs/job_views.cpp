@@ -1,0 +1,39 @@
+#include "jobs/job_views.h"
+
+#include <cerrno>
+
+#include "jobs/job_fields.h"
+
+namespace lumisk {
+namespace {
+
+void dropLeadingDots(std::vector<std::string>& extensions) {
+  for (std::string& extension : extensions) {
+    if (extension.size() >= 2 && extension.front() == '.') extension.erase(0, 1);
+  }
+}
+
+}  // namespace
+
+Result<void> copyFileObjectPartFromDictionary(const PropertyList& dictionary,
+                                              QUORVELPREFERENCEINFOtag_CopyFileObjectPart& view) {
+  LUMISK_CHECK(jobFields::readWork(dictionary, view));
+  jobFields::readCommon(dictionary, view);
+  dropLeadingDots(view.inclusionArray);
+  dropLeadingDots(view.exclusionArray);
+  jobFields::replaceText(view.lastRunTime, dictionary[kLastRanTimeKey]);
+  view.lastCompletedBegin = dictionary[kLastCompletedBeginKey].text();
+  view.computerName = dictionary[kComputerNameKey].text();
+  view.rootDisplayName = dictionary[kRootDisplayNameKey].text();
+  return {};
+}
+
+Result<void> schedulePartFromDictionary(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_SchedulePart& view) {
+  if (dictionary.kind() != PropertyList::Kind::kDictionary)
+    return fail("read the job", "", EINVAL, "it is not a dictionary");
+  jobFields::readCommon(dictionary, view);
+  jobFields::replaceText(view.lastRunTime, dictionary[kLastRanTimeKey]);
+  return {};
+}
+
+}  // namespace lumisk
