@@ -44,7 +44,9 @@ class JobPlaces {
  public:
   JobPlaces(FileCalls& files, JobType type, const std::vector<std::string>& sources,
             const std::vector<std::string>& targets, const std::string& copyFolder)
-      : type_(type), ownCopyIsLeftOut_(isSync(type) && !copyFolder.empty() && sources.size() == 1) {
+      : type_(type),
+        keepsFullPaths_(!copyFolder.empty()),
+        ownCopyIsLeftOut_(isSync(type) && keepsFullPaths_ && sources.size() == 1) {
     for (const std::string& target : targets) targets_.push_back(findPlace(files, target));
     for (std::size_t i = 0; i < sources.size(); ++i) {
       sources_.push_back(findPlace(files, sources[i]));
@@ -114,11 +116,12 @@ class JobPlaces {
     return std::nullopt;
   }
 
-  // Two-way sources of one target that receive all that is in it: one inside the other would grow with every run.
+  // Sources that all receive all that is in their target: one inside the other would grow with every run.
   Problem checkMergedSources() const {
+    if (type_ != JobType::kSyncWithConflicts || keepsFullPaths_ || targets_.size() > 1) return std::nullopt;
     for (std::size_t i = 0; i < sources_.size(); ++i) {
       for (std::size_t j = 0; j < sources_.size(); ++j) {
-        if (i != j && isSync(type_) && isSamePlace(copies_[i], copies_[j]) && isInsideOrSame(sources_[i], sources_[j]))
+        if (i != j && isInsideOrSame(sources_[i], sources_[j]))
           return JobProblem{sources_[i].path, "one source lies inside another"};
       }
     }
@@ -126,6 +129,7 @@ class JobPlaces {
   }
 
   JobType type_;
+  bool keepsFullPaths_;
   bool ownCopyIsLeftOut_;
   std::vector<PlaceOnDisk> sources_, targets_, copies_, revisions_;
 };
