@@ -46,9 +46,9 @@ Result<std::string> readSmallFile(FileCalls& files, int folder, const std::strin
 }
 
 Result<void> replaceSmallFile(FileCalls& files, int folder, const std::string& name, std::string_view bytes,
-                              SmallFileDurability durability) {
+                              SmallFileDurability durability, std::uint32_t newMode) {
   const auto standing = files.status(folder, name);
-  const std::uint32_t mode = standing && standing->type == FileType::kRegular ? standing->mode : 0600;
+  const std::uint32_t mode = standing && standing->type == FileType::kRegular ? standing->mode : newMode;
   const std::string temporary = makeTemporaryName();
   auto done = writeTemporary(files, folder, temporary, mode, bytes, durability);
   if (done) done = files.rename(folder, temporary, folder, name, Replace::kAllowed);

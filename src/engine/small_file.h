@@ -16,9 +16,9 @@ enum class SmallFileDurability {
   kWithTheRun,  // reaches the disk with the run's data
   kNow,         // is on the disk, with its name, when the call returns
 };
-// Replaced in one step by a temporary sibling; mode 0600 for a new file, else that of the old one.
+// Replaced in one step by a temporary sibling; `newMode` for a new file, else the mode of the old one.
 Result<void> replaceSmallFile(FileCalls& files, int folder, const std::string& name, std::string_view bytes,
-                              SmallFileDurability durability);
+                              SmallFileDurability durability, std::uint32_t newMode = 0600);
 
 // Gives a damaged file the name "<name>.damaged", replacing an earlier one.
 Result<void> setAsideSmallFile(FileCalls& files, int folder, const std::string& name);

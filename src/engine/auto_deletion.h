@@ -1,0 +1,84 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "engine/deletion_rule.h"
+#include "engine/entry_finder.h"
+#include "engine/file_list.h"
+#include "engine/run_state.h"
+#include "platform/trash.h"
+
+namespace lumisk {
+
+// What a pass over the previous run's file list would delete.
+struct DeletionPlan {
+  std::uint64_t pairs = 0;      // read from the list
+  std::uint64_t deletions = 0;  // destinations that stand although their sources are proven to have gone
+};
+
+// An open folder and its complete listing.
+struct ListedFolder {
+  int folder = -1;
+  const std::string& path;
+  const std::vector<FolderEntry>& entries;
+};
+
+// Lets a backup follow deletions in its sources. Only what is proven to be absent below a sound source is deleted, only
+// in this job's own targets, and to the Trash when the job says so. What cannot be proven is an error, logged and
+// counted, and stays. One object per run; used from the run's thread. In a dry run it tells and deletes nothing.
+class AutoDeletion {
+ public:
+  AutoDeletion(RunState& run, Trash& trash, DeletionScope scope, std::string listFolder = fileListFolder())
+      : run_(run), trash_(trash), scope_(std::move(scope)), listFolder_(std::move(listFolder)) {}
+
+  // The pass over the previous run's list, at the start of a run: plans, asks, carries out. When it may not proceed
+  // the deletions count as held; the caller keeps the list then. Without a list it does nothing.
+  void autoDeleteion(const std::function<bool(const DeletionPlan&)>& mayProceed);
+  // Counts only. An error: there is no list, or none that can be read.
+  Result<DeletionPlan> plan();
+  // Reads the list again, proves each absence again, deletes; never more than the plan counted.
+  void carryOut(const DeletionPlan& plan);
+
+  // Deletes from a destination folder what its source folder does not have.
+  void syncDirectory(const ListedFolder& source, const ListedFolder& destination);
+
+ private:
+  struct Doomed {
+    Place place;
+    FileStatus standing;
+  };
+  struct Passed {
+    std::uint64_t records = 0;
+    std::uint64_t deleted = 0;
+  };
+  Result<std::optional<Doomed>> judge(const FileList::Pair& pair);
+  Result<bool> isGone(std::size_t root, const std::vector<std::string>& components);
+  Result<std::optional<Doomed>> findDestination(const std::string& path);
+  Passed deleteListed(FileList& list, const DeletionPlan& plan);
+  bool remove(const Doomed& doomed);
+  // The names of a source folder by what a folding file system may take for the same.
+  using SpellingIndex = std::unordered_multimap<std::string, std::string_view>;
+  static SpellingIndex indexSpellings(const std::vector<FolderEntry>& entries);
+  Result<std::optional<Doomed>> judgeEntry(const ListedFolder& source, const ListedFolder& destination,
+                                           const std::string& name, const SpellingIndex& spellings);
+  Result<bool> isCarriedUnderOtherSpelling(int folder, const std::string& name, const FileStatus& standing,
+                                           const SpellingIndex& spellings);
+  void complainAboutList(const Error& error);
+  void complain(const std::string& path, const Error& error);
+
+  RunState& run_;
+  Trash& trash_;
+  DeletionScope scope_;
+  std::string listFolder_;
+  std::optional<EntryFinder> source_;  // of the root that was looked into last
+  std::size_t sourceRoot_ = 0;
+  std::optional<EntryFinder> destination_;
+  std::string lastComplaint_;  // its folder: one line for each is enough
+};
+
+}  // namespace lumisk
