@@ -52,6 +52,18 @@ bool checkModificationDate(const FileStatus& source, const FileStatus& destinati
   return source.modified > destination.modified;
 }
 
+std::optional<FileTime> dateOfChangedCopy(const FileStatus& before, const FileStatus& after) {
+  if (before.size == after.size && before.modified == after.modified && before.changed == after.changed)
+    return std::nullopt;
+  // More than the allowance of one second, also after both dates were cut to two.
+  constexpr std::int64_t kSurelyLaterSeconds = 4;
+  FileTime older = std::min(before.modified, after.modified);
+  older.seconds -= kSurelyLaterSeconds;
+  const FileTime latestSeenAsNewer{after.modified.seconds - kSurelyLaterSeconds, after.modified.nanoseconds};
+  if (before.modified <= latestSeenAsNewer) return std::nullopt;
+  return older;
+}
+
 // The info files ("_XXXQelLumiskinfo_...") are not among them: they travel like other files.
 bool isSkippedName(const std::string& name) {
   static constexpr std::array<std::string_view, 7> kNames = {".DS_Store",

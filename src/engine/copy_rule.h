@@ -35,6 +35,11 @@ struct CopyQuestion {
 // Strictly later.
 [[nodiscard]] bool checkModificationDate(const FileStatus& source, const FileStatus& destination);
 
+// The date for the copy of a file that changed from `before` to `after` while it was read, such that the next run is
+// sure to copy it again, however coarse the time stamps are. Empty when it did not change, or when its new date is so
+// much later that `before`'s own date does.
+[[nodiscard]] std::optional<FileTime> dateOfChangedCopy(const FileStatus& before, const FileStatus& after);
+
 // Names that are never copied (our own files, and folders' view settings of desktop systems).
 [[nodiscard]] bool isSkippedName(const std::string& name);
 // Our own temporary siblings: ".lumisk-" and 12 hexadecimal digits.

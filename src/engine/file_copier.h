@@ -3,6 +3,9 @@
 #include <optional>
 #include <string>
 
+#include "engine/data_copy.h"
+#include "engine/error_place.h"
+#include "engine/replacement.h"
 #include "engine/run_seams.h"
 #include "engine/run_state.h"
 #include "platform/catalog_info.h"
@@ -17,22 +20,25 @@ namespace lumisk {
 // name there before. What a failure, a stop or a full disk deletes is the temporary sibling only. Something of another
 // type that stands at the destination is kept the same way, never unlinked outright.
 //
-// One object per run and target; used from the run's thread.
+// What is done is noted in run.written, losses of metadata in run.counts.losses and, once, in the log; a lack of space
+// has been reported to the run. Counting all else, and errors, is the caller's. One object per run and target; used
+// from the run's thread.
 class FileCopier {
  public:
-  FileCopier(RunState& run, VersionKeeper& revisions, Trash& trash) : run_(run), revisions_(revisions), trash_(trash) {}
+  FileCopier(RunState& run, VersionKeeper& revisions, Trash& trash)
+      : run_(run), data_(run), replacement_(run, revisions, trash) {}
 
   struct Copied {
-    FileIdentity made;        // the new file
-    std::uint64_t bytes = 0;  // of data written
-    bool keptVersion = false;
+    FileIdentity made;         // the new file
+    std::uint64_t bytes = 0;   // of data written
+    bool keptVersion = false;  // as a revision; the same for a link or folder goes into counts.revisions at once
     // The source changed while it was read, in a way that its date might not show: what was made carries an older date
     // so that the next run copies it again.
     bool changedMeanwhile = false;
   };
   // `seen` is the source as the walk listed it; another file under its name by now is the error ESTALE. `standing` is
   // what has the destination's name; empty: proven absent, and then nothing is ever replaced (EEXIST). A stop gives
-  // ECANCELED. ENOSPC and EDQUOT have been reported to the run.
+  // ECANCELED. After the first lack of space of a run, what cannot fit is not begun.
   Result<Copied> copyMacintoshFile(const Place& source, const FileStatus& seen, const Place& destination,
                                    const std::optional<FileStatus>& standing);
 
@@ -56,9 +62,35 @@ class FileCopier {
   Result<Descriptor> createMacintoshDirectory(const Place& destination, const std::optional<FileStatus>& standing);
 
  private:
+  struct Source;
+  Result<void> checkSpace(const FileStatus& seen, const Place& destination);
+  Result<Source> openSource(const Place& source, const FileStatus& seen);
+  Result<Copied> copyFile(const Place& source, const FileStatus& seen, const Place& destination,
+                          const std::optional<FileStatus>& standing);
+  Result<Copied> fill(Source& source, const Place& sourcePlace, int file, const Place& destination);
+  Result<Copied> linkFile(const Place& existing, const FileIdentity& expected, const Place& destination,
+                          const std::optional<FileStatus>& standing);
+  Result<void> makeLink(const std::string& text, const FileStatus& seen, const Place& destination,
+                        const std::optional<FileStatus>& standing);
+  Result<Descriptor> makeDirectory(const Place& destination, const std::optional<FileStatus>& standing);
+  Result<Descriptor> openMade(const Place& destination, const std::string& name);
+  bool isSameLink(const std::string& text, const Place& destination, const std::optional<FileStatus>& standing);
+  template <class T>
+  Result<T> reported(const Place& destination, Result<T> result);
+  void dressLink(const TemporaryEntry& link, const FileStatus& made, const FileStatus& seen, const Place& destination);
+  void noteLoss(const CatalogLoss& loss, int descriptor, const std::string& path);
+  void logLossOnce(std::uint64_t device, const std::string& kind, const std::string& what, const std::string& path);
+
   RunState& run_;
-  VersionKeeper& revisions_;
-  Trash& trash_;
+  DataCopy data_;
+  Replacement replacement_;
 };
+
+// Tells the run of a lack of space, whatever met it, and gives the error its full path.
+template <class T>
+Result<T> FileCopier::reported(const Place& destination, Result<T> result) {
+  if (!result && isOutOfSpace(result.error())) run_.noteOutOfSpace();
+  return about(destination.path, std::move(result));
+}
 
 }  // namespace lumisk

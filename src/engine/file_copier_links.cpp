@@ -1,0 +1,106 @@
+// Symbolic links and folders.
+
+#include <cerrno>
+#include <system_error>
+
+#include "engine/file_copier.h"
+
+namespace lumisk {
+namespace {
+
+constexpr std::uint32_t kUnfinishedFolderMode = 0700;
+
+std::string reasonOf(const Error& error) {
+  return error.code == 0 ? error.detail : std::generic_category().message(error.code);
+}
+
+bool hasVanishedAsLink(const Error& error) {
+  return error.code == EINVAL || error.code == ENOENT;
+}
+
+}  // namespace
+
+FileCopier::LinkOutcome FileCopier::copyMacintoshFileLink(const Place& source, const FileStatus& seen,
+                                                          const Place& destination,
+                                                          const std::optional<FileStatus>& standing) {
+  if (seen.type != FileType::kLink) return LinkOutcome::kNotALink;
+  const char* job = run_.info.name.c_str();
+  const auto text = run_.files.readLink(source.folder, source.name);
+  if (!text && hasVanishedAsLink(text.error())) return LinkOutcome::kNotALink;
+  if (!text) {
+    run_.log.write("%s: ERROR: Failed to read symbolic link from the file \"%s\"\n error code: %d,%s\n", job,
+                   shown(source.path).c_str(), text.error().code, reasonOf(text.error()).c_str());
+    return LinkOutcome::kFailed;
+  }
+  if (isSameLink(*text, destination, standing)) return LinkOutcome::kSame;
+  const auto made = reported(destination, makeLink(*text, seen, destination, standing));
+  if (!made) {
+    run_.log.write("%s: ERROR: Failed to create symbolic link. destinationPath: %s\n error code: %d,%s\n", job,
+                   shown(destination.path).c_str(), made.error().code, reasonOf(made.error()).c_str());
+    return LinkOutcome::kFailed;
+  }
+  run_.log.write("%s: symbolic link -- Copied %s\n", job, shown(source.path).c_str());
+  return LinkOutcome::kMade;
+}
+
+bool FileCopier::isSameLink(const std::string& text, const Place& destination,
+                            const std::optional<FileStatus>& standing) {
+  if (!standing || standing->type != FileType::kLink) return false;
+  const auto there = run_.files.readLink(destination.folder, destination.name);
+  return there && *there == text;
+}
+
+Result<void> FileCopier::makeLink(const std::string& text, const FileStatus& seen, const Place& destination,
+                                  const std::optional<FileStatus>& standing) {
+  FileCalls& files = run_.files;
+  TemporaryEntry temporary(files, destination.folder);
+  LUMISK_CHECK(files.makeLink(text, destination.folder, temporary.name()));
+  temporary.made(FileType::kLink);
+  LUMISK_TRY(const FileStatus made, files.status(destination.folder, temporary.name()));
+  dressLink(temporary, made, seen, destination);
+  run_.written.wrote(-1, destination.folder, made.identity.device);
+  LUMISK_TRY(const bool keptVersion, replacement_.putInPlace(temporary, destination, standing));
+  run_.counts.revisions += keptVersion ? 1 : 0;
+  return {};
+}
+
+void FileCopier::dressLink(const TemporaryEntry& link, const FileStatus& made, const FileStatus& seen,
+                           const Place& destination) {
+  FileCalls& files = run_.files;
+  const bool isOthers = made.owner != seen.owner || made.group != seen.group;
+  const bool ownerLost = isOthers && !files.setLinkOwner(link.folder(), link.name(), seen.owner, seen.group);
+  const bool dateLost = !files.setLinkModified(link.folder(), link.name(), seen.modified);
+  if (!ownerLost && !dateLost) return;
+  ++run_.counts.losses;
+  if (ownerLost) logLossOnce(made.identity.device, "owner", "the owner", destination.path);
+  if (dateLost) logLossOnce(made.identity.device, "link date", "the date of the link", destination.path);
+}
+
+Result<Descriptor> FileCopier::createMacintoshDirectory(const Place& destination,
+                                                        const std::optional<FileStatus>& standing) {
+  return reported(destination, makeDirectory(destination, standing));
+}
+
+// What stands in the way has to be kept first; else the folder gets its name at once (EEXIST for another folder).
+Result<Descriptor> FileCopier::makeDirectory(const Place& destination, const std::optional<FileStatus>& standing) {
+  if (!standing || standing->type == FileType::kFolder) {
+    LUMISK_CHECK(run_.files.makeFolder(destination.folder, destination.name, kUnfinishedFolderMode));
+    return openMade(destination, destination.name);
+  }
+  TemporaryEntry temporary(run_.files, destination.folder);
+  LUMISK_CHECK(run_.files.makeFolder(destination.folder, temporary.name(), kUnfinishedFolderMode));
+  temporary.made(FileType::kFolder);
+  LUMISK_TRY(Descriptor made, openMade(destination, temporary.name()));
+  LUMISK_TRY(const bool keptVersion, replacement_.putInPlace(temporary, destination, standing));
+  run_.counts.revisions += keptVersion ? 1 : 0;
+  return made;
+}
+
+Result<Descriptor> FileCopier::openMade(const Place& destination, const std::string& name) {
+  LUMISK_TRY(Descriptor made, run_.files.openFolder(destination.folder, name));
+  LUMISK_TRY(const FileStatus status, run_.files.statusOf(made.get()));
+  run_.written.wrote(made.get(), destination.folder, status.identity.device);
+  return made;
+}
+
+}  // namespace lumisk
