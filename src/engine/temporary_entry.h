@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "engine/small_file.h"
+#include "engine/temporary_name.h"
 #include "platform/file_calls.h"
 
 namespace lumisk {
@@ -11,7 +11,7 @@ namespace lumisk {
 // somewhere else. The folder must stay open longer.
 class TemporaryEntry {
  public:
-  TemporaryEntry(FileCalls& files, int folder) : files_(files), folder_(folder), name_(temporaryName()) {}
+  TemporaryEntry(FileCalls& files, int folder) : files_(files), folder_(folder), name_(makeTemporaryName()) {}
   TemporaryEntry(const TemporaryEntry&) = delete;
   TemporaryEntry& operator=(const TemporaryEntry&) = delete;
   ~TemporaryEntry();
