@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "engine/copy_rule.h"
+#include "platform/paths.h"
 
 namespace lumisk {
 
@@ -56,9 +57,9 @@ Result<FileCopier::Source> FileCopier::openSource(const Place& source, const Fil
   auto file = run_.files.openFile(source.folder, source.name);
   if (!file && file.error().code == ELOOP) return fail("open", source.path, ESTALE);
   LUMISK_TRY(opened.file, std::move(file));
-  LUMISK_TRY(const FileStatus status, run_.files.statusOf(opened.file.get()));
-  if (status.type != FileType::kRegular || status.identity != seen.identity) return fail("open", source.path, ESTALE);
   LUMISK_TRY(opened.info, readCatalogInfo(run_.files, opened.file.get()));
+  const FileStatus& status = opened.info.status;
+  if (status.type != FileType::kRegular || status.identity != seen.identity) return fail("open", source.path, ESTALE);
   return opened;
 }
 
@@ -73,11 +74,23 @@ Result<FileCopier::Copied> FileCopier::fill(Source& source, const Place& sourceP
     info.status.modified = *date;
     copied.changedMeanwhile = true;
   }
-  LUMISK_TRY(const CatalogLoss loss, writeCatalogInfo(files, file, info));
+  CatalogInfo before;
+  LUMISK_TRY(before.status, files.statusOf(file));
+  copied.made = before.status.identity;
+  LUMISK_TRY(const CatalogLoss loss, writeCatalogInfo(files, file, info, startsBare(destination) ? &before : nullptr));
   noteLoss(loss, file, destination.path);
-  LUMISK_TRY(const FileStatus made, files.statusOf(file));
-  copied.made = made.identity;
   return copied;
+}
+
+// Asked once for a folder, not for each file in it.
+bool FileCopier::startsBare(const Place& destination) {
+  std::string folder = paths::parent(destination.path);
+  if (folder != lastFolder_) {
+    const auto inherits = newEntriesInherit(run_.files, destination.folder);
+    lastFolderIsPlain_ = inherits && !*inherits;
+    lastFolder_ = std::move(folder);
+  }
+  return lastFolderIsPlain_;
 }
 
 Result<FileCopier::Copied> FileCopier::linkMacintoshFile(const Place& existing, const FileIdentity& expected,
@@ -116,6 +129,7 @@ void FileCopier::noteLoss(const CatalogLoss& loss, int descriptor, const std::st
   const auto status = run_.files.statusOf(descriptor);
   const std::uint64_t device = status ? status->identity.device : 0;
   if (loss.ownerLost) logLossOnce(device, "owner", "the owner", path);
+  if (loss.permissionsLost) logLossOnce(device, "permissions", "the permissions", path);
   for (const std::string& name : loss.attributesLost)
     logLossOnce(device, attributeKind(name), "the attribute " + name, path);
 }

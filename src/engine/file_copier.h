@@ -68,6 +68,7 @@ class FileCopier {
   Result<Copied> copyFile(const Place& source, const FileStatus& seen, const Place& destination,
                           const std::optional<FileStatus>& standing);
   Result<Copied> fill(Source& source, const Place& sourcePlace, int file, const Place& destination);
+  bool startsBare(const Place& destination);
   Result<Copied> linkFile(const Place& existing, const FileIdentity& expected, const Place& destination,
                           const std::optional<FileStatus>& standing);
   Result<void> makeLink(const std::string& text, const FileStatus& seen, const Place& destination,
@@ -84,6 +85,8 @@ class FileCopier {
   RunState& run_;
   DataCopy data_;
   Replacement replacement_;
+  std::string lastFolder_;  // whether new files in this one start without attributes
+  bool lastFolderIsPlain_ = false;
 };
 
 // Tells the run of a lack of space, whatever met it, and gives the error its full path.

@@ -79,6 +79,31 @@ RC_GTEST_PROP(CopyRule_Dates, CopyAndItsCopy_AreNeverNewerThanEachOther, ()) {
   RC_ASSERT(reasonFor(kept, source, std::chrono::nanoseconds(step)) == "unchanged");
 }
 
+RC_GTEST_PROP(CopyRule_ChangedSource, CopyOfAnyOtherStatus_IsCopiedAgainWhateverTheGranularity, ()) {
+  const auto anyTime = [] {
+    return FileTime{*rc::gen::inRange<std::int64_t>(1000, 1012),
+                    *rc::gen::element<std::uint32_t>(0, 1, 100, 500'000'000, 999'999'999)};
+  };
+  FileStatus before = fileOf(anyTime());
+  FileStatus after = fileOf(anyTime());
+  after.changed = {before.changed.seconds + 1, 0};
+  const auto date = dateOfChangedCopy(before, after);
+  for (const auto granularity : {1ns, 100ns, std::chrono::nanoseconds(1s), std::chrono::nanoseconds(2s)})
+    RC_ASSERT(decideCopy({after, fileOf(date.value_or(before.modified)), granularity}).verdict ==
+              CopyVerdict::kReplace);
+}
+
+TEST(CopyRule_ChangedSource, NotChangedOrMuchNewer_KeepsItsDate) {
+  FileStatus before = fileOf({1000, 5});
+  FileStatus after = before;
+  EXPECT_FALSE(dateOfChangedCopy(before, after));
+  after.modified = {1010, 0};
+  EXPECT_FALSE(dateOfChangedCopy(before, after));
+  after.modified = before.modified;
+  after.size = 6;
+  EXPECT_TRUE(dateOfChangedCopy(before, after));
+}
+
 TEST(SkippedNames, ListedOnesAndListsOfFiles_AreSkippedAndNoOthers) {
   for (const char* name : {".DS_Store", ".hidden", ".localized", ".hotfiles.btree", "Qel Lumisk.log", ".lumiskFileList",
                            ".lumiskFolderFlagPlist", "job.qellumiskdat"})
