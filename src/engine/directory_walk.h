@@ -6,6 +6,7 @@
 #include "engine/file_copier.h"
 #include "engine/run_seams.h"
 #include "engine/run_state.h"
+#include "engine/walk_rules.h"
 
 namespace lumisk {
 
@@ -18,7 +19,8 @@ namespace lumisk {
 // Only a proven absence is an absence: a folder that could not be listed whole is an error and is not walked.
 class DirectoryWalk {
  public:
-  DirectoryWalk(RunState& run, FileCopier& copier, RunRecorder& recorder);
+  DirectoryWalk(RunState& run, FileCopier& copier, RunRecorder& recorder);  // of a backup that deletes nothing
+  DirectoryWalk(RunState& run, FileCopier& copier, RunRecorder& recorder, WalkRules& rules);
   ~DirectoryWalk();
 
   // Carries a source (file, link or folder) to a destination path whose parent exists (a missing target folder is
@@ -27,7 +29,7 @@ class DirectoryWalk {
   // less for each level). mode: chooses the pause per entry.
   bool copyDirectory(const std::string& source, const std::string& destinationPath, int layer, int mode);
 
-  // Folders below which something was written or renamed, for runs that sync only those. Descriptors are not kept.
+  // Whether anything was made, replaced or removed, in all calls so far.
   [[nodiscard]] bool wroteAnything() const;
 
  private:

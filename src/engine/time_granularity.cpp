@@ -41,6 +41,15 @@ std::chrono::nanoseconds probeTimeGranularity(FileCalls& files, int folder) {
   return kept ? granularityThatKeeps(*kept) : kCoarsest;
 }
 
+// Dates of files may be anything that 64 bits hold: no difference of two can be trusted to fit.
+bool isCloserThan(std::chrono::nanoseconds distance, const FileTime& a, const FileTime& b) {
+  const auto& [earlier, later] = std::minmax(a, b);
+  const std::uint64_t seconds = static_cast<std::uint64_t>(later.seconds) - static_cast<std::uint64_t>(earlier.seconds);
+  if (seconds > 1'000'000) return false;
+  const std::int64_t nanoseconds = std::int64_t{later.nanoseconds} - std::int64_t{earlier.nanoseconds};
+  return std::chrono::seconds(seconds) + std::chrono::nanoseconds(nanoseconds) < distance;
+}
+
 std::chrono::nanoseconds TimeGranularities::of(int folder, std::uint64_t device) {
   const auto known = known_.find(device);
   if (known != known_.end()) return known->second;

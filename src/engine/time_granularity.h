@@ -13,6 +13,9 @@ namespace lumisk {
 // the coarsest known, when it cannot be found out.
 [[nodiscard]] std::chrono::nanoseconds probeTimeGranularity(FileCalls& files, int folder);
 
+// Whether two times lie less than `distance` apart; it is at most a few seconds.
+[[nodiscard]] bool isCloserThan(std::chrono::nanoseconds distance, const FileTime& a, const FileTime& b);
+
 // Probes each file system once.
 class TimeGranularities {
  public:

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+
+#include "engine/name_list.h"
+#include "engine/spellings.h"
+#include "platform/catalog_info.h"
+#include "platform/descriptor.h"
+
+namespace lumisk {
+
+// What the walk knows of the destination folder of a pair.
+enum class DestinationState : std::uint8_t {
+  kAbsent,  // a run that only looks would make it here
+  kNew,     // made by this run: nothing was in it
+  kStood,   // stood before, and is listed whole
+};
+
+// What the walk does with the destination folder's own dates and permissions.
+enum class FolderMetadata : std::uint8_t {
+  kFromSource,
+  kItsOwn,  // a root of the job, or the folder around a single file
+};
+
+// A pair of folders that the walk is in.
+struct FolderFrame {
+  // Both are closed while the walk is far below, and opened again before it comes back.
+  Descriptor source;
+  Descriptor destination;  // never open when kAbsent
+  CatalogInfo sourceInfo;  // from before its entries were read; a run that only looks reads the status alone
+  FileStatus destinationStatus;
+  NameList sourceNames;
+  NameList destinationNames;             // of kStood
+  std::unique_ptr<Spellings> spellings;  // made when a name is met that has another spelling there
+  DestinationState destinationState = DestinationState::kAbsent;
+  FolderMetadata metadata = FolderMetadata::kFromSource;
+
+  std::size_t next = 0;  // the source's name that comes next
+  int layer = 0;
+  bool isPackageUnit = false;  // raised m_nFilterCount
+  bool isSingleEntry = false;  // stands for one file, not for all that the folders hold
+  bool isReadyForWriting = false;
+  bool wasMadeWritable = false;  // has a mode that it must not keep
+  bool isLost = false;           // could not be opened again: nothing more is done in it
+
+  [[nodiscard]] bool hasNext() const { return next < sourceNames.size(); }
+  [[nodiscard]] const FileStatus& sourceStatus() const { return sourceInfo.status; }
+};
+
+}  // namespace lumisk

@@ -1,0 +1,50 @@
+#include "engine/folder_metadata.h"
+
+namespace lumisk {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kCoarsestDates = 2s;
+
+// Dates that differ by no more than the target's file system cuts off are the same.
+bool isSame(WalkState& walk, CatalogInfo source, const CatalogInfo& standing) {
+  if (sameCatalogInfo(source, standing)) return true;
+  const FileTime date = source.status.modified;
+  source.status.modified = standing.status.modified;
+  return date != standing.status.modified && isCloserThan(kCoarsestDates, date, standing.status.modified) &&
+         sameCatalogInfo(source, standing) && isCloserThan(walk.granularity(), date, standing.status.modified);
+}
+
+bool giveMetadata(WalkState& walk, const FolderFrame& frame) {
+  FileCalls& files = walk.run.files;
+  const int folder = frame.destination.get();
+  const std::string& path = walk.stack.destinationPath();
+  const auto standing = readCatalogInfo(files, folder);
+  if (!standing) {
+    walk.report.attributesFailed(path, standing.error());
+    return false;
+  }
+  if (isSame(walk, frame.sourceInfo, *standing)) return true;
+  if (!walk.copier.copyMacintoshFinderInfo(frame.sourceInfo, folder, path)) {
+    walk.report.metadataFailed(path);
+    return false;
+  }
+  // A target that cannot hold what differs is not written to, however often it is tried.
+  const auto after = files.statusOf(folder);
+  if (!after || after->changed != standing->status.changed) walk.wroteInto(frame.destination, standing->status);
+  return true;
+}
+
+}  // namespace
+
+void settleFolderMetadata(WalkState& walk) {
+  const FolderFrame& frame = walk.stack.top();
+  if (walk.run.dryRun || !frame.destination.isOpen()) return;
+  if (frame.metadata == FolderMetadata::kFromSource && giveMetadata(walk, frame)) return;
+  if (!frame.wasMadeWritable) return;
+  const auto restored = walk.run.files.setMode(frame.destination.get(), frame.destinationStatus.mode);
+  if (!restored) walk.report.metadataFailed(walk.stack.destinationPath());
+}
+
+}  // namespace lumisk

@@ -1,0 +1,157 @@
+#include "engine/folder_step.h"
+
+#include <cerrno>
+
+#include "engine/destination_lookup.h"
+#include "engine/folder_metadata.h"
+#include "engine/folder_sides.h"
+#include "engine/type_filter.h"
+#include "platform/workspace.h"
+
+namespace lumisk {
+namespace {
+
+bool isBefore(const FileTime& time, WallTime moment) {
+  const auto since = std::chrono::duration_cast<std::chrono::nanoseconds>(moment.time_since_epoch());
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(since);
+  return time < FileTime{seconds.count(), static_cast<std::uint32_t>((since - seconds).count())};
+}
+
+}  // namespace
+
+// In.
+
+void FolderStep::enter(WalkEntry& entry) {
+  const std::string& name = entry.name;
+  if (const char* reason = whyNotWalked(name)) return walk_.report.skipped(name, reason);
+  const bool isPackage = workspace::isPackageName(name);
+  if (isPackage && isPackageFiltered(name)) return walk_.report.filtered(name);
+  FolderFrame child;
+  child.layer = walk_.stack.top().layer - 1;
+  child.isPackageUnit = isPackage && run_.info.bDealPackage;
+  if (!openSource(child, entry)) return;
+  entry.source = child.sourceStatus();
+  if (!openDestination(child, entry)) return;
+  if (run_.m_nFilterCount == 0) walk_.record(name, entry.destinationName);
+  if (child.isPackageUnit) ++run_.m_nFilterCount;
+  walk_.stack.push(std::move(child), name, entry.destinationName);
+  entered();
+}
+
+// Users see a package as one file, so the filter takes it for one; what is inside goes with it.
+bool FolderStep::isPackageFiltered(const std::string& name) const {
+  return run_.m_nFilterCount == 0 && !fileTypeFilter(name, run_.info.inclusionArray, run_.info.exclusionArray);
+}
+
+bool FolderStep::openSource(FolderFrame& child, const WalkEntry& entry) {
+  const FileIdentity parent = walk_.stack.top().sourceStatus().identity;
+  auto read = readSource(child, entry.name);
+  const char* border = read ? walk_.borders.whyNotWalked(child.sourceStatus(), parent) : nullptr;
+  if (border) {
+    walk_.report.notWalked(entry.name, border);
+    return false;
+  }
+  if (read) read = listSource(run_.files, child);
+  if (read) return true;
+  walk_.hasVanished(entry.name, read.error()) ? walk_.report.vanished(entry.name)
+                                              : walk_.report.sourceFailed(entry.name, read.error());
+  return false;
+}
+
+Result<void> FolderStep::readSource(FolderFrame& child, const std::string& name) {
+  LUMISK_TRY(Descriptor folder, run_.files.openFolder(walk_.stack.top().source.get(), name));
+  return takeSource(run_, child, std::move(folder));
+}
+
+bool FolderStep::openDestination(FolderFrame& child, WalkEntry& entry) {
+  const auto opened = openStanding(child, entry);
+  if (!opened) {
+    opened.error().code == kNamesClash ? walk_.report.clash(entry, opened.error().path)
+                                       : walk_.report.destinationFailed(entry.name, opened.error());
+    return false;
+  }
+  if (walk_.rules.folderFound(walk_.stack, entry) == WalkVerdict::kSettled) return false;
+  return child.destination.isOpen() || makeDestination(child, entry);
+}
+
+// Leaves the destination closed when no folder stands there; entry.standing tells what does.
+Result<void> FolderStep::openStanding(FolderFrame& child, WalkEntry& entry) {
+  FolderFrame& frame = walk_.stack.top();
+  const bool isListed = frame.destinationNames.find(entry.name) == FileType::kFolder;
+  entry.destinationName = entry.name;
+  entry.standing.reset();
+  if (!isListed) LUMISK_CHECK(lookUpDestination(run_.files, frame, entry));
+  if (!isListed && (!entry.standing || entry.standing->type != FileType::kFolder)) return {};
+  auto folder = run_.files.openFolder(frame.destination.get(), entry.destinationName);
+  if (!folder && folder.error().code == ENOENT) {
+    entry.standing.reset();  // removed since it was listed
+    return {};
+  }
+  if (!folder) return fail(std::move(folder).error());
+  LUMISK_CHECK(takeStanding(run_.files, child, std::move(*folder)));
+  entry.standing = child.destinationStatus;
+  if (child.destinationStatus.identity == child.sourceStatus().identity)
+    return fail("walk", entry.name, 0, "it is its own destination");
+  return {};
+}
+
+bool FolderStep::makeDestination(FolderFrame& child, const WalkEntry& entry) {
+  if (!run_.dryRun) {
+    const auto made = makeFolder(child, entry);
+    if (!made) {
+      walk_.report.creationFailed(walk_.stack.destinationPlace(entry.destinationName).path, made.error());
+      walk_.report.outcome(EntryOutcome::kFailed, entry.name, "folder");
+      return false;
+    }
+  }
+  walk_.report.outcome(EntryOutcome::kFolderMade, entry.name, entry.standing ? "not a folder there" : "new");
+  return true;
+}
+
+Result<void> FolderStep::makeFolder(FolderFrame& child, const WalkEntry& entry) {
+  walk_.beforeWriting();
+  LUMISK_TRY(Descriptor made, walk_.copier.createMacintoshDirectory(walk_.stack.destinationPlace(entry.destinationName),
+                                                                    entry.standing));
+  walk_.wroteAnything = true;
+  return takeMade(run_.files, child, std::move(made));
+}
+
+void FolderStep::entered() {
+  if (!run_.dryRun) removeLeftovers();
+  walk_.rules.enterFolder(walk_.stack);
+}
+
+// Of copies that were cut short. Not those of a run that is at work: other jobs may write here, too.
+void FolderStep::removeLeftovers() {
+  const NameList& names = walk_.stack.top().destinationNames;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!names.name(i).starts_with('.')) continue;
+    const std::string name(names.name(i));
+    if (isTemporaryName(name)) removeLeftover(name);
+  }
+}
+
+void FolderStep::removeLeftover(const std::string& name) {
+  const FolderFrame& frame = walk_.stack.top();
+  const auto status = run_.files.status(frame.destination.get(), name);
+  if (!status || !isBefore(status->changed, run_.begin)) return;
+  if (status->type != FileType::kRegular && status->type != FileType::kLink) return;
+  walk_.beforeWriting();
+  // One that cannot be removed does no harm.
+  if (run_.files.removeFile(frame.destination.get(), name)) walk_.wroteInto(frame.destination, frame.destinationStatus);
+}
+
+// Out.
+
+void FolderStep::leave() {
+  const FolderFrame& frame = walk_.stack.top();
+  if (!frame.isLost) {
+    walk_.rules.leaveFolder(walk_.stack);
+    settleFolderMetadata(walk_);
+  }
+  if (frame.isPackageUnit) --run_.m_nFilterCount;
+  const auto back = walk_.stack.pop();
+  if (!back) walk_.report.comeBackFailed(walk_.stack.sourcePath(), back.error());
+}
+
+}  // namespace lumisk

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "engine/copy_rule.h"
+#include "engine/frame_stack.h"
+#include "engine/run_state.h"
+
+namespace lumisk {
+
+// An entry of the source and what stands for it at the destination.
+struct WalkEntry {
+  std::string name;
+  std::string destinationName;  // the destination may spell it in another way
+  FileStatus source;
+  std::optional<FileStatus> standing;  // proven absent when empty
+};
+
+enum class WalkVerdict {
+  kGoOn,     // as a backup does
+  kSettled,  // the rules have dealt with it
+};
+
+// What a job does beyond copying what is new or newer: the places where deletions and the second direction of two-way
+// jobs come in. Called on the run's thread, in the order of the walk, with the pair of folders that the walk is in.
+// Errors are the rules' own to log and count. In runs that only look, they change nothing either.
+class WalkRules {
+ public:
+  virtual ~WalkRules() = default;
+  // A pair was opened and listed (or, at the destination, made); none of its entries has been looked at.
+  virtual void enterFolder(FrameStack& at) = 0;
+  // A sub-folder of the source, open and listed; `standing` is the open folder of its name there, if there is one, or
+  // what stands in its way.
+  virtual WalkVerdict folderFound(FrameStack& at, const WalkEntry& entry) = 0;
+  // A file or link of the source that the destination lacks.
+  virtual WalkVerdict missingAtDestination(FrameStack& at, const WalkEntry& entry) = 0;
+  // A file that stands on both sides, or a link that differs there; the decision to go by, or nothing when settled.
+  virtual std::optional<CopyDecision> presentAtBoth(FrameStack& at, const WalkEntry& entry, CopyDecision decision) = 0;
+  // A file or link is now the same on both sides; it was copied or found so.
+  virtual void isInStep(FrameStack& at, const WalkEntry& entry) = 0;
+  // All entries were dealt with, or the run stops. Before the destination folder gets its own dates and permissions.
+  virtual void leaveFolder(FrameStack& at) = 0;
+};
+
+// A backup that deletes nothing.
+class NoWalkRules final : public WalkRules {
+ public:
+  void enterFolder(FrameStack&) override {}
+  WalkVerdict folderFound(FrameStack&, const WalkEntry&) override { return WalkVerdict::kGoOn; }
+  WalkVerdict missingAtDestination(FrameStack&, const WalkEntry&) override { return WalkVerdict::kGoOn; }
+  std::optional<CopyDecision> presentAtBoth(FrameStack&, const WalkEntry&, CopyDecision decision) override {
+    return decision;
+  }
+  void isInStep(FrameStack&, const WalkEntry&) override {}
+  void leaveFolder(FrameStack&) override {}
+};
+
+}  // namespace lumisk
