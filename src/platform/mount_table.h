@@ -10,9 +10,10 @@ namespace lumisk {
 
 struct MountEntry {
   std::string mountPoint;
-  std::string fileSystem;  // type: "ext4", "nfs4"
-  std::string source;      // device or server path
-  std::uint64_t device = 0;
+  std::string fileSystem;    // type: "ext4", "nfs4"
+  std::string source;        // device or server path
+  std::uint64_t id = 0;      // of the mount
+  std::uint64_t device = 0;  // as in FileIdentity
   bool isReadOnly = false;
 };
 
@@ -20,7 +21,8 @@ struct MountEntry {
 // From /proc/self/mountinfo through libmount.
 Result<std::vector<MountEntry>> mountTable();
 
-// Whether a file system of this type holds no user's files (proc, sysfs, devtmpfs, cgroup2, ...): never walked.
+// Whether a file system of this type holds no user's files (proc, sysfs, devtmpfs, cgroup2, ...): never walked. A tmpfs
+// or an overlay may hold some.
 [[nodiscard]] bool isPseudoFileSystem(const std::string& fileSystem);
 [[nodiscard]] bool isNetworkFileSystem(const std::string& fileSystem);
 

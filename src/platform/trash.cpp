@@ -25,7 +25,8 @@ struct Outcome {
 struct Item {
   int folder;
   const std::string& name;
-  const std::string& path;  // absolute
+  const std::string& path;                               // absolute
+  const std::string title = paths::lastComponent(path);  // its name in the Trash: it may lie under a temporary one now
 };
 
 std::string randomSuffix() {
@@ -85,9 +86,9 @@ Outcome Trash::State::putInto(const TrashFolder& trash, const Item& item, How ho
   const std::string text = trash_info::text(recordedPath(trash, item), clock.now());
   const auto failed = [&](int code) { return fail("put into the trash", item.path, code); };
   int code = EEXIST;
-  for (int attempt = item.name.size() > kLongestName ? 1 : 0; attempt < 5; ++attempt) {
+  for (int attempt = item.title.size() > kLongestName ? 1 : 0; attempt < 5; ++attempt) {
     const std::size_t limit = attempt < 2 ? kLongestName : kShortName;
-    const std::string name = attempt == 0 ? item.name : trash_info::nameWithSuffix(item.name, randomSuffix(), limit);
+    const std::string name = attempt == 0 ? item.title : trash_info::nameWithSuffix(item.title, randomSuffix(), limit);
     const std::string infoName = name + trash_info::kExtension;
     const auto claimed = writeInfo(trash, infoName, text);
     if (claimed) {
@@ -129,7 +130,7 @@ std::string Trash::State::recordedPath(const TrashFolder& trash, const Item& ite
   const std::string start = trash.top == "/" ? trash.top : trash.top + "/";
   if (item.path.compare(0, start.size(), start) == 0) return item.path.substr(start.size());
   // The given path goes through a link: the layout wants the one below the top.
-  const std::string real = paths::join(pathOfOpenFolder(item.folder), item.name);
+  const std::string real = paths::join(pathOfOpenFolder(item.folder), item.title);
   return real.compare(0, start.size(), start) == 0 ? real.substr(start.size()) : item.path;
 }
 

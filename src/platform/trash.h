@@ -25,8 +25,8 @@ class Trash {
   Trash(FileCalls& files, const Clock& clock, std::string fallbackFolder);
   ~Trash();
 
-  // Moves an entry of any kind, folders with all they hold. `path` is its absolute path, for the record. When this
-  // fails the entry is where it was.
+  // Moves an entry of any kind, folders with all they hold. `path` is its absolute path, for the record and for its
+  // name in the Trash (`name` may be a temporary one meanwhile). When this fails the entry is where it was.
   Result<TrashedItem> moveToTrash(int folder, const std::string& name, const std::string& path);
 
   // Gives a file or link a second name in the Trash and leaves the first, so that it can be replaced by a rename

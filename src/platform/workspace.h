@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "platform/mount_table.h"
 #include "platform/result.h"
 
 namespace lumisk {
@@ -29,16 +31,22 @@ Result<FileSystemInfo> fileSystemInfo(const std::string& path);
 // Only the name is looked at; the caller knows that it is a folder.
 [[nodiscard]] bool isPackageName(const std::string& name);
 
-// The computer's name as the system reports it, and the display name of "/", both with "/" replaced by "-".
+// The computer's name as the system reports it, and the display name of "/" (its volume's label, "Root" without one),
+// both with "/" replaced by "-".
 [[nodiscard]] std::string computerName();
 [[nodiscard]] std::string rootDisplayName();
 
 // The mount point of the volume on which the path lies (an absolute path that need not exist), when that is one of the
 // places where volumes appear: below "/Volumes", "/media/<user>", "/media", "/run/media/<user>", "/mnt", by whole
-// components. Nothing when the path lies on the start-up volume.
+// components, or "/mnt" itself. Nothing when the path lies on the start-up volume. Everywhere but in "/Volumes", where
+// the first name always counts, the mount table must know the mount point.
 [[nodiscard]] std::optional<std::string> volumeOf(const std::string& path);
-// Whether the folder is one of those places itself: nothing is ever created directly inside it.
+[[nodiscard]] std::optional<std::string> volumeOf(const std::string& path, const std::vector<MountEntry>& mounts);
+// Whether the folder is one of those places itself and no volume is mounted right there: nothing is ever created
+// directly inside it.
 [[nodiscard]] bool isVolumesFolder(const std::string& path);
+[[nodiscard]] bool isVolumesFolder(const std::string& path, const std::vector<MountEntry>& mounts,
+                                   const std::string& user);
 
 }  // namespace workspace
 }  // namespace lumisk

@@ -30,10 +30,16 @@ class TestKeeper : public VersionKeeper {
   std::function<void()> afterwards;
 };
 
+// Keeps the machine's own Trash out of it: what the one below "home" cannot take goes into the target's.
+inline void forbidForeignTrash(FaultyFileCalls& files) {
+  files.fail(FileCall::kAny, EACCES, {.name = ".Trash-*", .times = FaultyFileCalls::kAlways});
+}
+
 // Copies from "s" to "t" in a tree of its own; the Trash is below "home".
 class CopierFixture : public ::testing::TestWithParam<PaceKind> {
  protected:
   CopierFixture() {
+    forbidForeignTrash(files);
     setenv("LUMISK_HOME", (tree / "home").c_str(), 1);
     setenv("XDG_DATA_HOME", (tree / "home/data").c_str(), 1);
   }

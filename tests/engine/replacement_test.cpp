@@ -8,6 +8,12 @@ using Trashed = std::map<std::string, std::string>;
 class TrashTest : public CopierFixture {
  protected:
   TrashTest() { run.info.bMoveFileTrash = true; }
+  // Without the folder that holds the Trash when the usual one could not be had.
+  [[nodiscard]] std::vector<std::string> targetNames() const {
+    auto names = listing(tree / "t");
+    std::erase(names, "Revision");
+    return names;
+  }
   void forbid(FileCall call, int code) { files.fail(call, code, {.times = FaultyFileCalls::kAlways}); }
 };
 INSTANTIATE_TEST_SUITE_P(Pace, TrashTest, kBothPaces, paceName);
@@ -19,6 +25,7 @@ TEST_P(TrashTest, Overwrite_PutsTheOldVersionThereAndIsNeverAbsent) {
     makeTree(tree / "s", {{name, File{"new", {}, 2000}}});
     makeTree(tree / "t", {{name, File{"old"}}});
     files.forgetRules();
+    forbidForeignTrash(files);
     for (const FileCall call : missing[i]) forbid(call, EINVAL);
     bool wasAbsent = false;
     files.before(FileCall::kAny, [&] { wasAbsent = wasAbsent || !exists(tree / ("t/" + name)); },
@@ -86,9 +93,9 @@ TEST_P(TrashTest, ExchangeThatCannotBeUndone_KeepsBothVersions) {
   makeTree(tree / "t", {{"a", File{"old"}}});
   forbid(FileCall::kLink, EPERM);
   files.fail(FileCall::kExchange, EIO, {.nth = 2});
-  files.before(FileCall::kExchange, [&] { forbid(FileCall::kMakeFolder, EROFS); });
+  files.before(FileCall::kExchange, [&] { forbid(FileCall::kCreateFile, EROFS); });
   EXPECT_FALSE(copy("a"));
-  const auto names = listing(tree / "t");
+  const auto names = targetNames();
   ASSERT_EQ(names.size(), 2u);
   EXPECT_EQ(readFile(tree / "t/a"), "new");
   EXPECT_EQ(readFile(tree / ("t/" + names[1])), "old");
@@ -111,6 +118,7 @@ TEST_P(TrashTest, AnyOneCallFails_OneWholeVersionStandsAndNoneIsLost) {
       NoRevisions none;
       Trash ownTrash(faulty, own.clock, tree / "t");
       FileCopier ownCopier(own.run, none, ownTrash);
+      forbidForeignTrash(faulty);
       for (const FileCall call : missing) faulty.fail(call, EOPNOTSUPP, {.times = FaultyFileCalls::kAlways});
       faulty.fail(FileCall::kAny, EIO, {.nth = nth});
       const Place from = own.place(tree / "s/a");
@@ -125,12 +133,10 @@ TEST_P(TrashTest, AnyOneCallFails_OneWholeVersionStandsAndNoneIsLost) {
       const std::string standing = readFile(tree / "t/a");
       EXPECT_TRUE(standing == after || standing == before);
       EXPECT_TRUE(copied ? standing == after : true);
-      if (standing == after) {
-        EXPECT_EQ(trashed()["a"], before);
-      }
-      if (failed != FileCall::kRemoveFile) {
-        EXPECT_EQ(listing(tree / "t"), std::vector<std::string>{"a"});
-      }
+      const auto kept = trashed();
+      const bool isKept = std::any_of(kept.begin(), kept.end(), [&](const auto& one) { return one.second == before; });
+      EXPECT_TRUE(standing == before || isKept);
+      EXPECT_TRUE(failed == FileCall::kRemoveFile || targetNames() == std::vector<std::string>{"a"});
       ExpectTreeExactly(tree / "s", Dir{{"a", File{after, 0640, 2000, 5, {{"user.x", "1"}}}}});
       if (!wasMade) break;
     }

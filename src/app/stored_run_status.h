@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "jobs/job_store.h"
+#include "platform/main_loop.h"
+#include "platform/notification_center.h"
+
+namespace lumisk {
+
+// "ProgressObjcetNotification": the user cancelled the run of the job whose index is the object.
+inline constexpr const char* kUserCancelNotification = "ProgressObjcetNotification";
+
+// Keeps the stored status of jobs in step with their runs, from the notifications that workers post. The observers only
+// hand each event to the main thread, where the store is changed. Jobs are found by their uuid, which events carry
+// besides the index.
+//
+// A run that did not complete sets the time of the last run, too, for display; "NSFirstCopy" and "NSLastCompletedBegin"
+// change only with one that did.
+class StoredRunStatus {
+ public:
+  // Has its argument done on the store, read afresh and owned; `withStore` says itself what it could not do.
+  using WithStore = std::function<void(const std::function<void(JobStore&)>& change)>;
+  StoredRunStatus(MainLoop& loop, NotificationCenter& notifications, const Clock& clock, WithStore withStore);
+
+ private:
+  using Update = std::function<void(JobStore& jobs, std::int32_t index, const PropertyList::Dictionary& userInfo)>;
+  void on(NotificationCenter& notifications, const char* name, Update update);
+  void apply(const Notification& notification, const Update& update);
+
+  MainLoop& loop_;
+  WithStore withStore_;
+  std::vector<NotificationCenter::Observation> observations_;
+};
+
+}  // namespace lumisk

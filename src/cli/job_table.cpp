@@ -1,0 +1,139 @@
+#include "cli/job_table.h"
+
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+#include "app/job_status_updates.h"
+#include "cli/job_options.h"
+#include "cli/json_text.h"
+#include "cli/next_run.h"
+#include "cli/schedule_text.h"
+#include "cli/text_list.h"
+#include "jobs/job_record.h"
+#include "platform/byte_text.h"
+#include "platform/terminal.h"
+
+namespace lumisk {
+namespace {
+
+constexpr const char* kShortDateFormat = "%Y-%m-%d %H:%M";
+
+// What cannot be read as a job is listed all the same, with what it has.
+QUORVELPREFERENCEINFO recordOf(const PropertyList& job) {
+  QUORVELPREFERENCEINFO record;
+  if (!jobFromDictionary(job, record)) record.name = job[kObjectNameKey].text();
+  return record;
+}
+
+std::string revisionsText(const QUORVELPREFERENCEINFO& job) {
+  switch (job.revision_method) {
+    case RevisionMethod::kUnlimited:
+      return "all";
+    case RevisionMethod::kLimited:
+      return std::to_string(job.revision_maxNumber);
+    default:
+      return "none";
+  }
+}
+
+std::string yesNo(bool value) {
+  return value ? "yes" : "no";
+}
+
+std::vector<std::string> displayed(const std::vector<std::string>& texts) {
+  std::vector<std::string> shown;
+  for (const std::string& text : texts) shown.push_back(displayText(text));
+  return shown;
+}
+
+using Rows = std::vector<std::vector<std::string>>;
+
+void addList(Rows& rows, const std::string& label, const std::vector<std::string>& texts) {
+  for (std::size_t i = 0; i < texts.size(); ++i) rows.push_back({i == 0 ? label : "", displayText(texts[i])});
+}
+
+void addText(Rows& rows, const std::string& label, const std::string& text) {
+  if (!text.empty()) rows.push_back({label, text});
+}
+
+}  // namespace
+
+std::string statusLine(const PropertyList& job) {
+  if (static_cast<JobStatus>(job[kJobStatusKey].integer32()) == JobStatus::kRunning) {
+    return "Started " + job[kLastBeginTimeKey].text() + ", not finished";
+  }
+  std::string line = statusText(job);
+  std::replace(line.begin(), line.end(), '\n', ' ');
+  return line;
+}
+
+std::string jobTable(const PropertyList::Array& jobs, WallTime now) {
+  if (jobs.empty()) return "No jobs. `lumisk job add` makes one.\n";
+  Rows rows{{"NAME", "TYPE", "STATUS", "NEXT"}};
+  for (const PropertyList& job : jobs) {
+    const auto record = recordOf(job);
+    const bool isByHand = record.bActive && record.scheduling_method == SchedulingMethod::kNone;
+    rows.push_back({displayText(record.name), jobTypeName(record.jobType), displayText(statusLine(job)),
+                    isByHand ? "by hand" : getNextScheduleString(job, now, kShortDateFormat)});
+  }
+  return columnsText(rows);
+}
+
+std::string jobListJson(const PropertyList::Array& jobs, WallTime now) {
+  auto list = nlohmann::ordered_json::array();
+  for (const PropertyList& job : jobs) {
+    const auto record = recordOf(job);
+    nlohmann::ordered_json entry;
+    entry["index"] = list.size();
+    entry["name"] = jsonOfText(record.name);
+    entry["type"] = jobTypeName(record.jobType);
+    entry["active"] = record.bActive;
+    entry["status"] = jsonOfText(statusLine(job));
+    entry["lastRan"] = jsonOfText(record.lastRanTime);
+    entry["next"] = getNextScheduleString(job, now, kStoredDateFormat);
+    entry["sources"] = jsonOfTexts(record.sourcePaths);
+    entry["targets"] = jsonOfTexts(record.targetPaths);
+    list.push_back(std::move(entry));
+  }
+  return printedJson(list);
+}
+
+std::string jobDescription(const PropertyList& job, WallTime now) {
+  const auto record = recordOf(job);
+  Rows rows{{"name", displayText(record.name)}, {"type", jobTypeName(record.jobType)}};
+  addText(rows, "active", yesNo(record.bActive));
+  addText(rows, "status", displayText(statusLine(job)));
+  addText(rows, "schedule", scheduleText(record));
+  addText(rows, "next", getNextScheduleString(job, now, kShortDateFormat));
+  addList(rows, "sources", record.sourcePaths);
+  addList(rows, "targets", record.targetPaths);
+  addText(rows, "image", displayText(record.dmgPath));
+  addText(rows, "revisions", revisionsText(record));
+  addText(rows, "trash", yesNo(record.bMoveFileTrash));
+  addText(rows, "full path", yesNo(record.bRetainFullPath));
+  addText(rows, "include", joinedTexts(displayed(record.inclusionArray), ","));
+  addText(rows, "exclude", joinedTexts(displayed(record.exclusionArray), ","));
+  addText(rows, "uuid", displayText(record.uuidString));
+  return columnsText(rows);
+}
+
+std::string columnsText(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<int> widths;
+  for (const auto& row : rows) {
+    widths.resize(std::max(widths.size(), row.size()), 0);
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], terminal::columnsOf(row[i]));
+  }
+  std::string text;
+  for (const auto& row : rows) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      text += row[i];
+      const int missing = widths[i] - terminal::columnsOf(row[i]) + 2;
+      if (i + 1 < row.size()) text.append(static_cast<std::size_t>(missing), ' ');
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+}  // namespace lumisk

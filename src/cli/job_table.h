@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/clock.h"
+#include "platform/property_list.h"
+
+namespace lumisk {
+
+// How jobs are listed. Pure.
+
+// The status column's text in one line: "Never Ran", or a word and the last run; a run that began and has not ended, as
+// far as the store knows, says so instead.
+[[nodiscard]] std::string statusLine(const PropertyList& job);
+[[nodiscard]] std::string jobTable(const PropertyList::Array& jobs, WallTime now);
+// An array of objects with index, name, type, active, status, lastRan, next, sources, targets.
+[[nodiscard]] std::string jobListJson(const PropertyList::Array& jobs, WallTime now);
+
+// One job in full, a line for each setting.
+[[nodiscard]] std::string jobDescription(const PropertyList& job, WallTime now);
+
+// Rows of texts as columns, as wide as their widest text, two blanks between them.
+[[nodiscard]] std::string columnsText(const std::vector<std::vector<std::string>>& rows);
+
+}  // namespace lumisk

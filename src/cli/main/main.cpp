@@ -1,0 +1,34 @@
+#include <clocale>
+#include <csignal>
+#include <filesystem>
+#include <iostream>
+
+#include "cli/command_line.h"
+#include "platform/terminal.h"
+
+namespace {
+
+std::optional<int> progressColumns() {
+  using lumisk::terminal::Stream;
+  if (!lumisk::terminal::isTerminal(Stream::kError)) return std::nullopt;
+  return lumisk::terminal::columns(Stream::kError);
+}
+
+std::optional<std::string> readLine(const std::function<bool()>& mustStop) {
+  if (!lumisk::terminal::isTerminal(lumisk::terminal::Stream::kInput)) return std::nullopt;
+  return lumisk::terminal::readLine(0, mustStop);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  // A reader that goes away (`lumisk log | head`) must not end a run in the middle of a file.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::error_code error;
+  const std::string workingFolder = std::filesystem::current_path(error).string();
+  lumisk::MainLoop loop;
+  lumisk::CommandIo io{
+      std::cout,       std::cerr, lumisk::systemClock(), lumisk::realFileCalls(), loop, error ? "" : workingFolder,
+      progressColumns, readLine};
+  return lumisk::runCommandLine({arguments + 1, arguments + count}, io);
+}

@@ -1,0 +1,179 @@
+#include "cli/terminal_run.h"
+
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+#include "app/foreground_run.h"
+#include "app/stored_run_status.h"
+#include "cli/json_text.h"
+#include "cli/run_display.h"
+#include "cli/run_summary.h"
+#include "cli/terminal_dialogs.h"
+#include "log/log_file.h"
+#include "platform/byte_text.h"
+
+namespace lumisk {
+namespace {
+
+// The job as the worker takes it: its place among the stored ones, or alone.
+struct JobToRun {
+  QUORVELPREFERENCEINFO record;
+  PropertyList::Array jobs;
+  std::int32_t index = 0;
+};
+
+const char* dryRunWord(EntryOutcome outcome) {
+  switch (outcome) {
+    case EntryOutcome::kCopied:
+      return "copy";
+    case EntryOutcome::kReplaced:
+      return "replace";
+    case EntryOutcome::kSkipped:
+      return "skip";
+    case EntryOutcome::kFailed:
+      return "fail";
+    case EntryOutcome::kDeleted:
+      return "delete";
+    case EntryOutcome::kHeld:
+      return "hold";
+    case EntryOutcome::kUnchanged:
+    case EntryOutcome::kFolderMade:
+      break;
+  }
+  return nullptr;
+}
+
+class TerminalRun {
+ public:
+  TerminalRun(const JobToRun& job, const RunChoices& choices, CommandIo& io)
+      : job_(job),
+        choices_(choices),
+        io_(io),
+        display_(io, choices.dryRun || choices.json ? RunDisplay::Progress::kNever : RunDisplay::Progress::kOnTerminal),
+        dialogs_(display_, job.record.fileConflictType),
+        services_{io.files, io.clock, notifications_, dialogs_, images_, {}, {}, {}} {}
+
+  // The status of the run is kept there, and what a run asks of its stored job is answered.
+  void useStore(StoreAccess& access);
+  Checked<Ending> run();
+
+ private:
+  RunOptions options();
+  void showEntry(EntryOutcome outcome, const std::string& path, const std::string& reason);
+  void stopRequested(int times);
+  void showEnd(const RunReport& report);
+
+  const JobToRun& job_;
+  const RunChoices choices_;
+  CommandIo& io_;
+  RunDisplay display_;
+  TerminalDialogs dialogs_;
+  NotificationCenter notifications_;
+  NoImages images_;
+  WorkerServices services_;
+  std::optional<StoredRunStatus> status_;
+  bool statusIsKept_ = true;
+};
+
+void TerminalRun::useStore(StoreAccess& access) {
+  services_.preference = [&access](const std::string& key) { return access.store().preference(key); };
+  services_.getDataBit = [&access](std::int32_t index) {
+    std::uint32_t bits = 0;
+    return access.store().getDataBit(index, bits) ? bits : 0;
+  };
+  if (choices_.dryRun) return;
+  access.sayWarningsWith([this](const std::string& warning) { display_.message("jobs", warning); });
+  status_.emplace(io_.loop, notifications_, io_.clock, [this, &access](const auto& change) {
+    const auto kept = access.change([&](JobStore& store) -> Checked<void> {
+      change(store);
+      if (store.lastError().operation.empty()) return {};
+      return storeFailed(store);
+    });
+    if (!kept) display_.message(kept.error().what, kept.error().why);
+    statusIsKept_ = statusIsKept_ && kept;
+  });
+}
+
+Checked<Ending> TerminalRun::run() {
+  ForegroundEvents events;
+  events.onProgress = [this](const JobProgressMessage& message) { display_.progress(message); };
+  events.onStopRequest = [this](int times) { stopRequested(times); };
+  const auto report = runInForeground(io_.loop, services_, job_.jobs, job_.index, options(), events);
+  display_.clearProgress();
+  if (!report) return fail(complaintOf(report.error()));
+  showEnd(*report);
+  const Ending ending = endingOf(*report);
+  return ending == Ending::kDone && !statusIsKept_ ? Ending::kIncomplete : ending;
+}
+
+RunOptions TerminalRun::options() {
+  RunOptions options;
+  options.pace = choices_.pace;
+  options.dryRun = choices_.dryRun;
+  if (choices_.dryRun && !choices_.json) {
+    options.onEntry = [this](EntryOutcome outcome, const std::string& path, const std::string& reason) {
+      showEntry(outcome, path, reason);
+    };
+  }
+  return options;
+}
+
+void TerminalRun::showEntry(EntryOutcome outcome, const std::string& path, const std::string& reason) {
+  if (const char* word = dryRunWord(outcome)) {
+    display_.line(fmt::format("{:<8}{} ({})", word, displayText(path), displayText(reason)));
+  }
+}
+
+void TerminalRun::stopRequested(int times) {
+  dialogs_.stopAsking();
+  display_.message(job_.record.name, times == 1 ? "stopping" : "already stopping; this takes a moment");
+}
+
+void TerminalRun::showEnd(const RunReport& report) {
+  // Every run that is not done says why, also where its dialogs are suppressed or it only looked.
+  const bool isExplained = display_.messages() > 0 || report.problemText.empty();
+  if (!isExplained) {
+    dialogs_.showPathProblem({report.problemText, report.problemPath, job_.record.name, job_.index});
+  }
+  if (choices_.json) {
+    io_.out << printedJson(summaryJson(job_.record.name, report)) << std::flush;
+    return;
+  }
+  if (report.refused) return;
+  io_.out << summaryText(report, choices_.dryRun ? RunKind::kDry : RunKind::kReal);
+  const bool hasMoreToRead = report.counts.errors > 0 || report.counts.skipped > 0 || report.counts.losses > 0;
+  if (hasMoreToRead && !choices_.dryRun) io_.out << "Log: " << displayText(jobLogPath(job_.record.name)) << '\n';
+  io_.out << std::flush;
+}
+
+Checked<JobToRun> storedJob(StoreAccess& access, const std::string& name) {
+  JobToRun job;
+  LUMISK_TRY(job.index, access.indexOf(name));
+  job.jobs = access.store().jobs();
+  const auto read = jobFromDictionary(job.jobs.at(static_cast<std::size_t>(job.index)), job.record);
+  if (!read) return refuse(name, "the stored job cannot be read");
+  if (job.record.jobType != JobType::kBackup && !isSync(job.record.jobType)) {
+    return refuse(name, "jobs of this type are not built in yet");
+  }
+  return job;
+}
+
+}  // namespace
+
+Checked<Ending> runStoredJob(StoreAccess& access, const std::string& name, const RunChoices& choices, CommandIo& io) {
+  LUMISK_TRY(const JobToRun job, storedJob(access, name));
+  // Whoever holds the store for longer also runs its jobs.
+  if (!choices.dryRun) LUMISK_CHECK(access.change([](JobStore&) { return Checked<void>{}; }));
+  TerminalRun run(job, choices, io);
+  run.useStore(access);
+  return run.run();
+}
+
+Checked<Ending> runUnstoredJob(const QUORVELPREFERENCEINFO& job, const RunChoices& choices, CommandIo& io) {
+  const JobToRun toRun{job, {jobToDictionary(job)}, 0};
+  TerminalRun run(toRun, choices, io);
+  return run.run();
+}
+
+}  // namespace lumisk

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace lumisk::block_device {
+
+// What /sys tells of the disk that a block device lies on, through partitions and device-mapper layers.
+struct Facts {
+  bool isRemovable = false;  // the medium can be taken out, or the disk hangs on USB or FireWire
+  std::string description;   // maker and model, may be empty
+};
+
+// `device` as in FileIdentity. Nothing is known of a device without a disk (a tmpfs, a server's).
+[[nodiscard]] Facts facts(std::uint64_t device, const std::string& sysFolder = "/sys");
+
+// What the volume on the device calls itself: the names that udev keeps as links, else, when the device may be read,
+// what stands in its superblock. Empty when neither is to be had. `node`: the device's file, may be empty.
+[[nodiscard]] std::string uuid(std::uint64_t device, const std::string& node);
+[[nodiscard]] std::string label(std::uint64_t device, const std::string& node);
+
+}  // namespace lumisk::block_device
