@@ -90,9 +90,18 @@ Result<void> removeTree(FileCalls& files, int folder, const std::string& name, c
   return FolderRemoval(files, mustStop).remove(folder, name);
 }
 
+namespace {
+
+// Inode numbers are not asked: some network file systems make them up.
+bool isSameVersion(const FileStatus& a, const FileStatus& b) {
+  return a.type == b.type && (a.type == FileType::kFolder || (a.size == b.size && a.modified == b.modified));
+}
+
+}  // namespace
+
 Result<void> discardEntry(RunState& run, Trash& trash, const Place& entry, const FileStatus& standing) {
   LUMISK_TRY(const FileStatus now, run.files.status(entry.folder, entry.name));
-  if (now.identity != standing.identity) return fail("delete", entry.path, ESTALE);
+  if (!isSameVersion(now, standing)) return fail("delete", entry.path, ESTALE);
   if (run.info.bMoveFileTrash) {
     LUMISK_CHECK(trash.moveToTrash(entry.folder, entry.name, entry.path));
   } else {

@@ -16,7 +16,7 @@ namespace lumisk {
 Result<void> removeTree(FileCalls& files, int folder, const std::string& name, const std::function<bool()>& mustStop);
 
 // Carries a decided deletion out: to the Trash when the job says so, else for good. `standing` is the entry as it was
-// when that was decided; another one under its name by now is the error ESTALE.
+// when that was decided; one that was changed since is the error ESTALE.
 Result<void> discardEntry(RunState& run, Trash& trash, const Place& entry, const FileStatus& standing);
 
 }  // namespace lumisk

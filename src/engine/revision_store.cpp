@@ -57,13 +57,15 @@ Result<VersionKeeper::Kept> RevisionStore::keepAsNewest(const Place& destination
   }
 }
 
-// After a run that was interrupted between keeping the version and replacing it.
+// So it is after a run that was interrupted between keeping the version and replacing it. The identity alone would not
+// do: file systems without hard links may give numbers anew.
 Result<bool> RevisionStore::isNewest(const Place& destination, const std::string& newestName) {
   const auto newest = run_.files.status(folders_.folder(), newestName);
   if (!newest && newest.error().code == ENOENT) return false;
   if (!newest) return fail(newest.error());
   LUMISK_TRY(const FileStatus now, run_.files.status(destination.folder, destination.name));
-  return newest->identity == now.identity;
+  return newest->identity == now.identity && newest->type == now.type && newest->links > 1 && now.links > 1 &&
+         newest->size == now.size && newest->modified == now.modified;
 }
 
 Result<VersionKeeper::Kept> RevisionStore::put(const Place& destination, const FileStatus& standing,
