@@ -47,6 +47,7 @@ Result<DeletionPlan> AutoDeletion::plan() {
     ++planned.pairs;
     const auto doomed = judge(*pair);
     planned.deletions += doomed && *doomed ? 1 : 0;
+    planned.unproven += doomed ? 0 : 1;
   }
   return planned;
 }
@@ -56,21 +57,26 @@ void AutoDeletion::carryOut(const DeletionPlan& plan) {
   if (auto opened = list.openFilelist(run_.info.name, FileListMode::kRead); !opened) return;
   const char* job = run_.info.name.c_str();
   run_.log.write("%s: Auto deletion starting . . . %d\n", job, static_cast<int>(list.recordCount()));
-  const Passed passed = deleteListed(list, plan);
+  const bool isIdle = plan.deletions + plan.unproven == 0;
+  const Passed passed = isIdle ? Passed{plan.pairs * 2, 0} : deleteListed(list, plan);
   run_.log.write("%s: Auto deletion stopped ---- %d, %d\n", job, static_cast<int>(passed.records),
                  static_cast<int>(passed.deleted));
 }
 
 AutoDeletion::Passed AutoDeletion::deleteListed(FileList& list, const DeletionPlan& plan) {
   Passed passed;
-  while (!run_.mustStop() && passed.deleted < plan.deletions) {
+  while (!run_.mustStop()) {
     const auto pair = list.readPair();
     if (!pair) complainAboutList(pair.error());
     if (!pair || !*pair) break;
     passed.records += 2;
     const auto doomed = judge(**pair);
     if (!doomed) complain((*pair)->source, doomed.error());
-    if (doomed && *doomed && remove(**doomed)) ++passed.deleted;
+    if (!doomed || !*doomed) continue;
+    if (passed.deleted >= plan.deletions)
+      ++run_.counts.held;
+    else if (remove(**doomed))
+      ++passed.deleted;
   }
   return passed;
 }
@@ -178,7 +184,7 @@ void AutoDeletion::complainAboutList(const Error& error) {
 
 void AutoDeletion::complain(const std::string& path, const Error& error) {
   const std::string folder = paths::parent(path);
-  if (folder == lastComplaint_) return;
+  if (paths::isInside(folder, lastComplaint_)) return;
   lastComplaint_ = folder;
   run_.noteError(RunError::kFileCopy);
   run_.log.write("%s: ERROR: Failed to find out whether \"%s\" was deleted\n error: %s\n", run_.info.name.c_str(),

@@ -19,6 +19,7 @@ namespace lumisk {
 struct DeletionPlan {
   std::uint64_t pairs = 0;      // read from the list
   std::uint64_t deletions = 0;  // destinations that stand although their sources are proven to have gone
+  std::uint64_t unproven = 0;   // sources that could not be looked at
 };
 
 // An open folder and its complete listing.
@@ -41,7 +42,7 @@ class AutoDeletion {
   void autoDeleteion(const std::function<bool(const DeletionPlan&)>& mayProceed);
   // Counts only. An error: there is no list, or none that can be read.
   Result<DeletionPlan> plan();
-  // Reads the list again, proves each absence again, deletes; never more than the plan counted.
+  // Reads the list again, proves each absence again, deletes; never more than the plan counted (the rest is held).
   void carryOut(const DeletionPlan& plan);
 
   // Deletes from a destination folder what its source folder does not have.
@@ -78,7 +79,7 @@ class AutoDeletion {
   std::optional<EntryFinder> source_;  // of the root that was looked into last
   std::size_t sourceRoot_ = 0;
   std::optional<EntryFinder> destination_;
-  std::string lastComplaint_;  // its folder: one line for each is enough
+  std::string lastComplaint_;  // its folder: one line is enough for all that lies below
 };
 
 }  // namespace lumisk

@@ -35,7 +35,7 @@ TEST(RemoveTree, TreeDeeperThanDescriptorsAndPaths_Goes) {
   FileCalls& files = realFileCalls();
   auto at = files.openRoot(tree.path());
   const std::string name(200, 'd');
-  for (int depth = 0; depth < 3000; ++depth) {
+  for (int depth = 0; depth < 1100; ++depth) {
     ASSERT_TRUE(files.makeFolder(at->get(), name, 0700));
     at = files.openFolder(at->get(), name);
     ASSERT_TRUE(at);
