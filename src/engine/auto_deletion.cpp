@@ -128,15 +128,18 @@ bool AutoDeletion::remove(const Doomed& doomed) {
   return true;
 }
 
-void AutoDeletion::syncDirectory(const ListedFolder& source, const ListedFolder& destination) {
-  const auto names = namesToDelete(source.entries, destination.entries);
+void AutoDeletion::syncDirectory(const ListedFolder& source, const ListedFolder& destination,
+                                 const std::function<void()>& beforeWriting) {
+  const auto names = namesToDelete(source.names, destination.names);
   if (names.empty()) return;
-  const SpellingIndex spellings = indexSpellings(source.entries);
+  const SpellingIndex spellings = indexSpellings(source.names);
   for (const std::string& name : names) {
     if (run_.mustStop()) return;
     const auto doomed = judgeEntry(source, destination, name, spellings);
     if (!doomed) complain(paths::join(destination.path, name), doomed.error());
-    if (doomed && *doomed) remove(**doomed);
+    if (!doomed || !*doomed) continue;
+    if (!run_.dryRun) beforeWriting();
+    remove(**doomed);
   }
 }
 
@@ -157,10 +160,10 @@ Result<std::optional<AutoDeletion::Doomed>> AutoDeletion::judgeEntry(const Liste
   return Doomed{Place{destination.folder, name, path}, *standing};
 }
 
-AutoDeletion::SpellingIndex AutoDeletion::indexSpellings(const std::vector<FolderEntry>& entries) {
+AutoDeletion::SpellingIndex AutoDeletion::indexSpellings(const NameList& names) {
   SpellingIndex spellings;
-  for (const FolderEntry& entry : entries)
-    if (!isSkippedName(entry.name)) spellings.emplace(foldedName(entry.name), entry.name);
+  for (std::size_t i = 0; i < names.size(); ++i)
+    if (!isSkippedName(std::string(names.name(i)))) spellings.emplace(foldedName(names.name(i)), names.name(i));
   return spellings;
 }
 

@@ -26,7 +26,7 @@ struct DeletionPlan {
 struct ListedFolder {
   int folder = -1;
   const std::string& path;
-  const std::vector<FolderEntry>& entries;
+  const NameList& names;
 };
 
 // Lets a backup follow deletions in its sources. Only what is proven to be absent below a sound source is deleted, only
@@ -45,8 +45,10 @@ class AutoDeletion {
   // Reads the list again, proves each absence again, deletes; never more than the plan counted (the rest is held).
   void carryOut(const DeletionPlan& plan);
 
-  // Deletes from a destination folder what its source folder does not have.
-  void syncDirectory(const ListedFolder& source, const ListedFolder& destination);
+  // Deletes from a destination folder what its source folder does not have. beforeWriting: called before the folder is
+  // changed.
+  void syncDirectory(
+      const ListedFolder& source, const ListedFolder& destination, const std::function<void()>& beforeWriting = [] {});
 
  private:
   struct Doomed {
@@ -64,7 +66,7 @@ class AutoDeletion {
   bool remove(const Doomed& doomed);
   // The names of a source folder by what a folding file system may take for the same.
   using SpellingIndex = std::unordered_multimap<std::string, std::string_view>;
-  static SpellingIndex indexSpellings(const std::vector<FolderEntry>& entries);
+  static SpellingIndex indexSpellings(const NameList& names);
   Result<std::optional<Doomed>> judgeEntry(const ListedFolder& source, const ListedFolder& destination,
                                            const std::string& name, const SpellingIndex& spellings);
   Result<bool> isCarriedUnderOtherSpelling(int folder, const std::string& name, const FileStatus& standing,

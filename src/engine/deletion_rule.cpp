@@ -1,7 +1,5 @@
 #include "engine/deletion_rule.h"
 
-#include <unordered_set>
-
 #include "engine/copy_rule.h"
 #include "engine/folder_flags.h"
 #include "engine/info_files.h"
@@ -66,14 +64,13 @@ bool isKeptName(const std::string& name) {
          Trash::isTrashName(name);
 }
 
-std::vector<std::string> namesToDelete(const std::vector<FolderEntry>& source,
-                                       const std::vector<FolderEntry>& destination) {
-  std::unordered_set<std::string_view> carried;
-  for (const FolderEntry& entry : source)
-    if (!isSkippedName(entry.name)) carried.insert(entry.name);
+std::vector<std::string> namesToDelete(const NameList& source, const NameList& destination) {
   std::vector<std::string> names;
-  for (const FolderEntry& entry : destination)
-    if (carried.count(entry.name) == 0 && !isKeptName(entry.name)) names.push_back(entry.name);
+  for (std::size_t i = 0; i < destination.size(); ++i) {
+    const std::string name(destination.name(i));
+    const bool isCarried = source.contains(name) && !isSkippedName(name);
+    if (!isCarried && !isKeptName(name)) names.push_back(name);
+  }
   return names;
 }
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/file_calls.h"
+#include "engine/name_list.h"
 
 namespace lumisk {
 
@@ -46,7 +46,6 @@ struct PlacedPair {
 
 // The names that a destination folder has and its completely listed source folder does not, by exact comparison. Names
 // that are never copied count as missing in the source.
-[[nodiscard]] std::vector<std::string> namesToDelete(const std::vector<FolderEntry>& source,
-                                                     const std::vector<FolderEntry>& destination);
+[[nodiscard]] std::vector<std::string> namesToDelete(const NameList& source, const NameList& destination);
 
 }  // namespace lumisk

@@ -44,7 +44,7 @@ class WalkRules {
 };
 
 // A backup that deletes nothing.
-class NoWalkRules final : public WalkRules {
+class NoWalkRules : public WalkRules {
  public:
   void enterFolder(FrameStack&) override {}
   WalkVerdict folderFound(FrameStack&, const WalkEntry&) override { return WalkVerdict::kGoOn; }

@@ -170,12 +170,11 @@ class SyncDirectoryTest : public AutoDeletionTest {
     const std::string destination = tree / "t/docs";
     const auto from = realFileCalls().openRoot(source);
     const auto to = realFileCalls().openRoot(destination);
-    std::vector<FolderEntry> sourceEntries, destinationEntries;
-    ASSERT_TRUE(realFileCalls().listFolder(from->get(), sourceEntries));
-    ASSERT_TRUE(realFileCalls().listFolder(to->get(), destinationEntries));
+    const auto sourceNames = listNames(realFileCalls(), from->get());
+    const auto destinationNames = listNames(realFileCalls(), to->get());
     if (afterListing) afterListing();
     AutoDeletion(fixture.run, trash, scope)
-        .syncDirectory({from->get(), source, sourceEntries}, {to->get(), destination, destinationEntries});
+        .syncDirectory({from->get(), source, *sourceNames}, {to->get(), destination, *destinationNames});
   }
   std::function<void()> afterListing;
 };
