@@ -47,7 +47,7 @@ TEST(DeletionRule_Names, OwnFilesStay_NamesThatAreNeverCopiedGo) {
   for (const char* name : {"a", "A", ".localized", "b", ".lumiskFileList", ".lumiskFolderFlagPlist", "lost+found",
                            "_XXXQelLumiskinfo_job", "_SSSQelLumiskinfo_job", ".lumisk-0123456789ab", ".Trash-1000"})
     destination.push_back({name, FileType::kUnknown});
-  EXPECT_EQ(namesToDelete(NameList(source), NameList(destination)), (std::vector<std::string>{"A", ".localized", "b"}));
+  EXPECT_EQ(namesToDelete(NameList(source), NameList(destination)), (std::vector<std::string>{".localized", "A", "b"}));
 }
 
 }  // namespace
