@@ -61,6 +61,22 @@ bool isValidUtf8(std::string_view bytes) {
   return true;
 }
 
+void appendUtf8(std::string& text, char32_t c) {
+  const auto tail = [&text, c](int shift) { text += static_cast<char>(0x80 | (c >> shift & 0x3F)); };
+  if (c < 0x80) {
+    text += static_cast<char>(c);
+  } else if (c < 0x800) {
+    text += static_cast<char>(0xC0 | c >> 6);
+    tail(0);
+  } else if (c < 0x10000) {
+    text += static_cast<char>(0xE0 | c >> 12);
+    tail(6), tail(0);
+  } else {
+    text += static_cast<char>(0xF0 | c >> 18);
+    tail(12), tail(6), tail(0);
+  }
+}
+
 std::string displayText(std::string_view bytes) {
   std::string result;
   while (!bytes.empty()) {

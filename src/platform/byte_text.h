@@ -6,6 +6,7 @@
 namespace lumisk {
 
 [[nodiscard]] bool isValidUtf8(std::string_view bytes);
+void appendUtf8(std::string& text, char32_t character);  // of a character that Unicode has
 // For showing a path on one line: control characters and bytes that are not UTF-8 become "\xNN". Never for opening.
 [[nodiscard]] std::string displayText(std::string_view bytes);
 // A key under which names that a folding file system may take for the same one are equal: case folded, NFC. A hint for

@@ -4,18 +4,11 @@
 #include <ctime>
 #include <limits>
 
+#include "platform/civil_time.h"
+
 namespace lumisk {
 
 namespace {
-
-using std::chrono::seconds;
-
-constexpr std::int64_t kEarliest = std::chrono::ceil<seconds>(WallTime::min().time_since_epoch()).count();
-constexpr std::int64_t kLatest = std::chrono::floor<seconds>(WallTime::max().time_since_epoch()).count();
-
-WallTime fromSeconds(std::int64_t value) {
-  return WallTime(seconds(std::clamp(value, kEarliest, kLatest)));
-}
 
 std::tm localFields(std::int64_t time) {
   ::tzset();  // localtime_r() alone would not notice that the machine's zone was changed while we run
@@ -30,7 +23,7 @@ std::int64_t offsetAt(std::int64_t time) {
 }
 
 std::tm localFields(WallTime time) {
-  return localFields(std::chrono::floor<seconds>(time.time_since_epoch()).count());
+  return localFields(wholeSeconds(time));
 }
 
 // mktime() decides by its earlier calls which of the two moments it means when clocks are set back; here it is always
@@ -50,40 +43,27 @@ std::int64_t momentOfLocal(std::int64_t local) {
   return locale;
 }
 
-int number(std::string_view text, std::size_t position, std::size_t digits) {
-  int value = 0;
-  for (const char digit : text.substr(position, digits)) value = value * 10 + (digit - '0');
-  return value;
-}
-
-bool matchesPattern(std::string_view text) {
-  constexpr std::string_view kPattern = "####-##-## ##:##:## s####";
-  return text.size() == kPattern.size() &&
-         std::equal(text.begin(), text.end(), kPattern.begin(), [](char c, char wanted) {
-           if (wanted == '#') return c >= '0' && c <= '9';
-           return wanted == 's' ? c == '+' || c == '-' : c == wanted;
-         });
+// Seconds east of Greenwich of " +0130".
+std::optional<int> zoneOffset(std::string_view text) {
+  if (text.size() != 6 || text[0] != ' ' || (text[1] != '+' && text[1] != '-')) return std::nullopt;
+  const auto digits = text.substr(2);
+  if (digits.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
+  const int hours = (digits[0] - '0') * 10 + digits[1] - '0', minutes = (digits[2] - '0') * 10 + digits[3] - '0';
+  if (hours > 23 || minutes > 59) return std::nullopt;
+  return (hours * 3600 + minutes * 60) * (text[1] == '-' ? -1 : 1);
 }
 
 }  // namespace
 
 CalendarDate::CalendarDate(WallTime time, std::string format)
-    : time_(std::chrono::floor<seconds>(std::max(time, fromSeconds(kEarliest)))), format_(std::move(format)) {}
+    : time_(wallTime(wholeSeconds(time))), format_(std::move(format)) {}
 
 std::optional<CalendarDate> CalendarDate::parse(std::string_view text, std::string format) {
-  if (!matchesPattern(text)) return std::nullopt;
-  using namespace std::chrono;
-  const year_month_day date{std::chrono::year(number(text, 0, 4)),
-                            std::chrono::month(static_cast<unsigned>(number(text, 5, 2))),
-                            std::chrono::day(static_cast<unsigned>(number(text, 8, 2)))};
-  const int hour = number(text, 11, 2), minute = number(text, 14, 2), second = number(text, 17, 2);
-  const int zoneHours = number(text, 21, 2), zoneMinutes = number(text, 23, 2);
-  if (!date.ok() || hour > 23 || minute > 59 || second > 59 || zoneHours > 23 || zoneMinutes > 59) return std::nullopt;
-  const std::int64_t offset = (zoneHours * 3600 + zoneMinutes * 60) * (text[20] == '-' ? -1 : 1);
-  const std::int64_t days = sys_days(date).time_since_epoch().count();
-  const std::int64_t moment = days * 86400 + hour * 3600 + minute * 60 + second - offset;
-  if (moment < kEarliest || moment > kLatest) return std::nullopt;
-  return CalendarDate(fromSeconds(moment), std::move(format));
+  constexpr std::size_t kZoneBegin = 19;
+  const auto local = utcSeconds(text.substr(0, kZoneBegin), ' ');
+  const auto offset = zoneOffset(text.substr(std::min(kZoneBegin, text.size())));
+  if (!local || !offset || !fitsWallTime(*local - *offset)) return std::nullopt;
+  return CalendarDate(wallTime(*local - *offset), std::move(format));
 }
 
 CalendarDate CalendarDate::fromLocal(int year, int month, int day, int hour, int minute, int second) {
@@ -94,8 +74,7 @@ CalendarDate CalendarDate::fromLocal(int year, int month, int day, int hour, int
   fields.tm_hour = hour;
   fields.tm_min = minute;
   fields.tm_sec = second;
-  const std::int64_t local = ::timegm(&fields);
-  return CalendarDate(fromSeconds(momentOfLocal(std::clamp(local, kEarliest, kLatest))));
+  return CalendarDate(wallTime(momentOfLocal(::timegm(&fields))));
 }
 
 std::string CalendarDate::description() const {

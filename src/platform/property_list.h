@@ -13,7 +13,9 @@
 namespace lumisk {
 
 // One value of a property list, a plain value type. Text is any bytes: what XML cannot carry (not UTF-8, control
-// characters, carriage returns) is stored as data and read back as the same bytes, so `text()` accepts both kinds.
+// characters, carriage returns) is data from the start, so that what is read back equals what was written; `text()`
+// accepts both kinds. Likewise a number of either integer type that fits kInteger is one. Keys are text that XML can
+// carry; with any other key a list cannot be written.
 class PropertyList {
  public:
   using Array = std::vector<PropertyList>;
@@ -23,21 +25,23 @@ class PropertyList {
     friend bool operator==(const Data&, const Data&) = default;
   };
   struct Date {
-    WallTime time;  // whole seconds
+    WallTime time;  // whole seconds, rounded down; in the years 1677 to 2262, others become the nearest
     friend bool operator==(const Date&, const Date&) = default;
   };
   enum class Kind { kNone, kBoolean, kInteger, kUnsigned, kReal, kText, kData, kDate, kArray, kDictionary };
 
-  PropertyList() = default;  // kind kNone: stands for a missing value; is never stored
+  // Kind kNone: stands for a missing value and is never stored; a dictionary is written without it, in an array it is
+  // an error.
+  PropertyList() = default;
   PropertyList(bool value) : value_(value) {}
   PropertyList(int value) : value_(std::int64_t{value}) {}
   PropertyList(std::int64_t value) : value_(value) {}
-  PropertyList(std::uint64_t value) : value_(value) {}
+  PropertyList(std::uint64_t value);
   PropertyList(double value) : value_(value) {}
-  PropertyList(const char* value) : value_(std::string(value)) {}
-  PropertyList(std::string value) : value_(std::move(value)) {}
+  PropertyList(const char* value) : PropertyList(std::string(value)) {}
+  PropertyList(std::string value);
   PropertyList(Data value) : value_(std::move(value)) {}
-  PropertyList(Date value) : value_(value) {}
+  PropertyList(Date value);
   PropertyList(Array value) : value_(std::move(value)) {}
   PropertyList(Dictionary value) : value_(std::move(value)) {}
 
@@ -45,9 +49,10 @@ class PropertyList {
   [[nodiscard]] bool isNone() const { return kind() == Kind::kNone; }
 
   // Lenient reads: a value of another kind gives 0, false or empty, never a failure.
-  [[nodiscard]] bool boolean() const;            // of any number: whether it is not 0
-  [[nodiscard]] std::int64_t integer() const;    // of any number or boolean; saturates
-  [[nodiscard]] std::int32_t integer32() const;  // the same, saturated to 32 bits
+  [[nodiscard]] bool boolean() const;                   // of any number: whether it is not 0
+  [[nodiscard]] std::int64_t integer() const;           // of any number or boolean; saturates
+  [[nodiscard]] std::int32_t integer32() const;         // the same, saturated to 32 bits
+  [[nodiscard]] std::uint64_t unsignedInteger() const;  // the same for values from 2^63, too; 0 of negative ones
   [[nodiscard]] double real() const;
   [[nodiscard]] bool hasText() const;      // text or data
   [[nodiscard]] std::string text() const;  // text, or the bytes of data
@@ -70,15 +75,17 @@ class PropertyList {
       value_;
 };
 
-// Reads XML and binary property lists. Anything that is not wholly one is an error: trailing bytes, junk numbers and
-// dates, nesting deeper than 200. Thread-safe.
+// Reads XML (UTF-8) and binary property lists. Anything that is not wholly one is an error (EINVAL, with a `detail`):
+// trailing bytes, junk numbers and dates, keys that come twice, nesting deeper than 200. What can be read can also be
+// written. Thread-safe.
 Result<PropertyList> parsePropertyList(std::string_view bytes);
-// XML, as other programs read it.
+// XML, as other programs read it. EINVAL for what cannot be written: odd keys, nesting deeper than 200.
 Result<std::string> propertyListToXml(const PropertyList& list);
 
 // Files. Reading a missing file is the error ENOENT, one that does not parse has code EINVAL and a `detail`. Writing is
 // atomic and durable: a temporary sibling, synced, renamed over the file, the folder synced; the folder must exist.
-// A link at the path is replaced as what it points to, keeping the link.
+// A link at the path is replaced as what it points to, keeping the link. The file's permissions and owner are kept.
+// What is not a regular file is an error other than EINVAL and is never replaced.
 Result<PropertyList> readPropertyListFile(const std::string& path);
 Result<void> writePropertyListFile(const std::string& path, const PropertyList& list);
 
