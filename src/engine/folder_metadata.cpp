@@ -9,11 +9,11 @@ constexpr auto kCoarsestDates = 2s;
 
 // Dates that differ by no more than the target's file system cuts off are the same.
 bool isSame(WalkState& walk, CatalogInfo source, const CatalogInfo& standing) {
-  if (sameCatalogInfo(source, standing)) return true;
+  if (sameCatalogInfo(standing, source)) return true;
   const FileTime date = source.status.modified;
   source.status.modified = standing.status.modified;
   return date != standing.status.modified && isCloserThan(kCoarsestDates, date, standing.status.modified) &&
-         sameCatalogInfo(source, standing) && isCloserThan(walk.granularity(), date, standing.status.modified);
+         sameCatalogInfo(standing, source) && isCloserThan(walk.granularity(), date, standing.status.modified);
 }
 
 bool giveMetadata(WalkState& walk, const FolderFrame& frame) {

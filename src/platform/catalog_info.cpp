@@ -91,13 +91,13 @@ class CatalogWriter {
 
  private:
   Result<void> lookAtTarget() {
-    if (before_ != nullptr) {
-      status_ = before_->status;
-      for (const Attribute& attribute : before_->attributes) names_.push_back(attribute.name);
-      return {};
+    if (before_ == nullptr) {
+      LUMISK_TRY(read_, readCatalogInfo(files_, descriptor_));
+      before_ = &read_;
     }
-    LUMISK_TRY(status_, files_.statusOf(descriptor_));
-    LUMISK_TRY(names_, portableNames(files_, descriptor_));
+    status_ = before_->status;
+    names_ = before_->unreadable;
+    for (const Attribute& attribute : before_->attributes) names_.push_back(attribute.name);
     return {};
   }
 
@@ -138,7 +138,6 @@ class CatalogWriter {
   }
 
   bool hasAlready(const Attribute& attribute) const {
-    if (before_ == nullptr) return false;
     if (attribute.name == kCapability && ownerChanged_) return false;  // a new owner takes them away
     const Attribute* old = find(before_->attributes, attribute.name);
     return old != nullptr && old->value == attribute.value;
@@ -203,7 +202,8 @@ class CatalogWriter {
   FileCalls& files_;
   const int descriptor_;
   const CatalogInfo& info_;
-  const CatalogInfo* const before_;
+  const CatalogInfo* before_;
+  CatalogInfo read_;                // what `before_` is when nobody gave it
   FileStatus status_;               // of the target, kept up to date for its mode
   std::vector<std::string> names_;  // of the target's attributes before
   bool ownerChanged_ = false;

@@ -81,8 +81,10 @@ class FileCalls {
   virtual Result<Descriptor> openRoot(const std::string& path) = 0;  // a folder by its path, links followed
   virtual Result<Descriptor> openFolder(int folder, const std::string& name) = 0;
   virtual Result<Descriptor> openParent(int folder) = 0;  // ".." of an open folder; the caller compares identities
-  // Appends all entries but "." and ".."; on failure what was appended so far is no listing and must not be used.
+  // Appends all entries but "." and ".."; on failure what was appended so far is no listing and must not be used. Moves
+  // the descriptor's position: two threads that list one folder need a descriptor each.
   virtual Result<void> listFolder(int folder, std::vector<FolderEntry>& entries) = 0;
+  // The permissions of what is made are `mode` less the umask, or what the folder's default ACL says.
   virtual Result<void> makeFolder(int folder, const std::string& name, std::uint32_t mode) = 0;
   virtual Result<void> removeFolder(int folder, const std::string& name) = 0;  // an empty one
 
@@ -90,7 +92,8 @@ class FileCalls {
   virtual Result<FileStatus> status(int folder, const std::string& name) = 0;
   virtual Result<FileStatus> statusOf(int descriptor) = 0;
   virtual Result<SpaceStatus> spaceOf(int descriptor) = 0;
-  // Whether this user may read (folders: list and enter) the entry, asked with the effective ids.
+  // Whether this user may read (folders: list and enter) or write (folders: change and enter) the entry, asked with the
+  // effective ids.
   virtual Result<void> mayRead(int folder, const std::string& name) = 0;
   virtual Result<void> mayWrite(int folder, const std::string& name) = 0;
 
@@ -114,6 +117,8 @@ class FileCalls {
 
   // Names.
   virtual Result<void> removeFile(int folder, const std::string& name) = 0;  // anything that is not a folder
+  // With kAllowed and two names of one file the system does nothing, successfully: `from` is still there. kNever holds
+  // on file systems that know no such rename, too; see renameWithoutReplacing() for what is left open there.
   virtual Result<void> rename(int fromFolder, const std::string& from, int toFolder, const std::string& to,
                               Replace replace) = 0;
   virtual Result<void> exchange(int folderA, const std::string& a, int folderB, const std::string& b) = 0;

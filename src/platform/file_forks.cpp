@@ -114,7 +114,7 @@ Result<std::string> resourceFork(FileCalls& files, int descriptor) {
 Result<void> setResourceFork(FileCalls& files, int descriptor, const std::string& bytes) {
   if (!bytes.empty()) return writeFirst(files, descriptor, kResourceForks, bytes);
   for (const Carrier& carrier : kResourceForks) {
-    const auto removed = files.removeAttribute(descriptor, carrier.name);
+    auto removed = files.removeAttribute(descriptor, carrier.name);
     if (!removed && removed.error().code != ENODATA && removed.error().code != EOPNOTSUPP) return removed;
   }
   return {};

@@ -152,7 +152,8 @@ Result<Descriptor> RealFileCalls::openParent(int folder) {
 
 Result<void> RealFileCalls::listFolder(int folder, std::vector<FolderEntry>& entries) {
   LUMISK_CHECK(checked("list", ".", [&] { return ::lseek(folder, 0, SEEK_SET); }));
-  alignas(dirent64) std::array<char, 64 * 1024> buffer;
+  constexpr std::size_t kBufferSize = 65536;
+  alignas(dirent64) std::array<char, kBufferSize> buffer;
   for (;;) {
     const auto size = uninterrupted([&] { return ::getdents64(folder, buffer.data(), buffer.size()); });
     if (size < 0) return fail("list", ".", errno);

@@ -97,6 +97,8 @@ TEST_F(CatalogInfoTest, Write_OverAnEqualFolder_ChangesNothing) {
   const auto start = files_.made().size();
   ASSERT_TRUE(writeCatalogInfo(files_, target.get(), source, &before));
   EXPECT_THAT(callsSince(start), ::testing::IsEmpty());
+  ASSERT_TRUE(writeCatalogInfo(files_, target.get(), source));
+  EXPECT_EQ(infoOf(target).status.changed, before.status.changed);
 
   auto changed = source;
   changed.attributes.pop_back();
