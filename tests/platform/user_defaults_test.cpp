@@ -1,0 +1,73 @@
+#include "platform/user_defaults.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "support/temp_tree.h"
+
+namespace lumisk {
+namespace {
+
+using test::TempTree;
+
+TEST(UserDefaults, Changes_AreOnDiskAndSeenByOthers) {
+  TempTree home;
+  const std::string path = home / "Library/Preferences/settings.plist";
+  UserDefaults one(path), other(path);
+  EXPECT_TRUE(one.object("missing")->isNone());
+  ASSERT_TRUE(one.setObject("Qel Lumisk", "Automatic Backup"));
+  EXPECT_EQ(other.object("Qel Lumisk")->text(), "Automatic Backup");
+  ASSERT_TRUE(other.setObject("n", 7));
+  EXPECT_EQ(one.object("n")->integer(), 7);
+  ASSERT_TRUE(one.removeObject("n"));
+  EXPECT_TRUE(other.object("n")->isNone());
+  struct stat status;
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+  const auto changed = status.st_ino;
+  ASSERT_TRUE(one.change([](PropertyList::Dictionary&) {}));
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_ino, changed) << "nothing changed, but it was written";
+}
+
+TEST(UserDefaults, DamagedFile_IsSetAsideAndTold) {
+  for (const std::string damaged : {"<plist><dict><key>half", "", "<plist version=\"1.0\"><array/></plist>"}) {
+    TempTree home{{"settings.plist", test::File{damaged}}};
+    UserDefaults defaults(home / "settings.plist");
+    ASSERT_TRUE(defaults.object("x"));
+    const auto warnings = defaults.takeWarnings();
+    ASSERT_EQ(warnings.size(), 1U);
+    EXPECT_NE(warnings[0].find("damaged"), std::string::npos);
+    EXPECT_TRUE(defaults.takeWarnings().empty());
+    ASSERT_TRUE(defaults.setObject("x", 1));
+    const auto names = test::listing(home.path());
+    ASSERT_EQ(names.size(), 2U);
+    EXPECT_EQ(test::readFile(home / names[1]), damaged);
+  }
+}
+
+TEST(UserDefaults, UnreadableFile_FailsAndIsLeftAlone) {
+  TempTree home;
+  test::makeTree(home.path(), {{"settings.plist", test::Dir{}}});  // not readable as a file, for root neither
+  UserDefaults defaults(home / "settings.plist");
+  EXPECT_FALSE(defaults.object("x"));
+  EXPECT_FALSE(defaults.setObject("x", 1));
+  EXPECT_EQ(test::listing(home.path()), std::vector<std::string>{"settings.plist"});
+}
+
+TEST(UserDefaults, Ownership_IsExclusiveUntilItGoes) {
+  TempTree home;
+  UserDefaults one(home / "settings.plist"), other(home / "settings.plist");
+  auto owned = one.own();
+  ASSERT_TRUE(owned);
+  const auto refused = other.own();
+  ASSERT_FALSE(refused);
+  EXPECT_EQ(refused.error().code, EWOULDBLOCK);
+  owned->reset();
+  EXPECT_TRUE(other.own());
+}
+
+}  // namespace
+}  // namespace lumisk
