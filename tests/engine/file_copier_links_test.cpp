@@ -18,7 +18,7 @@ INSTANTIATE_TEST_SUITE_P(Pace, LinkCopyTest, ::testing::Values(PaceKind::kFull),
 TEST_P(LinkCopyTest, LongTextAndDate_AreKept) {
   std::string text = "../";
   while (text.size() < 3000) text += "deeper/";
-  makeTree(tree / "s", {{"l", Link{text}}});
+  if (!realFileCalls().makeLink(text, source("l").folder, "l")) GTEST_SKIP() << "no such links in " << tree.path();
   setModified(tree / "s/l", 1000, 7);
   EXPECT_EQ(copyLink("l"), Outcome::kMade);
   ExpectSameTrees(tree / "s/l", tree / "t/l");
