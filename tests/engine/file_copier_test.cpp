@@ -96,6 +96,26 @@ TEST_P(FileCopierTest, FileThatShrinksMeanwhile_GivesWhatWasThere) {
   EXPECT_EQ(readFile(tree / "t/a"), bytes(5000));
 }
 
+TEST_P(FileCopierTest, FileWithHolesThatShrinksMeanwhile_EndsWhereItEnds) {
+  writeFile(tree / "s/a", bytes(2 * kMegabyte));
+  ASSERT_EQ(truncate((tree / "s/a").c_str(), 8 * kMegabyte), 0);
+  const auto shrink = [&] { ASSERT_EQ(truncate((tree / "s/a").c_str(), 5000), 0); };
+  files.fail(FileCall::kCloneFile, EOPNOTSUPP);
+  files.before(FileCall::kRead, shrink);
+  files.before(FileCall::kCopyRange, shrink);
+  ASSERT_TRUE(copy("a"));
+  EXPECT_EQ(readFile(tree / "t/a"), bytes(5000));
+}
+
+TEST_P(FileCopierTest, ServerThatRefusesTheDataAtTheEnd_DoesNotCostTheEarlierVersion) {
+  makeTree(tree / "s", {{"a", File{"new"}}});
+  makeTree(tree / "t", {{"a", File{"old"}}});
+  files.fail(FileCall::kClose, EDQUOT, {.name = ".lumisk-*"});
+  EXPECT_FALSE(copy("a"));
+  EXPECT_EQ(run.run.m_nErrorCode, RunError::kOutOfSpace);
+  ExpectTreeExactly(tree / "t", Dir{{"a", File{"old"}}});
+}
+
 TEST_P(FileCopierTest, OtherFileUnderTheSeenName_IsNotCopied) {
   makeTree(tree / "s", {{"a", File{"seen"}}, {"b", File{"other"}}, {"l", Link{"b"}}, {"p", Fifo{}}});
   const FileStatus seen = RunFixture::seen(source("a"));
