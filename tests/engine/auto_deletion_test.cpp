@@ -1,5 +1,7 @@
 #include "engine/auto_deletion.h"
 
+#include <fmt/format.h>
+
 #include <cerrno>
 #include <filesystem>
 

@@ -1,5 +1,6 @@
 #include "engine/revision_store.h"
 
+#include <fmt/format.h>
 #include <rapidcheck.h>
 
 #include <cerrno>
