@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "support/faulty_file_calls.h"
+#include "support/own_home.h"
 #include "support/run_fixture.h"
 
 namespace lumisk::test {
@@ -15,12 +16,9 @@ namespace {
 class AutoDeletionTest : public ::testing::Test {
  protected:
   AutoDeletionTest() {
-    setenv("LUMISK_HOME", tree.path().c_str(), 1);
     fixture.info.targetPaths = scope.targets;
     record({"", "/a", "/b", "/d", "/d/x", "/d/y", "/d/e", "/d/e/z"});
   }
-  ~AutoDeletionTest() override { unsetenv("LUMISK_HOME"); }
-
   void record(const std::vector<std::string>& places) {
     FileList list(realFileCalls(), tree / "lists");
     ASSERT_TRUE(list.openFilelist("job", FileListMode::kWrite));
@@ -44,6 +42,7 @@ class AutoDeletionTest : public ::testing::Test {
       {"a", File{"a"}}, {"b", File{"b"}}, {"d", Dir{{"e", Dir{{"z", File{"z"}}}}, {"x", File{"x"}}, {"y", File{"y"}}}}};
   const std::vector<std::string> kAll{"a", "b", "d/", "d/e/", "d/e/z", "d/x", "d/y"};
   TempTree tree{{"s", Dir{{"docs", kDocs}}}, {"t", Dir{{"docs", kDocs}}}, {"lists", Dir{}}};
+  OwnHome home{tree.path()};
   FaultyFileCalls files;
   RunFixture fixture{PaceKind::kFull, files};
   Trash trash{files, fixture.clock, tree / "t"};

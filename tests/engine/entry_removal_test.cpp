@@ -1,5 +1,7 @@
 #include "engine/entry_removal.h"
 
+#include <sys/resource.h>
+
 #include <cerrno>
 #include <filesystem>
 
@@ -35,12 +37,19 @@ TEST(RemoveTree, TreeDeeperThanDescriptorsAndPaths_Goes) {
   FileCalls& files = realFileCalls();
   auto at = files.openRoot(tree.path());
   const std::string name(200, 'd');
-  for (int depth = 0; depth < 1100; ++depth) {
+  for (int depth = 0; depth < 150; ++depth) {
     ASSERT_TRUE(files.makeFolder(at->get(), name, 0700));
     at = files.openFolder(at->get(), name);
     ASSERT_TRUE(at);
   }
-  ASSERT_TRUE(removeIn(files, tree.path(), name));
+  at->reset();
+  rlimit usual{};
+  getrlimit(RLIMIT_NOFILE, &usual);
+  const rlimit few{100, usual.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &few);
+  const auto removed = removeIn(files, tree.path(), name);
+  setrlimit(RLIMIT_NOFILE, &usual);
+  ASSERT_TRUE(removed);
   EXPECT_TRUE(listing(tree.path()).empty());
 }
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "support/faulty_file_calls.h"
+#include "support/own_home.h"
 #include "support/run_fixture.h"
 
 namespace lumisk::test {
@@ -11,9 +12,6 @@ namespace {
 
 class OldCopiesTest : public ::testing::Test {
  protected:
-  OldCopiesTest() { setenv("LUMISK_HOME", tree.path().c_str(), 1); }
-  ~OldCopiesTest() override { unsetenv("LUMISK_HOME"); }
-
   Result<Place> copy(const std::string& name) {
     const Place place = fixture.place(tree / ("t/" + name));
     return copyFileWithOLDTag(fixture.run, copier, trash, place, RunFixture::seen(place));
@@ -26,6 +24,7 @@ class OldCopiesTest : public ::testing::Test {
   }
 
   TempTree tree{{"t", Dir{}}};
+  OwnHome home{tree.path()};
   FaultyFileCalls files;
   RunFixture fixture{PaceKind::kFull, files};
   Trash trash{files, fixture.clock, tree / "t"};

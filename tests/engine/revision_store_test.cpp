@@ -9,6 +9,7 @@
 #include "engine/tagged_name.h"
 #include "support/faulty_file_calls.h"
 #include "support/mounted_volume.h"
+#include "support/own_home.h"
 #include "support/run_fixture.h"
 
 namespace lumisk::test {
@@ -20,14 +21,11 @@ using Kept = VersionKeeper::Kept;
 class Target {
  public:
   explicit Target(RevisionMethod method = RevisionMethod::kUnlimited, int limit = 3) {
-    setenv("LUMISK_HOME", tree.path().c_str(), 1);
     fixture.info.targetPaths = {tree / "t"};
     fixture.info.revision_method = method;
     fixture.info.revision_maxNumber = limit;
     write(1);
   }
-  ~Target() { unsetenv("LUMISK_HOME"); }
-
   void write(int version) { writeFile(tree / "t/d/a.txt", "v" + std::to_string(version)); }
 
   // As a run does it: a store of its own, the version kept first, then replaced by a rename.
@@ -66,6 +64,7 @@ class Target {
   }
 
   TempTree tree{{"t", Dir{{"d", Dir{}}}}};
+  OwnHome home{tree.path()};
   FaultyFileCalls files;
   RunFixture fixture{PaceKind::kFull, files};
   Trash trash{files, fixture.clock, tree / "t"};
