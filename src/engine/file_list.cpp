@@ -74,16 +74,14 @@ Result<void> FileList::openForReading() {
 Result<void> FileList::readHeader() {
   LUMISK_TRY(const FileStatus status, files_.statusOf(_gc_fd.get()));
   if (status.type != FileType::kRegular) return fail("read the file list", name_, EINVAL);
-  bytesLeft_ = status.size;
   LUMISK_CHECK(refill());
-  if (_gc_len < kHeaderSize || bytesLeft_ < kHeaderSize) return {};
+  if (_gc_len < kHeaderSize) return {};
   if (std::string_view(_gc_buffer.data(), kSignature.size()) != kSignature) {
     LUMISK_CHECK(setAsideSmallFile(files_, folder_.get(), name_));
     return fail("read the file list", name_, EINVAL, "it is no file list and was set aside");
   }
   _gc_count = recordsLeft_ = fromBigEndian(_gc_buffer.data() + kCountOffset);
   _gc_currentPtr = kHeaderSize;
-  bytesLeft_ -= kHeaderSize;
   return {};
 }
 
@@ -175,11 +173,10 @@ Result<std::optional<FileList::Pair>> FileList::readPair() {
 
 Result<std::optional<std::uint32_t>> FileList::nextLength() {
   if (_gc_len - _gc_currentPtr < kLengthSize) LUMISK_CHECK(refill());
-  if (_gc_len - _gc_currentPtr < kLengthSize || bytesLeft_ < kLengthSize) return std::nullopt;
+  if (_gc_len - _gc_currentPtr < kLengthSize) return std::nullopt;
   const std::uint32_t length = fromBigEndian(_gc_buffer.data() + _gc_currentPtr);
   _gc_currentPtr += kLengthSize;
-  bytesLeft_ -= kLengthSize;
-  if (length == 0 || length > kLongestRecord || length > bytesLeft_) return std::nullopt;
+  if (length == 0 || length > kLongestRecord) return std::nullopt;
   return length;
 }
 
@@ -189,7 +186,6 @@ Result<std::optional<std::string_view>> FileList::nextBytes(std::uint32_t length
   if (_gc_len - _gc_currentPtr < length) return std::nullopt;
   const std::string_view bytes(_gc_buffer.data() + _gc_currentPtr, length);
   _gc_currentPtr += length;
-  bytesLeft_ -= length;
   return bytes;
 }
 
@@ -204,7 +200,6 @@ Result<std::optional<std::string_view>> FileList::longRecord(std::uint32_t lengt
     if (size == 0) return std::nullopt;
     filled += size;
   }
-  bytesLeft_ -= length;
   return longRecord_;
 }
 

@@ -79,8 +79,7 @@ class FileList {
   Descriptor folder_;
   std::optional<Error> failure_;  // the first one while writing
   std::uint32_t recordsLeft_ = 0;
-  std::uint64_t bytesLeft_ = 0;  // of the file, behind the position in the buffer
-  std::string longRecord_;       // a record that is longer than the buffer
+  std::string longRecord_;  // a record that is longer than the buffer
 
   Descriptor _gc_fd;
   FileListMode _gc_mode = FileListMode::kRead;

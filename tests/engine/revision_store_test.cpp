@@ -163,13 +163,17 @@ TEST(RevisionStore_Limited, FailureOrCrashAtAnyStep_LosesNothingButWhatTheLimitR
 }
 
 TEST(RevisionStore_Limited, CrashBetweenKeepingAndReplacing_KeepsTheVersionOnce) {
-  Target target(RevisionMethod::kLimited, 2);
+  Target target(RevisionMethod::kLimited, 3);
   ASSERT_TRUE(target.overwrite(2));
-  RevisionStore store(target.fixture.run, target.trash, {});
   const Place place = target.fixture.place(target.tree / "t/d/a.txt");
-  ASSERT_EQ(store.keep(place, RunFixture::seen(place)), Kept::kLinked);
-  for (int again = 0; again < 3; ++again) EXPECT_EQ(target.overwrite(2), Kept::kLinked), target.write(2);
-  EXPECT_EQ(target.revisions(), (std::vector<std::string>{"v2", "v2"}));
+  for (int crash = 0; crash < 4; ++crash) {
+    RevisionStore store(target.fixture.run, target.trash, {});
+    ASSERT_EQ(store.keep(place, RunFixture::seen(place)), Kept::kLinked);
+  }
+  EXPECT_EQ(target.revisions(), versions(1, 2));
+  ASSERT_TRUE(target.overwrite(3));
+  ASSERT_TRUE(target.overwrite(4));
+  EXPECT_EQ(target.revisions(), versions(1, 3));
 }
 
 TEST(RevisionStore_Methods, AnyHistory_KeepsTheMostRecentInOrder) {
