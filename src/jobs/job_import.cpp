@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "jobs/job_store.h"
+#include "jobs/shared_files.h"
 #include "jobs/stored_jobs.h"
 #include "platform/home_folder.h"
 

@@ -60,7 +60,7 @@ Result<bool> JobStore::appendStored() {
 
 bool JobStore::savePreferenceInfo() {
   const std::lock_guard guard(m_lock);
-  return saveLocked();
+  return replaceJobs(m_preferenceInfo);
 }
 
 bool JobStore::replaceJobs(Array next) {
@@ -148,14 +148,6 @@ bool JobStore::changeJob(std::int32_t index, const std::function<void(Dictionary
   Array next = m_preferenceInfo;
   next[static_cast<std::size_t>(index)] = std::move(after);
   return replaceJobs(std::move(next));
-}
-
-bool JobStore::readInfoWithUserName(const std::string&) {
-  return false;
-}
-
-bool JobStore::writeInfoWithUserName(const std::string&) {
-  return false;
 }
 
 void JobStore::init_tempInfo(bool keepSources) {

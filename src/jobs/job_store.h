@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "jobs/job_record.h"
+#include "jobs/path_comparison.h"
 #include "platform/clock.h"
 #include "platform/user_defaults.h"
 
@@ -39,8 +40,7 @@ class JobStore {
   // Marks every job as not running, in memory only: a run that the last quit cut short is not shown as running.
   void initializeStatus();
 
-  // lock: whether to take m_lock (a caller that holds it says kHeld).
-  enum class Locking { kTake, kHeld };
+  enum class Locking { kTake, kHeld };  // kHeld: the caller has taken m_lock
   bool fetchPreferenceInfo(std::int32_t index, Locking lock);
   // Both store m_currentInfo and set its jobModifyTime to now: making and editing a job begin a new phase of its timer.
   // Changes that are no edits go through changeJob(). What m_currentInfo says of the job's runs is stored, too: fetch
@@ -54,8 +54,8 @@ class JobStore {
 
   void preferenceInfoLock() { m_lock.lock(); }
   void preferenceInfoUnlock() { m_lock.unlock(); }
-  bool readInfoWithUserName(const std::string& user);   // other users' stores: not kept, always false
-  bool writeInfoWithUserName(const std::string& user);  // likewise
+  bool readInfoWithUserName(const std::string&) { return false; }  // other users' stores are not kept
+  bool writeInfoWithUserName(const std::string&) { return false; }
 
   void init_tempInfo(bool keepSources);
   void get_tempInfoFromCurrentInfo() { m_tempInfo = m_currentInfo; }
@@ -96,7 +96,6 @@ class JobStore {
 
   // With m_lock held.
   Result<bool> appendStored();  // whether there was something to append
-  bool saveLocked() { return replaceJobs(m_preferenceInfo); }
   bool replaceJobs(Array next);
   [[nodiscard]] bool isIndex(std::int32_t index) const;
   [[nodiscard]] bool isExempt(std::size_t index, Editing edit) const;
@@ -119,14 +118,5 @@ class JobStore {
   Error lastError_;
   std::vector<std::string> warnings_;
 };
-
-// Same path, or with subDirectory also inside or around it, by whole components.
-[[nodiscard]] bool compareStringPath(const std::string& path1, const std::string& path2, bool subDirectory);
-// The same for sources, by the same rule.
-[[nodiscard]] bool compareStringPathExt(const std::string& path1, const std::string& path2, bool subDirectory);
-
-// The file shared with the file manager's plug-in, and the sibling product's settings.
-[[nodiscard]] std::string pluginListPath();
-[[nodiscard]] std::string siblingDefaultsPath();
 
 }  // namespace lumisk

@@ -1,5 +1,4 @@
 #include "jobs/job_store.h"
-#include "platform/paths.h"
 
 namespace lumisk {
 namespace {
@@ -45,17 +44,6 @@ bool JobStore::checkingDestinationFolderHasChanged(const std::string& path) {
   if (!isIndex(m_nIndex)) return true;
   const PropertyList& folders = m_preferenceInfo[static_cast<std::size_t>(m_nIndex)][kBackupFoldersKey];
   return !hasSingleTarget(folders) || folders.at(2).text() != path;
-}
-
-bool compareStringPath(const std::string& path1, const std::string& path2, bool subDirectory) {
-  if (path1.empty() || path2.empty()) return path1 == path2;
-  const bool inside = paths::isInside(path1, path2);
-  const bool around = paths::isInside(path2, path1);
-  return subDirectory ? inside || around : inside && around;
-}
-
-bool compareStringPathExt(const std::string& path1, const std::string& path2, bool subDirectory) {
-  return compareStringPath(path1, path2, subDirectory);
 }
 
 }  // namespace lumisk

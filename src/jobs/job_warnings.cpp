@@ -1,7 +1,7 @@
 #include <map>
 
 #include "jobs/job_checks.h"
-#include "jobs/job_store.h"
+#include "jobs/path_comparison.h"
 #include "platform/byte_text.h"
 #include "platform/paths.h"
 

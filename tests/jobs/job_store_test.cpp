@@ -5,6 +5,7 @@
 #include <csignal>
 #include <filesystem>
 
+#include "jobs/shared_files.h"
 #include "support/fake_clock.h"
 #include "support/home_fixture.h"
 
