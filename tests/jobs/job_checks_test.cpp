@@ -150,8 +150,9 @@ TEST(JobWarnings, FoldersOfOtherJobsAndFoldedNames_AreNamed) {
     for (const JobProblem& warning : jobWarnings(job, jobs)) found.push_back(warning.subject + ": " + warning.reason);
     return found;
   };
-  const PropertyList::Array jobs{jobToDictionary(made("docs", kBackup, {"/home/docs"}, {"/mnt/a", "/mnt/b"})),
-                                 jobToDictionary(made("sync", kSync, {"/home/sync"}, {"/mnt/c"})), "no job"};
+  const PropertyList::Array jobs{
+      jobToDictionary(made("docs", kBackup, {"/home/docs", "/home/pics"}, {"/mnt/a", "/mnt/b"})),
+      jobToDictionary(made("sync", kSync, {"/home/sync"}, {"/mnt/c"})), "no job"};
   EXPECT_EQ(subjects(made("new", kBackup, {"/home/docs", "/home/x", "/home/X"}, {"/mnt/d"}), jobs),
             Paths{"/home/X: on some disks its name is the same as \"x\""});
   EXPECT_EQ(subjects(made("new", kBackup, {"/home/revision"}, {"/mnt/d"}), jobs),

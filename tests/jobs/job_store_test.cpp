@@ -61,6 +61,7 @@ class Store : public test::HomeFixture {
     store.m_currentInfo = newJobDefaults(clock.now());
     store.m_currentInfo.name = name;
     store.m_currentInfo.uuidString = "uuid of " + name;
+    store.m_currentInfo.bFirstCopy = true;
     store.m_currentInfo.sourcePaths = {"/home/anna/" + name};
     store.m_currentInfo.targetPaths = {"/mnt/disk/" + name};
     return store.addPreferenceInfo(index);
@@ -207,10 +208,7 @@ TEST_F(Store, DataBitAndFirstCopy_GoStraightToTheDisk) {
   EXPECT_FALSE(store.getDataBit(0, bits));
   EXPECT_FALSE(store.setFirstCopyFlag(0));
   ASSERT_TRUE(add("a"));
-  ASSERT_TRUE(store.changeJob(0, [](Dictionary& job) {
-    job[kDataBitKey] = std::int64_t{0xffff8000};
-    job[kFirstCopyKey] = true;
-  }));
+  ASSERT_TRUE(store.changeJob(0, [](Dictionary& job) { job[kDataBitKey] = std::int64_t{0xffff8000}; }));
   EXPECT_TRUE(store.getDataBit(0, bits) && bits == 0xffff8000u);
   EXPECT_TRUE(store.setDataBit(0, 0) && store.getDataBit(0, bits) && bits == 0xffff8000u);
   EXPECT_FALSE(store.getDataBit(-1, bits) || store.getDataBit(1, bits));
