@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/base64.h"
 #include "platform/byte_text.h"
 #include "platform/calendar_date.h"
 
@@ -24,19 +25,6 @@ Json jsonOfDictionary(const PropertyList::Dictionary& dictionary) {
 }
 
 }  // namespace
-
-std::string base64(std::string_view bytes) {
-  constexpr const char* kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (std::size_t at = 0; at < bytes.size(); at += 3) {
-    const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
-    std::uint32_t group = 0;
-    for (std::size_t i = 0; i < 3; ++i)
-      group = group << 8 | (i < count ? static_cast<unsigned char>(bytes[at + i]) : 0u);
-    for (std::size_t i = 0; i < 4; ++i) text += i <= count ? kLetters[group >> (18 - 6 * i) & 63] : '=';
-  }
-  return text;
-}
 
 Json jsonOfText(const std::string& text) {
   if (isValidUtf8(text)) return text;

@@ -17,6 +17,4 @@ namespace lumisk {
 // As it is printed, with a newline at the end. Keys that are not UTF-8 lose the bytes that are not.
 [[nodiscard]] std::string printedJson(const nlohmann::ordered_json& json);
 
-[[nodiscard]] std::string base64(std::string_view bytes);
-
 }  // namespace lumisk
