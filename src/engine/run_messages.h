@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "engine/copy_file_thread_object.h"
+#include "engine/run_report.h"
 
 namespace lumisk {
 

@@ -35,8 +35,7 @@ bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& in
 }
 
 RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, const RunRequest& request,
-                         RunSwitches switches, JobLog& log,
-                         std::function<void(const JobProgressMessage&)> postProgress)
+                         RunSwitches switches, JobLog& log, std::function<void(const JobProgressMessage&)> postProgress)
     : services_(services),
       memory_(memory),
       request_(request),
@@ -44,6 +43,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
       run_(request.info, services.files, services.clock, Pace(request.options.pace, services.clock), log,
            services.dialogs),
       targets_(services, run_),
+      dialogs_(services, memory, request, run_),
       report_(result_.report) {
   run_.terminate = &switches.m_bTerminateThread;
   run_.cancelled = &switches.m_bCanceled;
@@ -53,7 +53,10 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   run_.compareSizes =
       request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
   run_.postProgress = std::move(postProgress);
-  run_.onOutOfSpace = [this] { warnOfFullTarget(); };
+  run_.onOutOfSpace = [this] {
+    run_.m_nErrorCode = RunError::kOutOfSpace;
+    dialogs_.showNoSpace();
+  };
 }
 
 RunResult RunSequence::run() {
@@ -64,8 +67,7 @@ RunResult RunSequence::run() {
 }
 
 void RunSequence::perform() {
-  const bool known =
-      request_.method == CopyMethod::kNormal || request_.method == CopyMethod::kUnmountableSources;
+  const bool known = request_.method == CopyMethod::kNormal || request_.method == CopyMethod::kUnmountableSources;
   report_.wholeJob = known;
   if (!known) return;
   if (!checkJob()) return logRefusal();
@@ -118,8 +120,8 @@ bool RunSequence::checkJob() {
     refuse({}, info.sourcePaths.empty() ? "the job has no source" : "the job has no target");
   } else if (info.bMultipleTargetFolder && info.targetPaths.size() != info.sourcePaths.size()) {
     refuse({}, "the job has not as many targets as sources");
-  } else if (const auto problem = checkJobFolders(run_.files, info.jobType, info.bRetainFullPath, info.sourcePaths,
-                                                  info.targetPaths)) {
+  } else if (const auto problem =
+                 checkJobFolders(run_.files, info.jobType, info.bRetainFullPath, info.sourcePaths, info.targetPaths)) {
     refuse(problem->subject, shown(problem->subject) + ": " + problem->reason);
   }
   return !report_.refused;
@@ -315,55 +317,11 @@ void RunSequence::fillReport() {
 }
 
 void RunSequence::showMessages() {
-  EndOfRun end;
-  end.info = &run_.info;
-  end.jobIndex = request_.jobIndex;
-  end.method = request_.method;
-  end.report = &report_;
-  end.lastProblemWasTarget = lastProblemWasTarget_;
-  end.neededShowFinishDialog = memory_.neededShowFinishDialog;
-  end.runByFindTarget = request_.runByFindTarget;
-  end.suppressed = needSuppressWarningMessage();
-  end.pathDialogIsOff = services_.getDataBit && (services_.getDataBit(request_.jobIndex) & kPathDialogOffBit) != 0;
-  end.imageNeedsItsUser = imageNeedsItsUser();
-  const RunMessages messages = decideRunMessages(end);
+  const RunMessages messages = dialogs_.showEnd(report_, lastProblemWasTarget_);
   result_.m_bHasError = messages.hasError;
-  if (run_.dryRun) return;
   result_.firstCopyOver = messages.firstCopyOver;
-  if (messages.firstCopyOver && services_.setFirstCopyFlag) services_.setFirstCopyFlag(request_.jobIndex);
-  if (messages.finishDialogShown) memory_.neededShowFinishDialog = false;
-  if (messages.warning) run_.dialogs.showMessage(run_.info.name, kWarningTitle, *messages.warning);
-  if (messages.finish) run_.dialogs.showFinish(*messages.finish);
-  if (messages.pathProblem) run_.dialogs.showPathProblem(*messages.pathProblem);
-  showCapacity();
-}
-
-// Once for each time that the target fills up, not after every run; never besides the message of a full target.
-void RunSequence::showCapacity() {
   RunTarget* const target = targets_.first();
-  if (!target || !run_.info.bDisplayWarning || report_.errorCode == RunError::kOutOfSpace) return;
-  const auto space = run_.files.spaceOf(target->folder.get());
-  if (!space) return;
-  const auto used = checkIfNeedShowWarnningWindow(*space, run_.info.capacityPercentage);
-  const bool isDue = used && !memory_._ifDisplayed && !needSuppressWarningMessage();
-  memory_._ifDisplayed = used && (isDue || memory_._ifDisplayed);
-  if (isDue) run_.dialogs.showMessage(run_.info.name, kWarningTitle, capacityWarning(target->path, *used));
-}
-
-void RunSequence::warnOfFullTarget() {
-  run_.m_nErrorCode = RunError::kOutOfSpace;
-  if (run_.dryRun || !memory_._showFreeSpaceDlg || needSuppressWarningMessage()) return;
-  memory_._showFreeSpaceDlg = false;
-  run_.dialogs.showMessage(run_.info.name, kWarningTitle, kNoSpaceMessage);
-}
-
-bool RunSequence::needSuppressWarningMessage() const {
-  return services_.preference && services_.preference("SGSuppressErrorMessages").boolean();
-}
-
-bool RunSequence::imageNeedsItsUser() const {
-  const bool hasProblem = report_.sourceProblem || report_.targetProblem;
-  return hasProblem && !run_.info.dmgPath.empty() && !services_.images.isAKeychainDMGAtPath(run_.info.dmgPath);
+  if (target && report_.errorCode != RunError::kOutOfSpace) dialogs_.showCapacity(*target);
 }
 
 }  // namespace lumisk

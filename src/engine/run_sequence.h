@@ -4,32 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "engine/copy_file_thread_object.h"
-#include "engine/run_messages.h"
+#include "engine/run_dialogs.h"
+#include "engine/run_request.h"
 #include "engine/run_targets.h"
 
 namespace lumisk {
-
-// What a worker remembers from one run to the next. Belongs to the worker's thread.
-struct RunMemory {
-  std::uint64_t fileTotal = 0;  // entries of the sources: counted once in the worker's life; 0 until then
-  bool neededShowFinishDialog = true;
-  bool _showFreeSpaceDlg = true;  // "not enough free space" has not been shown yet
-  bool _ifDisplayed = false;      // the capacity warning has been shown since the target last had room
-  // Whether all that earlier runs wrote has reached the disk. Before the first run of this worker only the stored dates
-  // tell.
-  std::optional<bool> settled;
-};
-
-// One request, with the settings as they were when it was taken up.
-struct RunRequest {
-  QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
-  std::int32_t jobIndex = -1;
-  CopyMethod method = CopyMethod::kNothing;
-  RunOptions options;
-  WallTime begin{};
-  bool runByFindTarget = false;
-};
 
 struct RunSwitches {
   const std::atomic<bool>& m_bTerminateThread;
@@ -91,10 +70,6 @@ class RunSequence {
   void settle();
   void fillReport();
   void showMessages();
-  void showCapacity();
-  void warnOfFullTarget();
-  [[nodiscard]] bool needSuppressWarningMessage() const;
-  [[nodiscard]] bool imageNeedsItsUser() const;
 
   const WorkerServices& services_;
   RunMemory& memory_;
@@ -102,6 +77,7 @@ class RunSequence {
   RunSwitches switches_;
   RunState run_;
   RunTargets targets_;
+  RunDialogs dialogs_;
   std::unique_ptr<RunRecorder> recorder_;
   std::vector<Pair> pairs_;
   RunResult result_;

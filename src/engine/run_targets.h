@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "engine/copy_file_thread_object.h"
 #include "engine/directory_walk.h"
 #include "engine/file_copier.h"
+#include "engine/worker_services.h"
 
 namespace lumisk {
 

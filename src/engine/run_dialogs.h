@@ -1,0 +1,32 @@
+#pragma once
+
+#include "engine/run_messages.h"
+#include "engine/run_request.h"
+#include "engine/run_targets.h"
+
+namespace lumisk {
+
+// Shows what a run has to say to the user, as seldom as the worker's memory wants. Nothing in a dry run.
+class RunDialogs {
+ public:
+  RunDialogs(const WorkerServices& services, RunMemory& memory, const RunRequest& request, RunState& run)
+      : services_(services), memory_(memory), request_(request), run_(run) {}
+
+  // What the end of the run means, after it has been shown and the stored job's first-copy flag has followed.
+  RunMessages showEnd(const RunReport& report, bool lastProblemWasTarget);
+  // Once for each time that the target fills up, not after every run.
+  void showCapacity(const RunTarget& target);
+  void showNoSpace();  // once in the worker's life
+
+ private:
+  [[nodiscard]] RunMessages decide(const RunReport& report, bool lastProblemWasTarget) const;
+  [[nodiscard]] bool needSuppressWarningMessage() const;
+  [[nodiscard]] bool imageNeedsItsUser(const RunReport& report) const;
+
+  const WorkerServices& services_;
+  RunMemory& memory_;
+  const RunRequest& request_;
+  RunState& run_;
+};
+
+}  // namespace lumisk

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "engine/run_state.h"
+
+namespace lumisk {
+
+// What is asked of a worker, as a number; stored nowhere.
+enum class CopyMethod : int { kNothing = -1, kNormal = 0, kUnmountableSources = 1 };
+
+// How the next run differs from the usual.
+struct RunOptions {
+  PaceKind pace = PaceKind::kGentle;
+  // Nothing is written: no log, no dialog, no image is mounted, no lock is taken. Of the notifications only the
+  // progress and "scheduleThreadObject notification" (a run ended) are posted.
+  bool dryRun = false;
+  std::function<void(EntryOutcome, const std::string& path, const std::string& reason)> onEntry;
+};
+
+// How a run ended, for whoever waits for it.
+struct RunReport {
+  bool completed = false;  // not cancelled, no error, no problem with a path, and the data are on the disk
+  bool wholeJob = true;    // false: sources were left out because the request did not ask for them
+  bool cancelled = false;  // by the user, or because the worker was stopped
+  bool refused = false;    // nothing was walked; problemText says why
+  bool sourceProblem = false;
+  bool targetProblem = false;
+  std::string problemPath;
+  std::string problemText;  // one line, when the run was refused or a path failed
+  RunError errorCode = RunError::kNone;
+  RunCounts counts;
+  double seconds = 0;
+};
+
+}  // namespace lumisk

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "engine/run_report.h"
+
+namespace lumisk {
+
+// What a worker remembers from one run to the next. Belongs to the worker's thread.
+struct RunMemory {
+  std::uint64_t fileTotal = 0;  // entries of the sources: counted once in the worker's life; 0 until then
+  bool neededShowFinishDialog = true;
+  bool _showFreeSpaceDlg = true;  // "not enough free space" has not been shown yet
+  bool _ifDisplayed = false;      // the capacity warning has been shown since the target last had room
+  // Whether all that earlier runs wrote has reached the disk. Before the first run of this worker only the stored dates
+  // tell.
+  std::optional<bool> settled;
+};
+
+// One request, with the settings as they were when it was taken up.
+struct RunRequest {
+  QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
+  std::int32_t jobIndex = -1;
+  CopyMethod method = CopyMethod::kNothing;
+  RunOptions options;
+  WallTime begin{};
+  bool runByFindTarget = false;
+};
+
+}  // namespace lumisk

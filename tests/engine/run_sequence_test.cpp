@@ -1,0 +1,342 @@
+#include "engine/run_sequence.h"
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+
+#include "engine/run_messages.h"
+#include "support/faulty_file_calls.h"
+#include "support/worker_fixture.h"
+
+namespace lumisk::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+const std::string kSeparator(74, '=');
+
+class RunTest : public ::testing::Test {
+ protected:
+  // The names in the target that a run must not leave behind.
+  std::vector<std::string> temporaries() {
+    std::vector<std::string> found;
+    for (const std::string& path : treeListing(f.tree / "target"))
+      if (path.find(".lumisk-") != std::string::npos) found.push_back(path);
+    return found;
+  }
+  // While the data of the first file are on their way.
+  void inTheMiddle(const std::function<void()>& hook) {
+    for (const FileCall call : {FileCall::kWrite, FileCall::kCopyRange, FileCall::kCloneFile}) files.before(call, hook);
+  }
+  void dryRun() {
+    RunOptions options;
+    options.pace = PaceKind::kFull;
+    options.dryRun = true;
+    options.onEntry = [this](EntryOutcome outcome, const std::string& path, const std::string&) {
+      if (outcome == EntryOutcome::kCopied) wouldCopy.push_back(path);
+    };
+    f.worker().setRunOptions(options);
+  }
+
+  FaultyFileCalls files;
+  WorkerFixture f{files};
+  std::vector<std::string> wouldCopy;
+};
+
+TEST_F(RunTest, WholeRun_CarriesTheSourceAndLogsItsSteps) {
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.completed && report.wholeJob);
+  EXPECT_EQ(report.counts.copied, 2U);
+  f.runOnce();
+  f.stop();
+  ExpectSameTrees(f.tree / "source", f.tree / "target/source");
+  const std::string walk =
+      kSeparator + "\njob: Synchronization started\n" + "job: source path     : " + f.tree / "source" + "\n" +
+      "job: destination path: " + f.tree / "target" + "\n" + "job: Synchronization completion\n" + kSeparator + "\n\n";
+  // The entries are counted once in the worker's life.
+  EXPECT_EQ(f.log(), "job: Starting running\n" + kSeparator + "\njob: Preparing to synchronize the following:\n" +
+                         "job: source path: " + f.tree / "source" + "\njob: \n" + walk + walk +
+                         "job: Stop running\n\n");
+}
+
+TEST_F(RunTest, UnmountableSourcesOnly_OnAFixedDisk_EndsAtOnce) {
+  const RunReport report = f.runOnce(CopyMethod::kUnmountableSources);
+  f.stop();
+  EXPECT_FALSE(report.completed || report.wholeJob);
+  EXPECT_THAT(f.posted(), ElementsAre(kWillStartNotification, kScheduleNotification, kDidFinishNotification));
+  EXPECT_EQ(f.log(), "job: Starting running\njob: Stop running\n\n");
+}
+
+TEST_F(RunTest, UnmountableSourcesOnly_FirstCopy_TakesAllSources) {
+  f.job.bFirstCopy = true;
+  EXPECT_TRUE(f.runOnce(CopyMethod::kUnmountableSources).completed);
+  EXPECT_THAT(f.firstCopiesOver, ElementsAre(WorkerFixture::kIndex));
+  f.runOnce();
+  EXPECT_EQ(f.firstCopiesOver.size(), 1U);  // the worker knows that it is over
+}
+
+// Problems with paths.
+
+TEST_F(RunTest, SourceMissing_IsTold_AndTheOtherIsCarried) {
+  f.job.sourcePaths = {f.tree / "missing", f.tree / "source"};
+  const RunReport report = f.runOnce();
+  EXPECT_FALSE(report.completed || report.refused);
+  EXPECT_TRUE(report.sourceProblem && !report.targetProblem);
+  EXPECT_EQ(report.problemPath, f.tree / "missing");
+  ExpectSameTrees(f.tree / "source", f.tree / "target/source");
+  EXPECT_THAT(f.log(), HasSubstr("ERROR: the source file/directory \"" + f.tree / "missing" + "\" isn't readable\n"));
+  ASSERT_EQ(f.dialogs.pathProblems.size(), 1U);
+  EXPECT_EQ(f.dialogs.pathProblems[0].message, "Source folder isn't readable or does not exist.");
+}
+
+TEST_F(RunTest, SourceIsALinkToAMissingFolder_IsMissing) {
+  makeTree(f.tree.path(), {{"source2", Link{"/nowhere/at/all"}}});
+  f.job.sourcePaths = {f.tree / "source2"};
+  EXPECT_TRUE(f.runOnce().sourceProblem);
+  EXPECT_THAT(listing(f.tree / "target"), IsEmpty());
+}
+
+TEST_F(RunTest, TargetMissing_IsNotMade) {
+  f.job.targetPaths = {f.tree / "volume/target"};
+  f.job.bRetainFullPath = true;
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.targetProblem && !report.sourceProblem);
+  EXPECT_FALSE(exists(f.tree / "volume"));
+  EXPECT_THAT(f.log(),
+              HasSubstr("ERROR: the path \"" + f.tree / "volume/target" + "\" isn't writable, or does not exist.\n"));
+  ASSERT_EQ(f.dialogs.pathProblems.size(), 1U);
+  EXPECT_EQ(f.dialogs.pathProblems[0].message, "Destination folder isn't writable or does not exist.");
+}
+
+TEST_F(RunTest, TargetNotWritable_IsATargetProblem) {
+  files.fail(FileCall::kMayWrite, EROFS);
+  EXPECT_TRUE(f.runOnce().targetProblem);
+  EXPECT_THAT(listing(f.tree / "target"), IsEmpty());
+}
+
+TEST_F(RunTest, TargetReplacedBeforeTheWalk_ReceivesNothing) {
+  files.before(FileCall::kMayRead, [this] {
+    std::filesystem::rename(f.tree / "target", f.tree / "unmounted");
+    makeTree(f.tree.path(), {{"target", Dir{}}});
+  });
+  EXPECT_TRUE(f.runOnce().targetProblem);
+  EXPECT_THAT(listing(f.tree / "target"), IsEmpty());
+  EXPECT_THAT(listing(f.tree / "unmounted"), IsEmpty());
+}
+
+TEST_F(RunTest, ImageWithTheTarget_IsMountedFirst) {
+  f.job.dmgPath = f.tree / "image.dmg";
+  f.job.targetPaths = {f.tree / "image/target"};
+  f.images.onMount = [this] { makeTree(f.tree.path(), {{"image", Dir{{"target", Dir{}}}}}); };
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_THAT(f.images.mounted, ElementsAre(f.tree / "image.dmg"));
+  ExpectSameTrees(f.tree / "source", f.tree / "image/target/source");
+}
+
+// Where sources go.
+
+TEST_F(RunTest, SeveralTargets_EachSourceGoesToItsOwn) {
+  makeTree(f.tree.path(), {{"other.txt", File{"file"}}, {"target2", Dir{}}});
+  f.job.bMultipleTargetFolder = true;
+  f.job.sourcePaths = {f.tree / "source", f.tree / "other.txt"};
+  f.job.targetPaths = {f.tree / "target", f.tree / "target2"};
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_THAT(listing(f.tree / "target"), ElementsAre("source"));
+  ExpectTreeExactly(f.tree / "target2", Dir{{"other.txt", File{"file"}}});
+}
+
+TEST_F(RunTest, RetainedFullPath_UsesTheNamesOfTheJob) {
+  f.job.bRetainFullPath = true;
+  f.job.otherKeys[kComputerNameKey] = "Computer";
+  f.job.otherKeys[kRootDisplayNameKey] = "Disk";
+  EXPECT_TRUE(f.runOnce().completed);
+  ExpectSameTrees(f.tree / "source", f.tree / "target" + "/Computer/Volumes/Disk" + f.tree / "source");
+}
+
+TEST_F(RunTest, SingleFile_FollowsTheTypeFilter) {
+  makeTree(f.tree.path(), {{"a.tmp", File{"x"}}});
+  f.job.sourcePaths = {f.tree / "a.tmp", f.tree / "source/a.txt"};
+  f.job.exclusionArray = {"tmp"};
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.completed);
+  EXPECT_EQ(report.counts.skipped, 1U);
+  EXPECT_THAT(listing(f.tree / "target"), ElementsAre("a.txt"));
+  EXPECT_THAT(f.log(), HasSubstr("job: file type filter . . . . . . . . . . . " + f.tree / "a.tmp" + "\n"));
+}
+
+// Refusals.
+
+TEST_F(RunTest, TwoWayJob_IsRefusedWhole) {
+  f.job.jobType = JobType::kSyncWithConflicts;
+  makeTree(f.tree / "target", {{"source", Dir{{"c.txt", File{"other side"}}}}});
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.refused && !report.completed);
+  EXPECT_EQ(report.problemText, "two-way jobs are not built in yet");
+  EXPECT_EQ(report.errorCode, RunError::kNone);
+  EXPECT_FALSE(exists(f.tree / "target/source/a.txt") || exists(f.tree / "source/c.txt"));
+}
+
+TEST_F(RunTest, TargetInsideTheSource_IsRefused) {
+  f.job.targetPaths = {f.tree / "source/d"};
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.refused);
+  EXPECT_NE(report.problemText, "");
+  EXPECT_THAT(listing(f.tree / "source/d"), ElementsAre("b.txt"));
+  EXPECT_EQ(f.dialogs.pathProblems.size(), 1U);
+}
+
+TEST_F(RunTest, TargetLockedByAnotherRun_IsRefusedUntilItIsFree) {
+  auto other = realFileCalls().openRoot(f.tree / "target").value();
+  ASSERT_TRUE(realFileCalls().lockExclusively(other.get()));
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.refused && report.targetProblem);
+  EXPECT_EQ(report.problemText, "another run is writing to " + f.tree / "target");
+  EXPECT_THAT(listing(f.tree / "target"), IsEmpty());
+  other.reset();
+  EXPECT_TRUE(f.runOnce().completed);
+  // And the run has let it go.
+  other = realFileCalls().openRoot(f.tree / "target").value();
+  EXPECT_TRUE(realFileCalls().lockExclusively(other.get()));
+}
+
+TEST_F(RunTest, OneTargetUnderTwoNames_DoesNotLockItselfOut) {
+  makeTree(f.tree.path(), {{"other", Dir{}}, {"again", Link{"target"}}});
+  f.job.bMultipleTargetFolder = true;
+  f.job.sourcePaths = {f.tree / "source", f.tree / "other"};
+  f.job.targetPaths = {f.tree / "target", f.tree / "again"};
+  EXPECT_TRUE(f.runOnce().completed);
+}
+
+TEST_F(RunTest, TargetThatCannotLock_IsWrittenAndLogged) {
+  files.fail(FileCall::kLockExclusively, EOPNOTSUPP);
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_THAT(f.log(), HasSubstr("job: can't lock the target \"" + f.tree / "target" + "\": "));
+}
+
+// What makes a run incomplete.
+
+TEST_F(RunTest, NoSpaceLeft_IsToldOnceForTheWorker) {
+  files.fail(FileCall::kCreateFile, ENOSPC, {.times = FaultyFileCalls::kAlways});
+  f.job.bFirstCopy = true;
+  EXPECT_EQ(f.runOnce().errorCode, RunError::kOutOfSpace);
+  EXPECT_FALSE(f.runOnce().completed);
+  f.stop();
+  EXPECT_THAT(f.dialogs.messages, ElementsAre(HasSubstr(kNoSpaceMessage)));
+  EXPECT_THAT(f.dialogs.finishes, IsEmpty());
+  EXPECT_THAT(f.firstCopiesOver, IsEmpty());
+  EXPECT_EQ(f.posted().back(), kErrorMessageNotification);
+}
+
+TEST_F(RunTest, DataThatDoNotReachTheDisk_MakeItIncomplete) {
+  files.fail(FileCall::kSyncFile, EIO, {.times = FaultyFileCalls::kAlways});
+  const RunReport report = f.runOnce();
+  EXPECT_FALSE(report.completed);
+  EXPECT_EQ(report.errorCode, RunError::kFileCopy);
+  EXPECT_THAT(f.log(), HasSubstr("job: ERROR: Failed to write everything to the disk: "));
+  EXPECT_THAT(f.dialogs.messages, ElementsAre(HasSubstr("You may have an incomplete backup.")));
+  // The next run finds nothing to copy and still waits for what this one left.
+  files.forgetRules();
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_EQ(files.count(FileCall::kSyncFileSystem), 1);
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_EQ(files.count(FileCall::kSyncFileSystem), 1);
+}
+
+TEST_F(RunTest, CancelInTheMiddleOfAFile_LeavesTheEarlierVersionAndNoRest) {
+  makeTree(f.tree / "target", {{"source", Dir{{"a.txt", File{"earlier", 0644, 500}}}}});
+  inTheMiddle([this] { f.center.post({kCancelNotification, WorkerFixture::kIndex, {}}); });
+  f.job.bFirstCopy = true;
+  const RunReport report = f.runOnce();
+  f.stop();
+  EXPECT_TRUE(report.cancelled && !report.completed);
+  EXPECT_EQ(report.counts.copied, 0U);
+  EXPECT_THAT(temporaries(), IsEmpty());
+  EXPECT_EQ(readFile(f.tree / "target/source/a.txt"), "earlier");
+  EXPECT_FALSE(f.last(kDidFinishNotification).userInfo.at(kRunCompletedKey).boolean());
+  EXPECT_EQ(f.posted().back(), kDidFinishNotification);
+  ASSERT_EQ(f.dialogs.finishes.size(), 1U);
+  EXPECT_EQ(f.dialogs.finishes[0].message, "User canceled the job.");
+  EXPECT_THAT(f.firstCopiesOver, IsEmpty());
+}
+
+TEST_F(RunTest, StopInTheMiddleOfAFile_LeavesNoRestAndTellsNothingMore) {
+  std::atomic<bool> copying{false};
+  inTheMiddle([&] {
+    f.worker().postMessage(1);
+    copying = true;
+    copying.notify_all();
+  });
+  f.worker().start();
+  f.worker().setCopyMethod(CopyMethod::kNormal);
+  copying.wait(false);
+  f.stop();
+  EXPECT_TRUE(f.worker().lastReport().cancelled);
+  EXPECT_THAT(temporaries(), IsEmpty());
+  EXPECT_THAT(f.posted(), ElementsAre(kWillStartNotification));
+  EXPECT_THAT(f.log(), HasSubstr("job: Stop running\n\n"));
+  EXPECT_THAT(f.log(), Not(HasSubstr("completion")));
+  // The lock is free again, and another start carries on.
+  files.forgetRules();
+  EXPECT_TRUE(f.runOnce().completed);
+  ExpectSameTrees(f.tree / "source", f.tree / "target/source");
+}
+
+TEST_F(RunTest, AfterAnIncompleteRun_SizesAreCompared) {
+  f.job.lastBeginTime = "2009-03-03 10:00:00 +0000";
+  f.job.otherKeys[kLastCompletedBeginKey] = "2009-03-02 10:00:00 +0000";
+  makeTree(f.tree / "target", {{"source", Dir{{"a.txt", File{"other size", 0644, 1000}}}}});
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_EQ(readFile(f.tree / "target/source/a.txt"), "first");
+  // Not after a complete one: the date is what counts.
+  writeFile(f.tree / "target/source/a.txt", "other size");
+  setModified(f.tree / "target/source/a.txt", 1000);
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_EQ(readFile(f.tree / "target/source/a.txt"), "other size");
+}
+
+TEST(LastRunDidNotComplete, ByTheStoredDates) {
+  QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
+  const auto is = [&](const char* began, const char* completed) {
+    info.lastBeginTime = began;
+    info.lastCompletedBegin = completed;
+    return lastRunDidNotComplete(info);
+  };
+  EXPECT_FALSE(is("", ""));
+  EXPECT_TRUE(is("2009-03-03 10:00:00 +0000", ""));
+  EXPECT_TRUE(is("2009-03-03 10:00:00 +0000", "2009-03-03 09:59:59 +0000"));
+  EXPECT_FALSE(is("2009-03-03 10:00:00 +0000", "2009-03-03 11:00:00 +0100"));
+  EXPECT_TRUE(is("yesterday", "2009-03-03 10:00:00 +0000"));
+}
+
+TEST_F(RunTest, FullVolume_IsToldOnceUntilItHasRoomAgain) {
+  f.job.bDisplayWarning = true;
+  f.job.capacityPercentage = -1;  // free space is always below 101 percent
+  f.runOnce();
+  f.runOnce();
+  f.stop();
+  EXPECT_THAT(f.dialogs.messages, ElementsAre(HasSubstr("job: Warning: The destination " + f.tree / "target")));
+}
+
+TEST_F(RunTest, DryRun_WritesNothingAndTellsWhatItWould) {
+  makeTree(f.tree.path(), {{"before", Dir{}}});
+  f.job.bRetainFullPath = true;
+  f.job.bFirstCopy = true;
+  dryRun();
+  const RunReport report = f.runOnce();
+  f.stop();
+  EXPECT_TRUE(report.completed);
+  EXPECT_EQ(report.counts.copied, 2U);
+  EXPECT_EQ(wouldCopy.size(), 2U);
+  EXPECT_THAT(listing(f.tree / "target"), IsEmpty());
+  EXPECT_THAT(treeListing(f.home.path()), IsEmpty());
+  EXPECT_THAT(f.posted(), ElementsAre(kScheduleNotification));
+  EXPECT_THAT(f.dialogs.finishes, IsEmpty());
+  EXPECT_THAT(f.firstCopiesOver, IsEmpty());
+}
+
+}  // namespace
+}  // namespace lumisk::test
