@@ -53,10 +53,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   run_.compareSizes =
       request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
   run_.postProgress = std::move(postProgress);
-  run_.onOutOfSpace = [this] {
-    run_.m_nErrorCode = RunError::kOutOfSpace;
-    dialogs_.showNoSpace();
-  };
+  run_.onOutOfSpace = [this] { dialogs_.showNoSpace(); };
 }
 
 RunResult RunSequence::run() {
