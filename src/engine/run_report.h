@@ -7,14 +7,15 @@
 
 namespace lumisk {
 
-// What is asked of a worker, as a number; stored nowhere.
+// What a worker is asked for.
 enum class CopyMethod : int { kNothing = -1, kNormal = 0, kUnmountableSources = 1 };
 
 // How the next run differs from the usual.
 struct RunOptions {
   PaceKind pace = PaceKind::kGentle;
   // Nothing is written: no log, no dialog, no image is mounted, no lock is taken. Of the notifications only the
-  // progress and "scheduleThreadObject notification" (a run ended) are posted.
+  // progress and "scheduleThreadObject notification" (a run ended) are posted. counts.copied tells what would be
+  // copied.
   bool dryRun = false;
   std::function<void(EntryOutcome, const std::string& path, const std::string& reason)> onEntry;
 };

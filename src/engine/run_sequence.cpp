@@ -48,12 +48,20 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   run_.terminate = &switches.m_bTerminateThread;
   run_.cancelled = &switches.m_bCanceled;
   run_.dryRun = request.options.dryRun;
-  run_.onEntry = request.options.onEntry;
+  run_.onEntry = run_.dryRun ? countingOutcomes() : request.options.onEntry;
   run_.begin = request.begin;
   run_.compareSizes =
       request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
   run_.postProgress = std::move(postProgress);
   run_.onOutOfSpace = [this] { dialogs_.showNoSpace(); };
+}
+
+// Nothing is copied in a dry run; what would be is counted all the same.
+std::function<void(EntryOutcome, const std::string&, const std::string&)> RunSequence::countingOutcomes() {
+  return [this](EntryOutcome outcome, const std::string& path, const std::string& reason) {
+    if (outcome == EntryOutcome::kCopied || outcome == EntryOutcome::kReplaced) ++run_.counts.copied;
+    if (request_.options.onEntry) request_.options.onEntry(outcome, path, reason);
+  };
 }
 
 RunResult RunSequence::run() {

@@ -43,6 +43,7 @@ class RunSequence {
     std::string source;
     std::string target;  // the folder that receives it
   };
+  std::function<void(EntryOutcome, const std::string&, const std::string&)> countingOutcomes();
   void perform();
   [[nodiscard]] std::vector<Pair> chooseSources();
   [[nodiscard]] bool isToBeSkipped(const std::string& source) const;

@@ -96,11 +96,6 @@ TEST_F(WorkerTest, Cancellation_OfAnotherJob_ChangesNothing) {
   EXPECT_TRUE(f.runOnce().completed);
 }
 
-TEST_F(WorkerTest, ExceptionOfAnObserver_StaysInTheWorker) {
-  auto watching = f.center.observe(kWillStartNotification, [](const Notification&) { throw std::string("no"); });
-  EXPECT_TRUE(f.runOnce().completed);
-}
-
 TEST_F(WorkerTest, ExceptionInARun_IsItsError) {
   auto services = f.services();
   services.getDataBit = [](std::int32_t) -> std::uint32_t { throw std::runtime_error("broken"); };

@@ -27,6 +27,11 @@ class RunTest : public ::testing::Test {
       if (path.find(".lumisk-") != std::string::npos) found.push_back(path);
     return found;
   }
+  // Files of more than one block, so that each has a middle.
+  void fillSource() {
+    const File file{std::string(1'000'000, 'x'), 0644, 1000};
+    makeTree(f.tree / "source", {{"a.txt", file}, {"d", Dir{{"b.txt", file}}}});
+  }
   // While the data of the first file are on their way.
   void inTheMiddle(const std::function<void()>& hook) {
     for (const FileCall call : {FileCall::kWrite, FileCall::kCopyRange, FileCall::kCloneFile}) files.before(call, hook);
@@ -247,6 +252,7 @@ TEST_F(RunTest, DataThatDoNotReachTheDisk_MakeItIncomplete) {
 }
 
 TEST_F(RunTest, CancelInTheMiddleOfAFile_LeavesTheEarlierVersionAndNoRest) {
+  fillSource();
   makeTree(f.tree / "target", {{"source", Dir{{"a.txt", File{"earlier", 0644, 500}}}}});
   inTheMiddle([this] { f.center.post({kCancelNotification, WorkerFixture::kIndex, {}}); });
   f.job.bFirstCopy = true;
@@ -264,6 +270,7 @@ TEST_F(RunTest, CancelInTheMiddleOfAFile_LeavesTheEarlierVersionAndNoRest) {
 }
 
 TEST_F(RunTest, StopInTheMiddleOfAFile_LeavesNoRestAndTellsNothingMore) {
+  fillSource();
   std::atomic<bool> copying{false};
   inTheMiddle([&] {
     f.worker().postMessage(1);
@@ -275,6 +282,7 @@ TEST_F(RunTest, StopInTheMiddleOfAFile_LeavesNoRestAndTellsNothingMore) {
   copying.wait(false);
   f.stop();
   EXPECT_TRUE(f.worker().lastReport().cancelled);
+  EXPECT_EQ(f.worker().lastReport().counts.copied, 0U);
   EXPECT_THAT(temporaries(), IsEmpty());
   EXPECT_THAT(f.posted(), ElementsAre(kWillStartNotification));
   EXPECT_THAT(f.log(), HasSubstr("job: Stop running\n\n"));
