@@ -61,7 +61,7 @@ StoredRunStatus::StoredRunStatus(MainLoop& loop, NotificationCenter& notificatio
   });
 }
 
-void StoredRunStatus::on(NotificationCenter& notifications, const char* name, Update update) {
+void StoredRunStatus::on(NotificationCenter& notifications, const char* name, const Update& update) {
   observations_.push_back(notifications.observe(name, [this, update](const Notification& notification) {
     loop_.perform([this, notification, update] { apply(notification, update); });
   }));

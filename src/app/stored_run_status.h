@@ -26,7 +26,7 @@ class StoredRunStatus {
 
  private:
   using Update = std::function<void(JobStore& jobs, std::int32_t index, const PropertyList::Dictionary& userInfo)>;
-  void on(NotificationCenter& notifications, const char* name, Update update);
+  void on(NotificationCenter& notifications, const char* name, const Update& update);
   void apply(const Notification& notification, const Update& update);
 
   MainLoop& loop_;

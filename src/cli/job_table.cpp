@@ -43,17 +43,18 @@ std::string yesNo(bool value) {
 
 std::vector<std::string> displayed(const std::vector<std::string>& texts) {
   std::vector<std::string> shown;
+  shown.reserve(texts.size());
   for (const std::string& text : texts) shown.push_back(displayText(text));
   return shown;
 }
 
 using Rows = std::vector<std::vector<std::string>>;
 
-void addList(Rows& rows, const std::string& label, const std::vector<std::string>& texts) {
+void addRows(Rows& rows, const std::string& label, const std::vector<std::string>& texts) {
   for (std::size_t i = 0; i < texts.size(); ++i) rows.push_back({i == 0 ? label : "", displayText(texts[i])});
 }
 
-void addText(Rows& rows, const std::string& label, const std::string& text) {
+void addRow(Rows& rows, const std::string& label, const std::string& text) {
   if (!text.empty()) rows.push_back({label, text});
 }
 
@@ -102,19 +103,19 @@ std::string jobListJson(const PropertyList::Array& jobs, WallTime now) {
 std::string jobDescription(const PropertyList& job, WallTime now) {
   const auto record = recordOf(job);
   Rows rows{{"name", displayText(record.name)}, {"type", jobTypeName(record.jobType)}};
-  addText(rows, "active", yesNo(record.bActive));
-  addText(rows, "status", displayText(statusLine(job)));
-  addText(rows, "schedule", scheduleText(record));
-  addText(rows, "next", getNextScheduleString(job, now, kShortDateFormat));
-  addList(rows, "sources", record.sourcePaths);
-  addList(rows, "targets", record.targetPaths);
-  addText(rows, "image", displayText(record.dmgPath));
-  addText(rows, "revisions", revisionsText(record));
-  addText(rows, "trash", yesNo(record.bMoveFileTrash));
-  addText(rows, "full path", yesNo(record.bRetainFullPath));
-  addText(rows, "include", joinedTexts(displayed(record.inclusionArray), ","));
-  addText(rows, "exclude", joinedTexts(displayed(record.exclusionArray), ","));
-  addText(rows, "uuid", displayText(record.uuidString));
+  addRow(rows, "active", yesNo(record.bActive));
+  addRow(rows, "status", displayText(statusLine(job)));
+  addRow(rows, "schedule", scheduleText(record));
+  addRow(rows, "next", getNextScheduleString(job, now, kShortDateFormat));
+  addRows(rows, "sources", record.sourcePaths);
+  addRows(rows, "targets", record.targetPaths);
+  addRow(rows, "image", displayText(record.dmgPath));
+  addRow(rows, "revisions", revisionsText(record));
+  addRow(rows, "trash", yesNo(record.bMoveFileTrash));
+  addRow(rows, "full path", yesNo(record.bRetainFullPath));
+  addRow(rows, "include", joinedTexts(displayed(record.inclusionArray), ","));
+  addRow(rows, "exclude", joinedTexts(displayed(record.exclusionArray), ","));
+  addRow(rows, "uuid", displayText(record.uuidString));
   return columnsText(rows);
 }
 

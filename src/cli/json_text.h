@@ -2,7 +2,6 @@
 
 #include <nlohmann/json_fwd.hpp>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/property_list.h"
