@@ -1,0 +1,132 @@
+#include <rapidcheck.h>
+
+#include <filesystem>
+#include <set>
+
+#include "engine/deletion_walk_rules.h"
+#include "engine/directory_walk.h"
+#include "engine/revision_store.h"
+#include "support/own_home.h"
+#include "support/run_fixture.h"
+
+namespace lumisk::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A backup of "s/docs" into "t" that keeps revisions and follows deletions, run after run.
+class Backup {
+ public:
+  Backup() {
+    fixture.info.nAutoDeletion = 1;
+    fixture.info.bMoveFileTrash = true;
+    fixture.info.revision_method = RevisionMethod::kUnlimited;
+    fixture.info.targetPaths = {tree / "t"};
+  }
+
+  void run() {
+    const DeletionScope scope{{{tree / "s/docs", tree / "t/docs"}}, {tree / "t"}, {}};
+    Trash trash(fixture.files, fixture.clock, tree / "t");
+    AutoDeletion deletion(fixture.run, trash, scope);
+    deletion.autoDeleteion([](const DeletionPlan&) { return true; });
+    FileList list(fixture.files);
+    RC_ASSERT(list.openFilelist("job", FileListMode::kWrite).has_value());
+    FileListRecorder recorder(list);
+    RevisionStore revisions(fixture.run, trash, PlaceNames{"desk", "Root"});
+    FileCopier copier(fixture.run, revisions, trash);
+    DeletionWalkRules rules(fixture.files, deletion);
+    DirectoryWalk walk(fixture.run, copier, recorder, rules);
+    RC_ASSERT(walk.copyDirectory(tree / "s/docs", tree / "t/docs", 5, 5));
+    RC_ASSERT(list.closeFilelist().has_value());
+  }
+
+  // Everything that a file holds or a link says, anywhere outside the source.
+  std::set<std::string> keptTexts() {
+    std::set<std::string> texts;
+    for (const char* place : {"t", "home"})
+      for (const auto& entry : fs::recursive_directory_iterator(tree / place)) {
+        if (entry.is_symlink())
+          texts.insert(fs::read_symlink(entry.path()));
+        else if (entry.is_regular_file())
+          texts.insert(readFile(entry.path()));
+      }
+    return texts;
+  }
+
+  TempTree tree{{"s", Dir{{"docs", Dir{}}}}, {"t", Dir{}}, {"home", Dir{}}};
+  OwnHome home{tree / "home"};
+  RunFixture fixture;
+};
+
+// Edits at random; what it wrote last into each place is in `texts`.
+class Editor {
+ public:
+  explicit Editor(std::string folder) : folder_(std::move(folder)) {}
+
+  void edit() {
+    const std::string path =
+        folder_ + *rc::gen::elementOf(std::vector<std::string>{"/a", "/b.txt", "/d", "/d/a", "/d/e"});
+    if (fs::symlink_status(fs::path(path).parent_path()).type() != fs::file_type::directory) return;
+    const int kind = *rc::gen::inRange(0, 5);
+    if (kind == 0 || kind == 1) return writeText(path);
+    fs::remove_all(path);
+    if (kind == 2) fs::create_directory(path);
+    if (kind == 3) fs::create_symlink("link " + std::to_string(++count_), path);
+  }
+  std::set<std::string> texts() const {
+    std::set<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(folder_)) {
+      if (entry.is_symlink())
+        found.insert(fs::read_symlink(entry.path()));
+      else if (entry.is_regular_file())
+        found.insert(readFile(entry.path()));
+    }
+    return found;
+  }
+
+ private:
+  void writeText(const std::string& path) {
+    fs::remove_all(path);
+    writeFile(path, "text " + std::to_string(++count_));
+    setModified(path, 1'000'000'000 + 10 * count_);
+  }
+
+  std::string folder_;
+  int count_ = 0;
+};
+
+TEST(BackupHistory, AnyEdits_AreFollowedAndNoVersionIsLost) {
+  rc::check([] {
+    Backup backup;
+    Editor editor(backup.tree / "s/docs");
+    std::set<std::string> everBackedUp;
+    const int runs = *rc::gen::inRange(2, 5);
+    for (int run = 0; run < runs; ++run) {
+      const int edits = *rc::gen::inRange(1, 6);
+      for (int i = 0; i < edits; ++i) editor.edit();
+      backup.run();
+      RC_ASSERT(backup.fixture.run.counts.errors == 0u);
+      RC_ASSERT(bool(expectSameTrees(backup.tree / "s/docs", backup.tree / "t/docs")));
+      everBackedUp.merge(editor.texts());
+    }
+    const auto kept = backup.keptTexts();
+    RC_ASSERT(std::includes(kept.begin(), kept.end(), everBackedUp.begin(), everBackedUp.end()));
+  });
+}
+
+TEST(BackupHistory, ReadOnlyFolder_FollowsDeletionsToo) {
+  Backup backup;
+  makeTree(backup.tree / "s/docs", {{"d", Dir{{"a", File{"a"}}, {"b", File{"b"}}}}});
+  fs::permissions(backup.tree / "s/docs/d", fs::perms{0555});
+  backup.run();
+  fs::permissions(backup.tree / "s/docs/d", fs::perms{0755});
+  fs::remove(backup.tree / "s/docs/d/a");
+  fs::permissions(backup.tree / "s/docs/d", fs::perms{0555});
+  fs::remove(backup.tree / "home/Library/Preferences/QEL_LUMISK/job.qellumiskdat");
+  backup.run();
+  ExpectSameTrees(backup.tree / "s/docs", backup.tree / "t/docs");
+  for (const char* side : {"s", "t"}) fs::permissions(backup.tree / (side + std::string("/docs/d")), fs::perms{0755});
+}
+
+}  // namespace
+}  // namespace lumisk::test
