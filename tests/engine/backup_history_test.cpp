@@ -96,7 +96,7 @@ class Editor {
 };
 
 TEST(BackupHistory, AnyEdits_AreFollowedAndNoVersionIsLost) {
-  rc::check([] {
+  EXPECT_TRUE(rc::check([] {
     Backup backup;
     Editor editor(backup.tree / "s/docs");
     std::set<std::string> everBackedUp;
@@ -111,7 +111,7 @@ TEST(BackupHistory, AnyEdits_AreFollowedAndNoVersionIsLost) {
     }
     const auto kept = backup.keptTexts();
     RC_ASSERT(std::includes(kept.begin(), kept.end(), everBackedUp.begin(), everBackedUp.end()));
-  });
+  }));
 }
 
 TEST(BackupHistory, ReadOnlyFolder_FollowsDeletionsToo) {

@@ -35,7 +35,7 @@ TEST(TaggedName, NameWithoutRoom_GetsAShorterBaseCutBetweenCharacters) {
 }
 
 TEST(TaggedName, TwoNames_NeverShareARevision) {
-  rc::check([] {
+  EXPECT_TRUE(rc::check([] {
     const auto byte = rc::gen::elementOf(std::string("ab.(~\xE2\x82\xAC"));
     const auto tail = rc::gen::container<std::string>(byte);
     const std::string front(*rc::gen::elementOf(std::vector<std::size_t>{1, 200, 236, 250}), 'n');
@@ -44,7 +44,7 @@ TEST(TaggedName, TwoNames_NeverShareARevision) {
     const int number = *rc::gen::inRange(1, 1000);
     RC_ASSERT(taggedName(a, "(OLD)").size() <= 255u);
     RC_ASSERT((a == b) == (revisionName(a, number) == revisionName(b, number)));
-  });
+  }));
 }
 
 TEST(RevisionNumbering, FreeNumber_IsTheFirstGap) {

@@ -177,13 +177,13 @@ TEST(RevisionStore_Limited, CrashBetweenKeepingAndReplacing_KeepsTheVersionOnce)
 }
 
 TEST(RevisionStore_Methods, AnyHistory_KeepsTheMostRecentInOrder) {
-  rc::check([] {
+  EXPECT_TRUE(rc::check([] {
     const int limit = *rc::gen::inRange(1, 6);
     const int overwrites = *rc::gen::inRange(1, 12);
     Target target(RevisionMethod::kLimited, limit);
     for (int version = 2; version <= overwrites + 1; ++version) RC_ASSERT(target.overwrite(version).has_value());
     RC_ASSERT(target.revisions() == versions(std::max(1, overwrites - limit + 1), overwrites));
-  });
+  }));
 }
 
 TEST(RevisionStore_Place, WhatStandsInTheWay_GoesToTheTrash) {
