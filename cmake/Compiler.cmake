@@ -16,6 +16,12 @@ if(LUMISK_SANITIZE)
   add_link_options(-fsanitize=${LUMISK_SANITIZE})
 endif()
 
+# Fuzzers see how far an input came only in code that is instrumented, so every layer is.
+if(LUMISK_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
 find_program(CCACHE ccache)
 if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})

@@ -30,9 +30,10 @@ std::string realText(double value) {
 
 std::string dateText(WallTime time) {
   using namespace std::chrono;
-  const auto day = floor<days>(time);
+  const sys_seconds moment{seconds(wholeSeconds(time))};  // the day of the earliest WallTime begins before it
+  const auto day = floor<days>(moment);
   const year_month_day date(day);
-  const hh_mm_ss clock(floor<seconds>(time - day));
+  const hh_mm_ss clock(moment - day);
   return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", static_cast<int>(date.year()),
                      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), clock.hours().count(),
                      clock.minutes().count(), clock.seconds().count());

@@ -104,7 +104,7 @@ Result<void> mayAccess(const char* operation, int folder, const std::string& nam
 }
 
 FileType typeOfEntry(unsigned char type) {
-  return type == DT_UNKNOWN ? FileType::kUnknown : typeOfMode(DTTOIF(type));
+  return type == DT_UNKNOWN ? FileType::kUnknown : typeOfMode(static_cast<std::uint32_t>(DTTOIF(type)));
 }
 
 bool isDotOrDotDot(const char* name) {

@@ -274,6 +274,13 @@ TEST(PropertyListReads, OtherKinds_GiveNothingAndNumbersSaturate) {
   EXPECT_EQ(list["a"].at(0).text(), "x");
 }
 
+TEST(PropertyListWriting, DatesFarAway_BecomeTheNearestThatCanBeHeld) {
+  for (const char* date : {"<date>0001-01-01T00:00:00Z</date>", "<date>4001-01-01T00:00:00Z</date>"}) {
+    const auto nearest = fromXml(date);
+    EXPECT_EQ(parsePropertyList(propertyListToXml(nearest).value()), nearest);
+  }
+}
+
 TEST(PropertyListWriting, WhatCannotBeStored_IsRefusedOrLeftOut) {
   EXPECT_FALSE(propertyListToXml(PropertyList()));
   EXPECT_FALSE(propertyListToXml(PropertyList::Array{PropertyList()}));
