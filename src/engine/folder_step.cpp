@@ -70,7 +70,13 @@ bool FolderStep::openDestination(FolderFrame& child, WalkEntry& entry) {
                                        : walk_.report.destinationFailed(entry.name, opened.error());
     return false;
   }
-  if (walk_.rules.folderFound(walk_.stack, entry) == WalkVerdict::kSettled) return false;
+  const WalkVerdict verdict = walk_.rules.folderFound(walk_.stack, entry);
+  if (verdict == WalkVerdict::kSettled) return false;
+  if (verdict == WalkVerdict::kLookAgain) {
+    const auto found = takeFolderThere(child, entry);
+    if (!found) walk_.report.destinationFailed(entry.name, found.error());
+    return found.has_value();
+  }
   return child.destination.isOpen() || makeDestination(child, entry);
 }
 
@@ -82,13 +88,17 @@ Result<void> FolderStep::openStanding(FolderFrame& child, WalkEntry& entry) {
   entry.standing.reset();
   if (!isListed) LUMISK_CHECK(lookUpDestination(run_.files, frame, entry));
   if (!isListed && (!entry.standing || entry.standing->type != FileType::kFolder)) return {};
-  auto folder = run_.files.openFolder(frame.destination.get(), entry.destinationName);
-  if (!folder && folder.error().code == ENOENT) {
+  const auto taken = takeFolderThere(child, entry);
+  if (!taken && taken.error().code == ENOENT) {
     entry.standing.reset();  // removed since it was listed
     return {};
   }
-  if (!folder) return fail(std::move(folder).error());
-  LUMISK_CHECK(takeStanding(run_.files, child, std::move(*folder)));
+  return taken;
+}
+
+Result<void> FolderStep::takeFolderThere(FolderFrame& child, WalkEntry& entry) {
+  LUMISK_TRY(Descriptor folder, run_.files.openFolder(walk_.stack.top().destination.get(), entry.destinationName));
+  LUMISK_CHECK(takeStanding(run_.files, child, std::move(folder)));
   entry.standing = child.destinationStatus;
   if (child.destinationStatus.identity == child.sourceStatus().identity)
     return fail("walk", entry.name, 0, "it is its own destination");
@@ -145,10 +155,8 @@ void FolderStep::removeLeftover(const std::string& name) {
 
 void FolderStep::leave() {
   const FolderFrame& frame = walk_.stack.top();
-  if (!frame.isLost) {
-    walk_.rules.leaveFolder(walk_.stack);
-    settleFolderMetadata(walk_);
-  }
+  walk_.rules.leaveFolder(walk_.stack);
+  if (!frame.isLost) settleFolderMetadata(walk_);
   if (frame.isPackageUnit) --run_.m_nFilterCount;
   const auto back = walk_.stack.pop();
   if (!back) walk_.report.comeBackFailed(walk_.stack.sourcePath(), back.error());

@@ -25,6 +25,7 @@ class FolderStep {
   Result<void> readSource(FolderFrame& child, const std::string& name);
   bool openDestination(FolderFrame& child, WalkEntry& entry);
   Result<void> openStanding(FolderFrame& child, WalkEntry& entry);
+  Result<void> takeFolderThere(FolderFrame& child, WalkEntry& entry);
   bool makeDestination(FolderFrame& child, const WalkEntry& entry);
   Result<void> makeFolder(FolderFrame& child, const WalkEntry& entry);
   void removeLeftovers();

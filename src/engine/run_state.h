@@ -9,6 +9,7 @@
 #include "engine/job_log.h"
 #include "engine/job_progress_message.h"
 #include "engine/pace.h"
+#include "engine/two_way_rule.h"
 #include "engine/written_data.h"
 #include "jobs/job_views.h"
 #include "platform/file_calls.h"
@@ -70,9 +71,10 @@ struct RunState {
            (cancelled && cancelled->load(std::memory_order_relaxed));
   }
 
-  bool dryRun = false;        // decide and report, change nothing
-  bool compareSizes = false;  // the last run did not complete: equal dates prove nothing
-  WallTime begin{};           // when this run began
+  bool dryRun = false;                        // decide and report, change nothing
+  bool compareSizes = false;                  // the last run did not complete: equal dates prove nothing
+  WallTime begin{};                           // when this run began
+  std::optional<CompletedRun> lastCompleted;  // the last run that completed; empty: none did
 
   RunCounts counts;
   std::uint64_t m_nFileCount = 0;

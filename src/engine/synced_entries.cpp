@@ -48,6 +48,10 @@ void SyncedEntries::deleteFileInArrayList(const std::string& name) {
   changed_ |= names_.erase(name) != 0;
 }
 
+void SyncedEntries::keepOnly(const std::function<bool(const std::string& name)>& isWanted) {
+  changed_ |= std::erase_if(names_, [&](const std::string& name) { return !isWanted(name); }) != 0;
+}
+
 void SyncedEntries::takeOverPaths(const std::string& oldPath) {
   for (auto path = others_.begin(); path != others_.end();) {
     if (paths::parent(*path) != oldPath) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <unordered_set>
 
@@ -27,6 +28,7 @@ class SyncedEntries {
   [[nodiscard]] bool findFileInArrayList(const std::string& name) const { return names_.count(name) != 0; }
   void addFileToArrayList(const std::string& name);
   void deleteFileInArrayList(const std::string& name);
+  void keepOnly(const std::function<bool(const std::string& name)>& isWanted);
   // After the folder was renamed from `oldPath`: what was listed under the old path is listed under this one.
   void takeOverPaths(const std::string& oldPath);
 

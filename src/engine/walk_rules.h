@@ -18,8 +18,9 @@ struct WalkEntry {
 };
 
 enum class WalkVerdict {
-  kGoOn,     // as a backup does
-  kSettled,  // the rules have dealt with it
+  kGoOn,       // as a backup does
+  kSettled,    // the rules have dealt with it
+  kLookAgain,  // of a folder: the rules have put one there under its name
 };
 
 // What a job does beyond copying what is new or newer: the places where deletions and the second direction of two-way
@@ -39,7 +40,8 @@ class WalkRules {
   virtual std::optional<CopyDecision> presentAtBoth(FrameStack& at, const WalkEntry& entry, CopyDecision decision) = 0;
   // A file or link is now the same on both sides; it was copied or found so.
   virtual void isInStep(FrameStack& at, const WalkEntry& entry) = 0;
-  // All entries were dealt with, or the run stops. Before the destination folder gets its own dates and permissions.
+  // All entries were dealt with, the run stops, or the pair was lost (frame.isLost: it is not open). Before the
+  // destination folder gets its own dates and permissions.
   virtual void leaveFolder(FrameStack& at) = 0;
 };
 

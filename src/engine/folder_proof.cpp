@@ -1,0 +1,53 @@
+#include "engine/folder_proof.h"
+
+#include "engine/folder_flags.h"
+#include "engine/name_list.h"
+#include "engine/synced_entries.h"
+#include "engine/walk_borders.h"
+#include "platform/paths.h"
+
+namespace lumisk {
+namespace {
+
+// Each level holds a descriptor. What is deeper is not proven, and copied back.
+constexpr int kDeepest = 200;
+
+}  // namespace
+
+Result<std::optional<std::uint64_t>> FolderProof::entriesOf(int parent, const std::string& name,
+                                                            const std::string& path) {
+  entries_ = 1;
+  LUMISK_TRY(const Descriptor folder, run_.files.openFolder(parent, name));
+  LUMISK_TRY(const FileStatus status, run_.files.statusOf(folder.get()));
+  if (status.isMountRoot) return std::optional<std::uint64_t>();
+  LUMISK_TRY(const bool isProven, check(folder.get(), path, status.identity.device, 0));
+  return isProven ? std::optional(entries_) : std::nullopt;
+}
+
+Result<bool> FolderProof::check(int folder, const std::string& path, std::uint64_t device, int depth) {
+  if (depth > kDeepest || run_.mustStop()) return false;
+  FolderFlags flags(run_.files, run_.info.uuidString, path);
+  if (flags.checkTheFolderStateAtPath(folder) != FolderState::kKnown) return false;
+  SyncedEntries listed(run_.files, path);
+  LUMISK_CHECK(listed.read(folder));
+  LUMISK_TRY(const NameList names, listNames(run_.files, folder));
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const std::string name(names.name(i));
+    if (whyNotCopied(name)) continue;
+    if (!listed.findFileInArrayList(name)) return false;
+    ++entries_;
+    LUMISK_TRY(const FileStatus status, run_.files.status(folder, name));
+    if (status.type == FileType::kFolder) {
+      if (status.isMountRoot || status.identity.device != device || whyNotWalked(name)) return false;
+      LUMISK_TRY(const Descriptor child, run_.files.openFolder(folder, name));
+      LUMISK_TRY(const bool isProven, check(child.get(), paths::join(path, name), device, depth + 1));
+      if (!isProven) return false;
+    } else if ((status.type != FileType::kRegular && status.type != FileType::kLink) ||
+               !isUnchangedSince(status, lastCompleted_)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace lumisk

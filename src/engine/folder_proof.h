@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "engine/run_state.h"
+#include "engine/two_way_rule.h"
+
+namespace lumisk {
+
+// The other half of the proof for a folder whose counterpart was deleted: it was in step as a whole and nothing in it
+// was touched since.
+class FolderProof {
+ public:
+  FolderProof(RunState& run, CompletedRun lastCompleted) : run_(run), lastCompleted_(lastCompleted) {}
+
+  // The number of entries, itself included, when the folder carries this job's flag for its path, and everything in it
+  // that is ever copied is a file, link or such a folder, listed in its own folder's list, unchanged since the last
+  // completed run, and on the same file system. Nothing when one of these is not so. `path`: as the job spells it.
+  Result<std::optional<std::uint64_t>> entriesOf(int parent, const std::string& name, const std::string& path);
+
+ private:
+  Result<bool> check(int folder, const std::string& path, std::uint64_t device, int depth);
+
+  RunState& run_;
+  CompletedRun lastCompleted_;
+  std::uint64_t entries_ = 0;
+};
+
+}  // namespace lumisk

@@ -1,0 +1,207 @@
+#include "engine/two_way_rules.h"
+
+#include "engine/folder_flags.h"
+#include "engine/folder_proof.h"
+#include "engine/info_files.h"
+#include "platform/paths.h"
+
+namespace lumisk {
+namespace {
+
+// What a folder that lies in a renamed one was called before.
+std::optional<std::string> below(const std::optional<std::string>& oldFolder, const std::string& path) {
+  return oldFolder ? std::optional(paths::join(*oldFolder, paths::lastComponent(path))) : std::nullopt;
+}
+
+}  // namespace
+
+// Folders.
+
+void TwoWayRules::enterFolder(FrameStack& at) {
+  const FolderFrame& frame = at.top();
+  const bool isRoot = levels_.empty();
+  Level& level = levels_.emplace_back(run_.files, at.sourcePath(), at.destinationPath());
+  level.isKept = !frame.isSingleEntry;
+  if (!level.isKept) return;
+  readLists(at, level);
+  followRename(at, level);
+  bool wasInStep = false;
+  if (!isRoot) {
+    Level& above = levels_[levels_.size() - 2];
+    const std::string fromName = paths::lastComponent(at.sourcePath());
+    const std::string toName = paths::lastComponent(at.destinationPath());
+    wasInStep = above.from.findFileInArrayList(fromName) && above.to.findFileInArrayList(toName) && !level.fromOldPath;
+    if (above.isKept) {
+      above.from.addFileToArrayList(fromName);
+      above.to.addFileToArrayList(toName);
+    }
+  }
+  if (!run_.dryRun && !wasInStep) flagFolders(at, level, frame.destinationState == DestinationState::kNew);
+}
+
+void TwoWayRules::readLists(FrameStack& at, Level& level) {
+  const FolderFrame& frame = at.top();
+  if (const auto read = level.from.read(frame.source.get()); !read)
+    complain("read the list in", at.sourcePath(), read.error());
+  if (frame.destinationState != DestinationState::kStood) return;
+  if (const auto read = level.to.read(frame.destination.get()); !read)
+    complain("read the list in", at.destinationPath(), read.error());
+}
+
+void TwoWayRules::followRename(FrameStack& at, Level& level) {
+  if (renamed_) {
+    level.fromOldPath = renamed_->fromOldPath;
+    level.toOldPath = renamed_->toOldPath;
+    renamed_.reset();
+  } else if (levels_.size() > 1) {
+    const Level& above = levels_[levels_.size() - 2];
+    level.fromOldPath = below(above.fromOldPath, at.sourcePath());
+    level.toOldPath = below(above.toOldPath, at.destinationPath());
+  }
+  if (level.fromOldPath) level.from.takeOverPaths(*level.fromOldPath);
+  if (level.toOldPath) level.to.takeOverPaths(*level.toOldPath);
+}
+
+void TwoWayRules::flagFolders(FrameStack& at, Level& level, bool isNew) {
+  const FolderFrame& frame = at.top();
+  FolderFlags flags(run_.files, run_.info.uuidString, at.sourcePath());
+  const FolderState state = flags.checkTheFolderStateAtPath(frame.source.get());
+  if (state != FolderState::kKnown) flag(frame.source.get(), at.sourcePath());
+  if (isNew || state != FolderState::kKnown || level.toOldPath) flag(frame.destination.get(), at.destinationPath());
+}
+
+// Our own files leave no trace in a folder's dates: these say when the user last changed it.
+void TwoWayRules::flag(int folder, const std::string& path) {
+  FolderFlags flags(run_.files, run_.info.uuidString, path);
+  if (flags.checkTheFolderStateAtPath(folder) == FolderState::kKnown) return;
+  const auto before = run_.files.statusOf(folder);
+  const auto made = flags.createFolderFlagFileAtPath(folder);
+  if (!made) return complain("write the flag in", path, made.error());
+  if (!before) return;
+  run_.written.wrote(-1, folder, before->identity.device);
+  (void)run_.files.setModified(folder, before->modified);
+}
+
+void TwoWayRules::leaveFolder(FrameStack& at) {
+  const FolderFrame& frame = at.top();
+  Level& level = levels_.back();
+  if (level.isKept && !frame.isLost && !run_.dryRun) {
+    // What stands on neither side any more proves nothing.
+    const auto stands = [&](const std::string& name) {
+      return frame.sourceNames.contains(name) || frame.destinationNames.contains(name);
+    };
+    level.from.keepOnly(stands);
+    level.to.keepOnly(stands);
+    writeList(level.from, frame.source.get(), at.sourcePath());
+    writeList(level.to, frame.destination.get(), at.destinationPath());
+  }
+  levels_.pop_back();
+}
+
+void TwoWayRules::writeList(SyncedEntries& list, int folder, const std::string& path) {
+  if (!list.isChanged()) return;
+  const auto before = run_.files.statusOf(folder);
+  const auto written = list.write(folder, SyncedEntries::Durability::kWithTheRun);
+  if (!written) return complain("write the list in", path, written.error());
+  if (!before) return;
+  run_.written.wrote(-1, folder, before->identity.device);
+  (void)run_.files.setModified(folder, before->modified);
+}
+
+// Not an error of the run: without a list more is copied and nothing is deleted.
+void TwoWayRules::complain(const char* what, const std::string& path, const Error& error) {
+  run_.log.write("%s: ERROR: Failed to %s \"%s\": %s\n", run_.info.name.c_str(), what, shown(path).c_str(),
+                 shown(error.text()).c_str());
+}
+
+void TwoWayRules::isInStep(FrameStack&, const WalkEntry& entry) {
+  Level& level = levels_.back();
+  if (!level.isKept || isInfoFileName(entry.name)) return;
+  level.from.addFileToArrayList(entry.name);
+  level.to.addFileToArrayList(entry.destinationName);
+}
+
+// What is missing on the other side.
+
+WalkVerdict TwoWayRules::missingAtDestination(FrameStack& at, const WalkEntry& entry) {
+  return isDeletionDue(entry) ? addDeletion(at, entry, 1) : WalkVerdict::kGoOn;
+}
+
+bool TwoWayRules::isDeletionDue(const WalkEntry& entry) const {
+  const Level& level = levels_.back();
+  if (!level.isKept || isInfoFileName(entry.name)) return false;
+  MissingQuestion question;
+  question.standing = entry.source;
+  question.standingListed = level.from.findFileInArrayList(entry.name);
+  question.missingListed = level.to.findFileInArrayList(entry.name);
+  question.insidePackageUnit = run_.m_nFilterCount > 0;
+  question.lastCompleted = run_.lastCompleted;
+  return decideMissing(question) == MissingVerdict::kDelete;
+}
+
+WalkVerdict TwoWayRules::addDeletion(FrameStack& at, const WalkEntry& entry, std::uint64_t entries) {
+  from_.deletions.add({relativeFolder(at), entry.name, entry.source, entries});
+  from_.entries += entries - 1;
+  if (run_.dryRun) outcome(at, entry, EntryOutcome::kDeleted, "deleted on the other side");
+  return WalkVerdict::kSettled;
+}
+
+std::string TwoWayRules::relativeFolder(const FrameStack& at) const {
+  const std::string& path = at.sourcePath();
+  return path.size() > from_.path.size() ? path.substr(from_.path.size() + 1) : std::string();
+}
+
+WalkVerdict TwoWayRules::folderFound(FrameStack& at, const WalkEntry& entry) {
+  if (entry.standing && entry.standing->type == FileType::kFolder) return WalkVerdict::kGoOn;
+  if (entry.standing) {
+    const PresentVerdict verdict = decidePresent(questionOf(entry));
+    if (verdict == PresentVerdict::kCopyBack) carryBack(at, entry);
+    return verdict == PresentVerdict::kCopyTrash ? WalkVerdict::kGoOn : WalkVerdict::kSettled;
+  }
+  if (takeRename(at, entry)) return WalkVerdict::kLookAgain;
+  if (!isDeletionDue(entry)) return WalkVerdict::kGoOn;
+  const Place place = at.sourcePlace(entry.name);
+  const auto entries = FolderProof(run_, *run_.lastCompleted).entriesOf(place.folder, place.name, place.path);
+  if (!entries) complain("read all of", place.path, entries.error());
+  return entries && *entries ? addDeletion(at, entry, **entries) : WalkVerdict::kGoOn;
+}
+
+// A folder that the user renamed: its flag tells its old name, which is gone here and stands there.
+std::optional<std::string> TwoWayRules::oldNameOf(FrameStack& at, const WalkEntry& entry) {
+  const FolderFrame& frame = at.top();
+  const Level& level = levels_.back();
+  if (!level.isKept || !run_.lastCompleted || frame.destinationState != DestinationState::kStood) return {};
+  const auto folder = run_.files.openFolder(frame.source.get(), entry.name);
+  if (!folder) return {};
+  FolderFlags flags(run_.files, run_.info.uuidString, at.sourcePlace(entry.name).path);
+  if (flags.checkTheFolderStateAtPath(folder->get()) != FolderState::kRenamed) return {};
+  const std::string& above = level.fromOldPath ? *level.fromOldPath : at.sourcePath();
+  if (paths::parent(flags.originalPath()) != above) return {};
+  const std::string old = flags.getOrginalFolderNameAtPath();
+  const bool isRenamed = !frame.sourceNames.contains(old) && frame.destinationNames.find(old) == FileType::kFolder &&
+                         level.from.findFileInArrayList(old) && level.to.findFileInArrayList(old);
+  return isRenamed ? std::optional(old) : std::nullopt;
+}
+
+bool TwoWayRules::takeRename(FrameStack& at, const WalkEntry& entry) {
+  const auto old = oldNameOf(at, entry);
+  if (!old || run_.dryRun) return false;
+  const FolderFrame& frame = at.top();
+  const int folder = frame.destination.get();
+  const auto renamed = run_.files.rename(folder, *old, folder, entry.name, Replace::kNever);
+  if (!renamed) {
+    complain("rename", at.destinationPlace(*old).path, renamed.error());
+    return false;
+  }
+  run_.written.wrote(-1, folder, frame.destinationStatus.identity.device);
+  Level& level = levels_.back();
+  for (SyncedEntries* list : {&level.from, &level.to}) {
+    list->deleteFileInArrayList(*old);
+    list->addFileToArrayList(entry.name);
+  }
+  renamed_ = Renamed{paths::join(level.fromOldPath.value_or(at.sourcePath()), *old),
+                     paths::join(level.toOldPath.value_or(at.destinationPath()), *old)};
+  return true;
+}
+
+}  // namespace lumisk

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+
+#include "engine/file_copier.h"
+#include "engine/loser_keeper.h"
+#include "engine/pending_deletions.h"
+#include "engine/synced_entries.h"
+#include "engine/time_granularity.h"
+#include "engine/two_way_rule.h"
+#include "engine/walk_rules.h"
+
+namespace lumisk {
+
+// How conflicts are settled: the job's own choice, until the user answers for all of them. Lives as long as the worker.
+struct ConflictMemory {
+  bool applayConflictForAll = false;
+  ConflictChoice conflictType = ConflictChoice::kNewerWins;
+};
+
+// One of the two folders of a two-way pair, in one run.
+struct TwoWaySide {
+  std::string path;            // as the job spells it
+  PendingDeletions deletions;  // due on this side
+  std::uint64_t entries = 0;   // that this side holds, as far as the walk has seen them
+};
+
+// What a two-way job does in its walks, in one direction at a time: keeps the synced-entries lists and folder flags of
+// both sides, finds deletions and renamed folders, settles conflicts. Deletions are only collected; whoever runs the
+// walks carries them out. One object per pair and pass; used from the run's thread.
+//
+// The roots and the folder around a single file are not listed.
+class TwoWayRules : public WalkRules {
+ public:
+  enum class Direction { kForward, kReverse };
+  TwoWayRules(RunState& run, FileCopier& copier, Trash& trash, LoserKeeper& losers, ConflictMemory& conflicts,
+              Direction direction, TwoWaySide& from, TwoWaySide& to)
+      : run_(run),
+        copier_(copier),
+        trash_(trash),
+        losers_(losers),
+        conflicts_(conflicts),
+        direction_(direction),
+        from_(from),
+        to_(to) {}
+
+  void enterFolder(FrameStack& at) override;
+  WalkVerdict folderFound(FrameStack& at, const WalkEntry& entry) override;
+  WalkVerdict missingAtDestination(FrameStack& at, const WalkEntry& entry) override;
+  std::optional<CopyDecision> presentAtBoth(FrameStack& at, const WalkEntry& entry, CopyDecision decision) override;
+  void isInStep(FrameStack& at, const WalkEntry& entry) override;
+  void leaveFolder(FrameStack& at) override;
+
+ private:
+  // The pair of folders that the walk is in, as far as it concerns the lists.
+  struct Level {
+    Level(FileCalls& files, const std::string& fromPath, const std::string& toPath)
+        : from(files, fromPath), to(files, toPath) {}
+    SyncedEntries from;
+    SyncedEntries to;
+    // Where the two were before a folder above them was renamed.
+    std::optional<std::string> fromOldPath;
+    std::optional<std::string> toOldPath;
+    bool isKept = true;  // false: around a single file
+  };
+  struct Renamed {
+    std::string fromOldPath;
+    std::string toOldPath;
+  };
+
+  void readLists(FrameStack& at, Level& level);
+  void followRename(FrameStack& at, Level& level);
+  void flagFolders(FrameStack& at, Level& level, bool isNew);
+  void flag(int folder, const std::string& path);
+  void writeList(SyncedEntries& list, int folder, const std::string& path);
+  void complain(const char* what, const std::string& path, const Error& error);
+
+  [[nodiscard]] bool isDeletionDue(const WalkEntry& entry) const;
+  WalkVerdict addDeletion(FrameStack& at, const WalkEntry& entry, std::uint64_t entries);
+  [[nodiscard]] std::string relativeFolder(const FrameStack& at) const;
+  std::optional<std::string> oldNameOf(FrameStack& at, const WalkEntry& entry);
+  bool takeRename(FrameStack& at, const WalkEntry& entry);
+
+  [[nodiscard]] PresentQuestion questionOf(const WalkEntry& entry) const;
+  std::chrono::nanoseconds granularityOf(const FrameStack& at, const WalkEntry& entry);
+  ConflictChoice choose(const FrameStack& at, const WalkEntry& entry);
+  std::optional<CopyDecision> leave(const FrameStack& at, const WalkEntry& entry) const;
+  void carryBack(FrameStack& at, const WalkEntry& entry);
+  Result<void> carryBackNow(FrameStack& at, const WalkEntry& entry);
+  bool keepBoth(FrameStack& at, const WalkEntry& entry);
+  void keepBothBack(FrameStack& at, const WalkEntry& entry);
+  Result<void> keepBothBackNow(FrameStack& at, const WalkEntry& entry);
+  void failed(const FrameStack& at, const WalkEntry& entry, const Error& error);
+  void outcome(const FrameStack& at, const WalkEntry& entry, EntryOutcome outcome, const char* reason) const;
+
+  RunState& run_;
+  FileCopier& copier_;
+  Trash& trash_;
+  LoserKeeper& losers_;
+  ConflictMemory& conflicts_;
+  Direction direction_;
+  TwoWaySide& from_;
+  TwoWaySide& to_;
+  TimeGranularities granularities_{run_.files};
+  std::deque<Level> levels_;
+  std::optional<Renamed> renamed_;  // the folder that is entered next
+};
+
+}  // namespace lumisk
