@@ -63,6 +63,8 @@ Result<void> Replacement::putOverTrashed(TemporaryEntry& temporary, const Place&
     if (linked) return rename(temporary, destination, Replace::kAllowed);
     if (!isNotPossible(linked.error())) return fail(linked.error());
   }
+  // Between the exchange and the Trash it stands for the only copy of the earlier version; a run may be killed there.
+  LUMISK_CHECK(temporary.takeLastingName());
   const auto exchanged =
       run_.files.exchange(temporary.folder(), temporary.name(), destination.folder, destination.name);
   if (exchanged) return trashExchanged(temporary, destination);
@@ -82,13 +84,10 @@ Result<void> Replacement::trashExchanged(TemporaryEntry& temporary, const Place&
   return fail(moved.error());
 }
 
+// Where that fails the earlier version stays where it is.
 void Replacement::undoExchange(TemporaryEntry& temporary, const Place& destination) {
-  FileCalls& files = run_.files;
-  if (files.exchange(temporary.folder(), temporary.name(), destination.folder, destination.name)) return;
-  // The only copy of the earlier version: nobody may take it for a leftover.
-  temporary.gone();
-  (void)files.rename(temporary.folder(), temporary.name(), temporary.folder(), "earlier-version" + temporary.name(),
-                     Replace::kNever);
+  if (!run_.files.exchange(temporary.folder(), temporary.name(), destination.folder, destination.name))
+    temporary.gone();
 }
 
 Result<void> Replacement::rename(TemporaryEntry& temporary, const Place& destination, Replace replace) {

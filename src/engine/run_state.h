@@ -89,6 +89,9 @@ struct RunState {
   void noteOutOfSpace();
   std::function<void()> onOutOfSpace;  // told each time; shows the warning once per worker; may be empty
 
+  // A destination folder could not be made; its path. Told each time; may be empty.
+  std::function<void(const std::string& path)> onFolderNotMade;
+
   // Progress. Called often; posts when the percentage grew by more than half a percent or a quarter of a second passed.
   void reportProgress(const std::string& fileName, double filePercent);
   std::function<void(const JobProgressMessage&)> postProgress;

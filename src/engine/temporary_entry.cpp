@@ -13,4 +13,11 @@ void TemporaryEntry::made(FileType type) {
   exists_ = true;
 }
 
+Result<void> TemporaryEntry::takeLastingName() {
+  std::string lasting = "earlier-version" + name_;
+  LUMISK_CHECK(files_.rename(folder_, name_, folder_, lasting, Replace::kNever));
+  name_ = std::move(lasting);
+  return {};
+}
+
 }  // namespace lumisk

@@ -21,6 +21,8 @@ class TemporaryEntry {
   [[nodiscard]] FileType type() const { return type_; }
 
   void made(FileType type);  // from now on there is something of this type to remove
+  // From now on under a name that no walk takes for the leftover of an unfinished copy.
+  Result<void> takeLastingName();
   void gone() { exists_ = false; }
 
  private:

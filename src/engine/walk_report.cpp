@@ -106,6 +106,7 @@ void WalkReport::creationFailed(const std::string& path, const Error& error) con
   run_.log.write("%s: ERROR: Failed to create the directory \"%s\"\n", job(), shown(path).c_str());
   reason(error);
   run_.noteError(RunError::kDirectoryCreation);
+  if (run_.onFolderNotMade) run_.onFolderNotMade(path);
 }
 
 void WalkReport::metadataFailed(const std::string& path) const {

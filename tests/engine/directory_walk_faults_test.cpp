@@ -55,7 +55,11 @@ TEST_P(WalkFaultsTest, StatusThatCannotBeRead_IsNeitherAbsenceNorDeletion) {
 TEST_P(WalkFaultsTest, FolderThatCannotBeMade_IsPassedBy) {
   makeTree(tree / "s", {{"a", Dir{{"x", File{"x"}}}}, {"b", Dir{{"y", File{"y"}}}}});
   files.fail(FileCall::kMakeFolder, EROFS, {.name = "a"});
-  const Ran ran = backUp();
+  std::vector<std::string> told;
+  const Ran ran = backUp([&](RunFixture& fixture) {
+    fixture.run.onFolderNotMade = [&](const std::string& path) { told.push_back(path); };
+  });
+  EXPECT_EQ(told, std::vector<std::string>{tree / "t/s/a"});
   EXPECT_TRUE(ran.walked);
   EXPECT_EQ(ran.code, RunError::kDirectoryCreation);
   EXPECT_EQ(ran.counts.errors, 1u);

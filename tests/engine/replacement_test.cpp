@@ -28,11 +28,17 @@ TEST_P(TrashTest, Overwrite_PutsTheOldVersionThereAndIsNeverAbsent) {
     forbidForeignTrash(files);
     for (const FileCall call : missing[i]) forbid(call, EINVAL);
     bool wasAbsent = false;
-    files.before(FileCall::kAny, [&] { wasAbsent = wasAbsent || !exists(tree / ("t/" + name)); },
-                 {.times = FaultyFileCalls::kAlways});
+    bool passedForLeftover = false;
+    const auto look = [&] {
+      wasAbsent = wasAbsent || !exists(tree / ("t/" + name));
+      for (const std::string& other : targetNames())
+        passedForLeftover = passedForLeftover || (isTemporaryName(other) && readFile(tree / ("t/" + other)) == "old");
+    };
+    files.before(FileCall::kAny, look, {.times = FaultyFileCalls::kAlways});
     const auto copied = copy(name);
     ASSERT_TRUE(copied) << copied.error().text();
     EXPECT_EQ(wasAbsent, i == 2);
+    EXPECT_FALSE(passedForLeftover);
     EXPECT_EQ(readFile(tree / ("t/" + name)), "new");
     EXPECT_EQ(trashed()[name], "old");
   }
