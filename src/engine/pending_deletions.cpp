@@ -30,6 +30,17 @@ void PendingDeletions::add(PendingDeletion deletion) {
   deletions_.push_back(std::move(deletion));
 }
 
+void PendingDeletions::dropVanished(FileCalls& files, int root) {
+  std::erase_if(deletions_, [&](const PendingDeletion& one) {
+    const auto folder = openFolderBelow(files, root, one.folder);
+    if (!folder) return folder.error().code == ENOENT;
+    const auto status = files.status(folder->get(), one.name);
+    return status ? status->identity != one.standing.identity : status.error().code == ENOENT;
+  });
+  entries_ = 0;
+  for (const PendingDeletion& one : deletions_) entries_ += one.entries;
+}
+
 void PendingDeletions::carryOut(RunState& run, Trash& trash, int root, const std::string& rootPath,
                                 const Confirm& confirm) {
   std::stable_sort(deletions_.begin(), deletions_.end(),

@@ -26,6 +26,9 @@ class PendingDeletions {
   [[nodiscard]] std::uint64_t entries() const { return entries_; }
   [[nodiscard]] bool isEmpty() const { return deletions_.empty(); }
 
+  // Forgets those whose entry does not stand any more, or is another one by now.
+  void dropVanished(FileCalls& files, int root);
+
   // Asked for each folder before anything in it is removed, with the open folder and what is due there; takes out what
   // must not go, and has brought to the disk what must be known there first. An error keeps all of that folder.
   using Confirm =

@@ -17,6 +17,7 @@ struct RunOptions {
   // progress and "scheduleThreadObject notification" (a run ended) are posted. counts.copied tells what would be
   // copied.
   bool dryRun = false;
+  bool allowDeletions = false;  // this once, however many there are
   std::function<void(EntryOutcome, const std::string& path, const std::string& reason)> onEntry;
 };
 

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "engine/run_report.h"
+#include "engine/two_way_rules.h"
 
 namespace lumisk {
 
@@ -16,6 +17,7 @@ struct RunMemory {
   // Whether all that earlier runs wrote has reached the disk. Before the first run of this worker only the stored dates
   // tell.
   std::optional<bool> settled;
+  ConflictMemory conflicts;
 };
 
 // One request, with the settings as they were when it was taken up.

@@ -119,9 +119,7 @@ bool RunSequence::isToBeSkipped(const std::string& source) const {
 
 bool RunSequence::checkJob() {
   const auto& info = run_.info;
-  if (isSync(info.jobType)) {
-    refuse({}, "two-way jobs are not built in yet");
-  } else if (info.sourcePaths.empty() || info.targetPaths.empty()) {
+  if (info.sourcePaths.empty() || info.targetPaths.empty()) {
     refuse({}, info.sourcePaths.empty() ? "the job has no source" : "the job has no target");
   } else if (info.bMultipleTargetFolder && info.targetPaths.size() != info.sourcePaths.size()) {
     refuse({}, "the job has not as many targets as sources");
@@ -135,6 +133,9 @@ bool RunSequence::checkJob() {
 bool RunSequence::openTargets() {
   std::vector<std::string> paths;
   for (const Pair& pair : pairs_) paths.push_back(pair.target);
+  // A two-way run writes into its sources as well.
+  if (isSync(run_.info.jobType))
+    for (const Pair& pair : pairs_) paths.push_back(pair.source);
   const auto opened = targets_.open(paths);
   if (!opened) {
     const Error& error = opened.error();
@@ -188,6 +189,11 @@ void RunSequence::countSources() {
   std::uint64_t total = 0;
   for (const Pair& pair : pairs_) {
     total += calculateDirectoryNumbers(run_, pair.source, kLayers);
+    if (isSync(run_.info.jobType)) {
+      const auto kind = checkSource(run_.files, pair.source);
+      const std::string opposite = oppositeOf(pair, kind.value_or(SourceKind::kFolder));
+      if (run_.files.openRoot(opposite)) total += calculateDirectoryNumbers(run_, opposite, kLayers);
+    }
     run_.log.write("%s: source path: %s\n", name, shown(pair.source).c_str());
     if (terminated()) return;
   }
@@ -221,7 +227,7 @@ void RunSequence::walkSource(const Pair& pair) {
 
 void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind) {
   if (kind == SourceKind::kOther && !passesFilter(pair.source)) return;
-  const auto destination = prepareDestination(pair);
+  const auto destination = prepareDestination(pair, kind);
   if (!destination) {
     run_.log.write("%s: ERROR: Failed to create the directory \"%s\"\n", run_.info.name.c_str(),
                    shown(destination.error().path).c_str());
@@ -232,10 +238,21 @@ void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind)
                       workspace::isPackageName(paths::lastComponent(pair.source));
   const std::uint64_t errorsBefore = run_.counts.errors;
   run_.m_nFilterCount += asUnit ? 1 : 0;
-  const bool walked = target.walk->copyDirectory(pair.source, *destination, kLayers, kMode);
+  const bool walked = carry(pair, target, *destination);
   run_.m_nFilterCount -= asUnit ? 1 : 0;
   // A source that could not be walked at all must not pass for one that has been carried.
   if (!walked && !run_.mustStop() && run_.counts.errors == errorsBefore) run_.noteError(RunError::kFileCopy);
+}
+
+bool RunSequence::carry(const Pair& pair, RunTarget& target, const std::string& destination) {
+  if (!isSync(run_.info.jobType)) return target.walk->copyDirectory(pair.source, destination, kLayers, kMode);
+  if (!memory_.conflicts.applayConflictForAll) memory_.conflicts.conflictType = run_.info.fileConflictType;
+  DeletionBrake brake;
+  brake.isReleased = request_.options.allowDeletions;
+  const PropertyList percent = services_.preference ? services_.preference("SGDeletionBrakePercent") : PropertyList();
+  if (!percent.isNone()) brake.percent = percent.integer32();
+  TwoWayRun both(run_, *target.versions, *target.trash, *recorder_, memory_.conflicts, brake);
+  return both.carry(pair.source, destination, kLayers, kMode);
 }
 
 bool RunSequence::passesFilter(const std::string& source) {
@@ -246,12 +263,19 @@ bool RunSequence::passesFilter(const std::string& source) {
   return false;
 }
 
-Result<std::string> RunSequence::prepareDestination(const Pair& pair) {
-  if (!run_.info.bRetainFullPath) return paths::join(pair.target, paths::lastComponent(pair.source));
-  const PlaceNames names{run_.info.computerName, run_.info.rootDisplayName};
-  std::string destination = pair.target + getFullPathRetainSourcePath(pair.source, names);
-  if (!run_.dryRun) LUMISK_CHECK(makeParents(pair.target, paths::parent(destination)));
+Result<std::string> RunSequence::prepareDestination(const Pair& pair, SourceKind kind) {
+  const std::string destination = oppositeOf(pair, kind);
+  if (run_.info.bRetainFullPath && !run_.dryRun) LUMISK_CHECK(makeParents(pair.target, paths::parent(destination)));
   return destination;
+}
+
+std::string RunSequence::oppositeOf(const Pair& pair, SourceKind kind) const {
+  const auto& info = run_.info;
+  if (info.bRetainFullPath)
+    return pair.target + getFullPathRetainSourcePath(pair.source, {info.computerName, info.rootDisplayName});
+  // Such a job keeps the contents of two folders alike, not a folder within the other.
+  if (info.jobType == JobType::kSyncWithConflicts && kind == SourceKind::kFolder) return pair.target;
+  return paths::join(pair.target, paths::lastComponent(pair.source));
 }
 
 Result<void> RunSequence::makeParents(const std::string& target, const std::string& parent) {

@@ -7,6 +7,7 @@
 #include "engine/run_dialogs.h"
 #include "engine/run_request.h"
 #include "engine/run_targets.h"
+#include "engine/two_way_run.h"
 
 namespace lumisk {
 
@@ -60,8 +61,10 @@ class RunSequence {
   void walkSources();
   void walkSource(const Pair& pair);
   void walkFile(const Pair& pair, RunTarget& target, SourceKind kind);
+  bool carry(const Pair& pair, RunTarget& target, const std::string& destination);
   bool passesFilter(const std::string& source);
-  Result<std::string> prepareDestination(const Pair& pair);
+  Result<std::string> prepareDestination(const Pair& pair, SourceKind kind);
+  [[nodiscard]] std::string oppositeOf(const Pair& pair, SourceKind kind) const;
   Result<void> makeParents(const std::string& target, const std::string& parent);
   void noteNewFolders(const std::string& target, std::string folder);
   void noteSourceProblem(const std::string& source);
