@@ -36,7 +36,8 @@ void TwoWayRules::enterFolder(FrameStack& at) {
       above.to.addFileToArrayList(toName);
     }
   }
-  if (!run_.dryRun && !wasInStep) flagFolders(at, level, frame.destinationState == DestinationState::kNew);
+  const bool isNew = frame.destinationState == DestinationState::kNew;
+  if (!run_.dryRun && (isNew || !wasInStep)) flagFolders(at, level, isNew);
 }
 
 void TwoWayRules::readLists(FrameStack& at, Level& level) {
