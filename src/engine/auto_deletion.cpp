@@ -10,11 +10,11 @@
 namespace lumisk {
 namespace {
 
-// Of a path that lies in one of the targets.
-std::string targetOf(const DeletionScope& scope, const std::string& path) {
-  for (const std::string& target : scope.targets)
-    if (paths::isInside(path, target)) return target;
-  return {};
+// Which of the targets a path lies in, when it lies in one.
+std::size_t targetOf(const DeletionScope& scope, const std::string& path) {
+  std::size_t target = 0;
+  while (target + 1 < scope.targets.size() && !paths::isInside(path, scope.targets[target])) ++target;
+  return target;
 }
 
 std::vector<std::string> componentsBelow(const std::string& path, const std::string& folder) {
@@ -24,6 +24,12 @@ std::vector<std::string> componentsBelow(const std::string& path, const std::str
 }
 
 }  // namespace
+
+AutoDeletion::AutoDeletion(RunState& run, Trash& trash, DeletionScope scope, std::string listFolder)
+    : run_(run), trash_(trash), scope_(std::move(scope)), listFolder_(std::move(listFolder)) {
+  for (const CarriedRoot& root : scope_.roots) roots_.push_back(run_.files.openRoot(root.source));
+  for (const std::string& target : scope_.targets) targets_.push_back(run_.files.openRoot(target));
+}
 
 void AutoDeletion::autoDeleteion(const std::function<bool(const DeletionPlan&)>& mayProceed) {
   const auto planned = plan();
@@ -92,7 +98,8 @@ Result<std::optional<AutoDeletion::Doomed>> AutoDeletion::judge(const FileList::
 
 // Twice proven: the system says so, and so does a complete listing.
 Result<bool> AutoDeletion::isGone(std::size_t root, const std::vector<std::string>& components) {
-  if (!source_ || sourceRoot_ != root) source_.emplace(run_.files, scope_.roots[root].source);
+  if (!roots_[root]) return fail(roots_[root].error());
+  if (!source_ || sourceRoot_ != root) source_.emplace(run_.files, roots_[root]->get());
   sourceRoot_ = root;
   const auto found = source_->find(components);
   if (!found && found.error().code == ENOTDIR) return false;  // the walk sees to what stands there now
@@ -104,9 +111,10 @@ Result<bool> AutoDeletion::isGone(std::size_t root, const std::vector<std::strin
 
 // From the target down each time: what was deleted before must not be met again in the Trash.
 Result<std::optional<AutoDeletion::Doomed>> AutoDeletion::findDestination(const std::string& path) {
-  const std::string target = targetOf(scope_, path);
-  destination_.emplace(run_.files, target);
-  const auto found = destination_->find(componentsBelow(path, target));
+  const std::size_t target = targetOf(scope_, path);
+  if (!targets_[target]) return fail(targets_[target].error());
+  destination_.emplace(run_.files, targets_[target]->get());
+  const auto found = destination_->find(componentsBelow(path, scope_.targets[target]));
   if (!found && found.error().code == ENOTDIR) return std::nullopt;
   if (!found) return fail(found.error());
   if (!found->status) return std::nullopt;
@@ -128,8 +136,7 @@ bool AutoDeletion::remove(const Doomed& doomed) {
   return true;
 }
 
-void AutoDeletion::syncDirectory(const ListedFolder& source, const ListedFolder& destination,
-                                 const std::function<void()>& beforeWriting) {
+void AutoDeletion::syncDirectory(const ListedFolder& source, const ListedFolder& destination) {
   const auto names = namesToDelete(source.names, destination.names);
   if (names.empty()) return;
   const SpellingIndex spellings = indexSpellings(source.names);
@@ -137,9 +144,7 @@ void AutoDeletion::syncDirectory(const ListedFolder& source, const ListedFolder&
     if (run_.mustStop()) return;
     const auto doomed = judgeEntry(source, destination, name, spellings);
     if (!doomed) complain(paths::join(destination.path, name), doomed.error());
-    if (!doomed || !*doomed) continue;
-    if (!run_.dryRun) beforeWriting();
-    remove(**doomed);
+    if (doomed && *doomed) remove(**doomed);
   }
 }
 

@@ -34,8 +34,8 @@ struct ListedFolder {
 // counted, and stays. One object per run; used from the run's thread. In a dry run it tells and deletes nothing.
 class AutoDeletion {
  public:
-  AutoDeletion(RunState& run, Trash& trash, DeletionScope scope, std::string listFolder = fileListFolder())
-      : run_(run), trash_(trash), scope_(std::move(scope)), listFolder_(std::move(listFolder)) {}
+  // Opens the roots and targets: what is at their places later on, when a volume was pulled away, is not looked at.
+  AutoDeletion(RunState& run, Trash& trash, DeletionScope scope, std::string listFolder = fileListFolder());
 
   // The pass over the previous run's list, at the start of a run: plans, asks, carries out. When it may not proceed
   // the deletions count as held; the caller keeps the list then. Without a list it does nothing.
@@ -45,10 +45,8 @@ class AutoDeletion {
   // Reads the list again, proves each absence again, deletes; never more than the plan counted (the rest is held).
   void carryOut(const DeletionPlan& plan);
 
-  // Deletes from a destination folder what its source folder does not have. beforeWriting: called before the folder is
-  // changed.
-  void syncDirectory(
-      const ListedFolder& source, const ListedFolder& destination, const std::function<void()>& beforeWriting = [] {});
+  // Deletes from a destination folder what its source folder does not have.
+  void syncDirectory(const ListedFolder& source, const ListedFolder& destination);
 
  private:
   struct Doomed {
@@ -78,7 +76,9 @@ class AutoDeletion {
   Trash& trash_;
   DeletionScope scope_;
   std::string listFolder_;
-  std::optional<EntryFinder> source_;  // of the root that was looked into last
+  std::vector<Result<Descriptor>> roots_;    // the sources of scope_.roots
+  std::vector<Result<Descriptor>> targets_;  // of scope_.targets
+  std::optional<EntryFinder> source_;        // of the root that was looked into last
   std::size_t sourceRoot_ = 0;
   std::optional<EntryFinder> destination_;
   std::string lastComplaint_;  // its folder: one line is enough for all that lies below

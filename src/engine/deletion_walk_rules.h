@@ -9,11 +9,10 @@ namespace lumisk {
 // does not have, before the walk looks at its entries.
 class DeletionWalkRules : public NoWalkRules {
  public:
-  DeletionWalkRules(FileCalls& files, AutoDeletion& deletion) : files_(files), deletion_(deletion) {}
+  explicit DeletionWalkRules(AutoDeletion& deletion) : deletion_(deletion) {}
   void enterFolder(FrameStack& at) override;
 
  private:
-  FileCalls& files_;
   AutoDeletion& deletion_;
 };
 

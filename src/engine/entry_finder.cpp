@@ -36,7 +36,7 @@ Result<void> EntryFinder::goToRoot() {
   place_.clear();
   names_.reset();
   folder_.reset();
-  LUMISK_TRY(folder_, files_.openRoot(root_));
+  LUMISK_TRY(folder_, files_.duplicate(root_));
   return {};
 }
 

@@ -9,12 +9,12 @@
 
 namespace lumisk {
 
-// Looks entries up by their paths below one root, component by component, following no link below it. Stays in the
-// folder of the last entry, so that the entries of one folder cost one call each; a folder that is moved away meanwhile
-// is still the one that is looked into.
+// Looks entries up by their paths below an open folder, component by component, following no link below it. Stays in
+// the folder of the last entry, so that the entries of one folder cost one call each; a folder that is moved away
+// meanwhile is still the one that is looked into.
 class EntryFinder {
  public:
-  EntryFinder(FileCalls& files, std::string root) : files_(files), root_(std::move(root)) {}
+  EntryFinder(FileCalls& files, int root) : files_(files), root_(root) {}
 
   struct Found {
     int folder = -1;  // that holds the entry; or the last one on the way to it that there is; valid until the next call
@@ -33,7 +33,7 @@ class EntryFinder {
   Result<void> goToRoot();
 
   FileCalls& files_;
-  std::string root_;
+  int root_;
   std::vector<std::string> place_;  // of folder_, below the root
   Descriptor folder_;
   std::optional<std::unordered_set<std::string>> names_;  // of folder_

@@ -97,16 +97,30 @@ bool isSameVersion(const FileStatus& a, const FileStatus& b) {
   return a.type == b.type && (a.type == FileType::kFolder || (a.size == b.size && a.modified == b.modified));
 }
 
+Result<void> discardAsTheJobSays(RunState& run, Trash& trash, const Place& entry) {
+  if (!run.info.bMoveFileTrash)
+    return removeTree(run.files, entry.folder, entry.name, [&run] { return run.mustStop(); });
+  LUMISK_CHECK(trash.moveToTrash(entry.folder, entry.name, entry.path));
+  return {};
+}
+
+// The copy of a read-only folder is read-only, too; it follows its source all the same.
+Result<void> discardFromReadOnlyFolder(RunState& run, Trash& trash, const Place& entry) {
+  LUMISK_TRY(const FileStatus folder, run.files.statusOf(entry.folder));
+  LUMISK_CHECK(run.files.setMode(entry.folder, folder.mode | 0700));
+  auto discarded = discardAsTheJobSays(run, trash, entry);
+  LUMISK_CHECK(run.files.setMode(entry.folder, folder.mode));
+  return discarded;
+}
+
 }  // namespace
 
 Result<void> discardEntry(RunState& run, Trash& trash, const Place& entry, const FileStatus& standing) {
   LUMISK_TRY(const FileStatus now, run.files.status(entry.folder, entry.name));
   if (!isSameVersion(now, standing)) return fail("delete", entry.path, ESTALE);
-  if (run.info.bMoveFileTrash) {
-    LUMISK_CHECK(trash.moveToTrash(entry.folder, entry.name, entry.path));
-  } else {
-    LUMISK_CHECK(removeTree(run.files, entry.folder, entry.name, [&run] { return run.mustStop(); }));
-  }
+  auto discarded = discardAsTheJobSays(run, trash, entry);
+  if (!discarded && discarded.error().code == EACCES) discarded = discardFromReadOnlyFolder(run, trash, entry);
+  LUMISK_CHECK(discarded);
   run.written.wrote(-1, entry.folder, standing.identity.device);
   return {};
 }

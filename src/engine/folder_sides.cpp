@@ -1,12 +1,6 @@
 #include "engine/folder_sides.h"
 
 namespace lumisk {
-namespace {
-
-constexpr std::uint32_t kOwnerEnters = 0100;
-constexpr std::uint32_t kOwnerWrites = 0200;
-
-}  // namespace
 
 Result<void> takeSource(const RunState& run, FolderFrame& frame, Descriptor folder) {
   if (run.dryRun) {
@@ -36,16 +30,6 @@ Result<void> takeMade(FileCalls& files, FolderFrame& frame, Descriptor folder) {
   frame.destination = std::move(folder);
   frame.destinationState = DestinationState::kNew;
   return {};
-}
-
-// Where the change of mode is refused the folder is not ours, and we may have the right to write by other ways.
-void prepareForWriting(FileCalls& files, FolderFrame& frame) {
-  if (frame.isReadyForWriting) return;
-  frame.isReadyForWriting = true;
-  constexpr std::uint32_t kNeeded = kOwnerEnters | kOwnerWrites;
-  const std::uint32_t mode = frame.destinationStatus.mode;
-  if ((mode & kNeeded) == kNeeded) return;
-  frame.wasMadeWritable = files.setMode(frame.destination.get(), mode | kNeeded).has_value();
 }
 
 }  // namespace lumisk

@@ -15,8 +15,4 @@ Result<void> takeStanding(FileCalls& files, FolderFrame& frame, Descriptor folde
 // One that this run has just made.
 Result<void> takeMade(FileCalls& files, FolderFrame& frame, Descriptor folder);
 
-// Before an entry of the frame's destination is made, replaced or removed: gives the owner the right to write into it,
-// which it loses again when the walk leaves.
-void prepareForWriting(FileCalls& files, FolderFrame& frame);
-
 }  // namespace lumisk

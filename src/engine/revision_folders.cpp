@@ -12,9 +12,13 @@ bool beginsWith(const std::vector<std::string>& place, const std::vector<std::st
 
 }  // namespace
 
+RevisionFolders::RevisionFolders(RunState& run, Trash& trash)
+    : run_(run), trash_(trash), target_(run.files.openRoot(run.info.targetPaths.front())) {}
+
 Result<void> RevisionFolders::enter(const std::vector<std::string>& folders) {
   if (folder_.isOpen() && folders == place_) return {};
-  LUMISK_TRY(Descriptor folder, run_.files.openRoot(run_.info.targetPaths.front()));
+  if (!target_) return fail(target_.error());
+  LUMISK_TRY(Descriptor folder, run_.files.duplicate(target_->get()));
   std::string path = run_.info.targetPaths.front();
   for (const std::string& name : folders) {
     path = paths::join(path, name);

@@ -16,7 +16,8 @@ namespace lumisk {
 // run stays in it or below it.
 class RevisionFolders {
  public:
-  RevisionFolders(RunState& run, Trash& trash) : run_(run), trash_(trash) {}
+  // Opens the first target: what is at its place later on, when a volume was pulled away, gets nothing.
+  RevisionFolders(RunState& run, Trash& trash);
 
   // Goes to the folder, making what is missing, 0700. What stands in the way and is no folder goes to the Trash.
   Result<void> enter(const std::vector<std::string>& folders);
@@ -31,6 +32,7 @@ class RevisionFolders {
 
   RunState& run_;
   Trash& trash_;
+  Result<Descriptor> target_;
   std::vector<std::string> place_;
   Descriptor folder_;
   std::map<std::vector<std::string>, ListedNames> listed_;  // of the folder and those above it

@@ -2,12 +2,23 @@
 
 #include <cerrno>
 
-#include "engine/folder_sides.h"
-
 namespace lumisk {
+namespace {
 
+constexpr std::uint32_t kOwnerEnters = 0100;
+constexpr std::uint32_t kOwnerWrites = 0200;
+
+}  // namespace
+
+// Where the change of mode is refused the folder is not ours, and we may have the right to write by other ways.
 void WalkState::beforeWriting() {
-  prepareForWriting(run.files, stack.top());
+  FolderFrame& frame = stack.top();
+  if (frame.isReadyForWriting) return;
+  frame.isReadyForWriting = true;
+  constexpr std::uint32_t kNeeded = kOwnerEnters | kOwnerWrites;
+  const std::uint32_t mode = frame.destinationStatus.mode;
+  if ((mode & kNeeded) == kNeeded) return;
+  frame.wasMadeWritable = run.files.setMode(frame.destination.get(), mode | kNeeded).has_value();
 }
 
 void WalkState::wroteInto(const Descriptor& folder, const FileStatus& status) {

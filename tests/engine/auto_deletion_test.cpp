@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "support/faulty_file_calls.h"
+#include "support/mounted_volume.h"
 #include "support/own_home.h"
 #include "support/run_fixture.h"
 
@@ -117,6 +118,21 @@ TEST_F(AutoDeletionTest, SourceFolderSwappedForALink_IsLeftToTheWalk) {
   std::filesystem::rename(tree / "s/docs/d", tree / "s/moved");
   std::filesystem::create_directory_symlink(tree / "s/moved", tree / "s/docs/d");
   EXPECT_EQ(run().deletions, 0u);
+  EXPECT_EQ(target(), kAll);
+}
+
+TEST_F(AutoDeletionTest, SourcePulledAwayMeanwhile_DeletesNothing) {
+  MountedVolume volume("tmpfs", 4);
+  if (!volume.isMounted()) GTEST_SKIP() << volume.problem();
+  makeTree(volume.path(), {{"a", File{"a"}}});
+  scope.roots = {{volume.path(), tree / "t/docs"}};
+  FileList list(files, tree / "lists");
+  ASSERT_TRUE(list.openFilelist("job", FileListMode::kWrite));
+  FileListRecorder(list).recordPair(volume / "a", tree / "t/docs/a");
+  ASSERT_TRUE(list.closeFilelist());
+  AutoDeletion deletion(fixture.run, trash, scope, tree / "lists");
+  volume.pullAway();
+  deletion.autoDeleteion([](const DeletionPlan&) { return true; });
   EXPECT_EQ(target(), kAll);
 }
 

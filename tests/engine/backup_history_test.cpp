@@ -34,7 +34,7 @@ class Backup {
     FileListRecorder recorder(list);
     RevisionStore revisions(fixture.run, trash, PlaceNames{"desk", "Root"});
     FileCopier copier(fixture.run, revisions, trash);
-    DeletionWalkRules rules(fixture.files, deletion);
+    DeletionWalkRules rules(deletion);
     DirectoryWalk walk(fixture.run, copier, recorder, rules);
     RC_ASSERT(walk.copyDirectory(tree / "s/docs", tree / "t/docs", 5, 5));
     RC_ASSERT(list.closeFilelist().has_value());

@@ -99,5 +99,18 @@ TEST(DiscardEntry, EntryChangedSinceTheDecision_Stays) {
   EXPECT_EQ(readFile(tree / "f"), "longer");
 }
 
+TEST(DiscardEntry, ReadOnlyFolder_LosesTheEntryAndStaysReadOnly) {
+  const TempTree tree{{"d", Dir{{"f", File{"x"}}}}};
+  std::filesystem::permissions(tree / "d", std::filesystem::perms{0555});
+  FaultyFileCalls files;
+  files.fail(FileCall::kRemoveFile, EACCES);  // as for a user who is not root
+  RunFixture fixture(PaceKind::kFull, files);
+  Trash trash(files, fixture.clock, tree.path());
+  const Place place = fixture.place(tree / "d/f");
+  EXPECT_TRUE(discardEntry(fixture.run, trash, place, RunFixture::seen(place)));
+  EXPECT_TRUE(listing(tree / "d").empty());
+  EXPECT_EQ(std::filesystem::status(tree / "d").permissions(), std::filesystem::perms{0555});
+}
+
 }  // namespace
 }  // namespace lumisk::test

@@ -242,6 +242,19 @@ TEST(RevisionStore_Kinds, OtherFileSystem_GetsACopyAndTheFileStays) {
   ExpectTreeExactly(target.tree / "t", {{"d", Dir{{"a.txt", File{"v1"}}, {"l", Link{"nowhere"}}}}});
 }
 
+TEST(RevisionStore_Place, TargetPulledAway_LeavesItsBarePlaceAlone) {
+  MountedVolume volume("tmpfs", 4);
+  if (!volume.isMounted()) GTEST_SKIP() << volume.problem();
+  makeTree(volume.path(), {{"a", File{"v1"}}});
+  Target target;
+  target.fixture.info.targetPaths = {volume.path()};
+  RevisionStore store(target.fixture.run, target.trash, {});
+  const Place place = target.fixture.place(volume / "a");
+  volume.pullAway();
+  EXPECT_EQ(store.keep(place, RunFixture::seen(place)), Kept::kLinked);
+  EXPECT_TRUE(listing(volume.path()).empty());
+}
+
 TEST(RevisionStore_Jobs, NoMethodOrConflictJob_DoesNothing) {
   Target target(RevisionMethod::kNone);
   EXPECT_EQ(target.overwrite(2), Kept::kNothing);
