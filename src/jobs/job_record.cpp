@@ -138,7 +138,6 @@ void confirmNewJob(QUORVELPREFERENCEINFO& job, JobType type) {
 
 PropertyList jobToDictionary(const QUORVELPREFERENCEINFO& job) {
   Dictionary out = job.otherKeys;
-  out.erase(kCancelStatusKey);
   writeFields(job, out);
   return out;
 }

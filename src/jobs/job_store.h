@@ -76,8 +76,7 @@ class JobStore {
   bool getDataBit(std::int32_t index, std::uint32_t& bits);
   bool setDataBit(std::int32_t index, std::uint32_t bits);  // does nothing, true
   bool setFirstCopyFlag(std::int32_t index);                // in memory, too, so that no later save brings it back
-
-  [[nodiscard]] PropertyList::Array jobs();  // a copy of the array
+  [[nodiscard]] PropertyList::Array jobs();                 // a copy of the array
   [[nodiscard]] std::int32_t count();
   [[nodiscard]] std::int32_t indexOfName(const std::string& name);  // -1 when there is none
   [[nodiscard]] std::int32_t indexOfUuid(const std::string& uuid);
@@ -97,13 +96,13 @@ class JobStore {
   // With m_lock held.
   Result<bool> appendStored();  // whether there was something to append
   bool replaceJobs(Array next);
+  void mirrorFirstCopy(std::int32_t index, const PropertyList& stored);
   [[nodiscard]] bool isIndex(std::int32_t index) const;
   [[nodiscard]] bool isExempt(std::size_t index, Editing edit) const;
+  // Without.
   [[nodiscard]] std::int32_t indexWhere(const char* key, const std::string& text);
-
-  void mirrorFirstCopy(std::int32_t index, const PropertyList& stored);
-
   bool importJobs(const Array& theirs);
+  // With or without.
   bool succeeded();
   bool failed(Error error);
   void warnAboutKept(const std::optional<std::string>& keptUnder);
@@ -112,8 +111,7 @@ class JobStore {
   const Clock& clock_;
   std::mutex m_lock;
   Array m_preferenceInfo;
-  bool wasRead_ = false;  // m_preferenceInfo holds all that is stored
-
+  bool wasRead_ = false;   // m_preferenceInfo holds all that is stored
   std::mutex reportLock_;  // guards what follows; taken after m_lock
   Error lastError_;
   std::vector<std::string> warnings_;

@@ -61,6 +61,7 @@ class JobFolders : public ::testing::Test {
 
   test::TempTree tree{{"s", Dir{{"sub", Dir{}}, {"s", Dir{}}, {"f", File{"text"}}}},
                       {"t", Dir{{"f", File{"text"}}, {"Revision", Dir{{"old", Dir{}}}}}},
+                      {"linked", Dir{{"s", Link{"../s/sub"}}}},
                       {"toS", Link{"s"}},
                       {"toSub", Link{"s/sub"}}};
   test::FaultyFileCalls files;
@@ -97,6 +98,7 @@ TEST_F(JobFolders, TargetInsideSource_IsRefused_ButWhereTheWalkLeavesItOut) {
   }
   EXPECT_EQ(problem(kSync, {"s"}, {"s/sub"}, true), "");
   EXPECT_EQ(problem(kMirror, {"s"}, {"s/new"}, true), "");
+  EXPECT_EQ(problem(kBackup, {"s"}, {"linked"}), "the copy would lie inside the source");
   EXPECT_EQ(problem(kBackup, {"s"}, {"s/sub"}, true), "the target lies inside the source");
   EXPECT_EQ(problem(kSync, {"s", "t"}, {"s/sub"}, true), "the target lies inside the source");
 }
