@@ -1,0 +1,341 @@
+// Two-way jobs against a person who edits both sides at random, and against crashes at any step.
+
+#include <rapidcheck.h>
+
+#include <filesystem>
+#include <set>
+
+#include "engine/revision_store.h"
+#include "engine/two_way_run.h"
+#include "support/faulty_file_calls.h"
+#include "support/own_home.h"
+#include "support/run_fixture.h"
+
+namespace lumisk::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+FileTime realNow() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(now);
+  return {seconds.count(), static_cast<std::uint32_t>(std::chrono::nanoseconds(now - seconds).count())};
+}
+
+// A job that keeps "s" and "t" in step, run after run.
+class TwoWayJob {
+ public:
+  TwoWayJob(JobType type, ConflictChoice choice) {
+    info.name = "job";
+    info.uuidString = "uuid";
+    info.jobType = type;
+    info.fileConflictType = choice;
+    info.bMoveFileTrash = true;
+    info.revision_method = type == JobType::kSyncWithRevisions ? RevisionMethod::kUnlimited : RevisionMethod::kNone;
+    info.sourcePaths = {tree / "s"};
+    info.targetPaths = {tree / "t"};
+  }
+
+  // Whether it completed. With `crashAt`, from that call on nothing the run asks of the system happens any more.
+  bool run(int crashAt = 0) {
+    waitForTick();
+    FaultyFileCalls files;
+    if (crashAt > 0) files.fail(FileCall::kAny, EIO, {.nth = crashAt, .times = FaultyFileCalls::kAlways});
+    RunFixture fixture(PaceKind::kFull, files);
+    fixture.info = info;
+    fixture.run.begin = std::chrono::system_clock::now();
+    fixture.run.lastCompleted = lastCompleted;
+    fixture.run.compareSizes = !lastRunCompleted;
+    const FileTime begin = realNow();
+    Trash trash(files, fixture.clock, tree / "t");
+    RevisionStore revisions(fixture.run, trash, PlaceNames{"desk", "Root"});
+    NoRunRecord recorder;
+    ConflictMemory conflicts{true, info.fileConflictType};
+    TwoWayRun both(fixture.run, revisions, trash, recorder, conflicts, DeletionBrake{kDefaultBrakePercent, true});
+    const bool carried = both.carry(tree / "s", tree / "t", 5, 5);
+    counts = fixture.run.counts;
+    log = fixture.log.all();
+    lastRunCompleted = carried && counts.errors == 0 && crashAt == 0;
+    if (lastRunCompleted) lastCompleted = CompletedRun{begin, realNow()};
+    waitForTick();
+    return lastRunCompleted;
+  }
+
+  // Names, types and texts of a side, without what the job keeps there for itself.
+  std::map<std::string, std::string> side(const std::string& name) {
+    std::map<std::string, std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(tree / name)) {
+      const std::string path = entry.path().string().substr((tree / name).size());
+      if (path.find("/.lumisk") != std::string::npos || path.find("/Revision") != std::string::npos) continue;
+      if (entry.is_symlink())
+        found[path] = "-> " + fs::read_symlink(entry.path()).string();
+      else
+        found[path] = entry.is_directory() ? "folder" : readFile(entry.path());
+    }
+    return found;
+  }
+  // Every text anywhere: on both sides, in the Trash, among the revisions.
+  std::set<std::string> texts() {
+    std::set<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(tree.path())) {
+      if (entry.is_symlink())
+        found.insert(fs::read_symlink(entry.path()));
+      else if (entry.is_regular_file() && readFile(entry.path()).starts_with("text"))
+        found.insert(readFile(entry.path()));
+    }
+    return found;
+  }
+
+  QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
+  TempTree tree{{"s", Dir{}}, {"t", Dir{}}, {"home", Dir{}}};
+  OwnHome home{tree / "home"};
+  std::optional<CompletedRun> lastCompleted;
+  bool lastRunCompleted = false;
+  RunCounts counts;
+  std::string log;
+
+ private:
+  // Until the file system's clock has moved on, so that what comes next is later than what was.
+  void waitForTick() {
+    const FileTime now = realNow();
+    const Descriptor folder = std::move(*realFileCalls().openRoot(tree / "home"));
+    do {
+      writeFile(tree / "home/tick", "");
+    } while (realFileCalls().status(folder.get(), "tick")->changed <= now);
+  }
+};
+
+// Changes a side at random. Dates lie far back and never repeat, as with files that are moved in from elsewhere.
+class Editor {
+ public:
+  void edit(const std::string& side) {
+    static const std::vector<std::string> kPaths{"/a", "/b.txt", "/d", "/d/a", "/d/e", "/d/e/f", "/g"};
+    const std::string path = side + *rc::gen::elementOf(kPaths);
+    if (fs::symlink_status(fs::path(path).parent_path()).type() != fs::file_type::directory) return;
+    const bool stands = exists(path);
+    switch (*rc::gen::inRange(0, 7)) {
+      case 0:
+      case 1:
+      case 2:
+        return write(path);
+      case 3:
+        fs::remove_all(path);
+        return fs::create_symlink("text link " + std::to_string(++count_), path);
+      case 4:
+        if (!stands) fs::create_directory(path);
+        return;
+      case 5:
+        if (stands) rename(path, side);
+        return;
+      default:
+        fs::remove_all(path);
+    }
+  }
+
+ private:
+  void write(const std::string& path) {
+    if (fs::is_directory(fs::symlink_status(path)) || fs::is_symlink(fs::symlink_status(path))) fs::remove_all(path);
+    writeFile(path, "text " + std::to_string(++count_));
+    setModified(path, 1'000'000'000 + 10 * count_);
+  }
+  void rename(const std::string& path, const std::string& side) {
+    const std::string to =
+        fs::path(path).parent_path().string() + *rc::gen::elementOf(std::vector<std::string>{"/a", "/d", "/h"});
+    if (to.starts_with(path + "/") || path == to || !to.starts_with(side)) return;
+    if (!exists(to)) fs::rename(path, to);
+  }
+  int count_ = 0;
+};
+
+std::string show(const std::map<std::string, std::string>& side) {
+  std::string text;
+  for (const auto& [path, what] : side) text += "  " + path + " = " + what + "\n";
+  return text;
+}
+
+void requireNothingLost(const std::set<std::string>& before, TwoWayJob& job, const char* when) {
+  const auto after = job.texts();
+  for (const std::string& text : before)
+    if (!after.count(text)) RC_FAIL(std::string(when) + ": \"" + text + "\" is gone\n" + job.log);
+}
+
+void requireAgreement(TwoWayJob& job) {
+  const auto source = job.side("s");
+  const auto target = job.side("t");
+  if (source != target) RC_FAIL("the sides differ:\n" + show(source) + " and\n" + show(target) + job.log);
+}
+
+TEST(TwoWayModel, RandomEditsAndCrashes_LoseNothingAndConverge) {
+  EXPECT_TRUE(rc::check("two-way", [] {
+    const auto type = *rc::gen::element(JobType::kSyncWithRevisions, JobType::kSyncWithConflicts);
+    const auto choice = static_cast<ConflictChoice>(*rc::gen::inRange(0, 4));
+    TwoWayJob job(type, choice);
+    Editor editor;
+    const int rounds = *rc::gen::inRange(1, 5);
+    for (int round = 0; round < rounds; ++round) {
+      for (const char* side : {"s", "t"})
+        for (int edits = *rc::gen::inRange(0, 5); edits > 0; --edits) editor.edit(job.tree / side);
+      if (*rc::gen::inRange(0, 3) == 0) {
+        const auto before = job.texts();
+        job.run(*rc::gen::inRange(1, 250));
+        requireNothingLost(before, job, "after a crash");
+      }
+      const auto before = job.texts();
+      if (!job.run()) RC_FAIL("the run did not complete:\n" + job.log);
+      requireNothingLost(before, job, "after a run");
+    }
+    // One more brings what the last one put aside for the other side.
+    job.run();
+    requireAgreement(job);
+    const auto settled = job.side("s");
+    RC_ASSERT(job.run());
+    RC_ASSERT(job.counts.copied == 0U);
+    RC_ASSERT(job.counts.deleted == 0U);
+    RC_ASSERT(job.side("s") == settled);
+    RC_ASSERT(job.side("t") == settled);
+  }));
+}
+
+// The ways in which a deletion could be taken for one that was not, each by itself.
+class TwoWayDeletion : public ::testing::Test {
+ protected:
+  void put(const std::string& path, const std::string& text) {
+    writeFile(job.tree / path, text);
+    setModified(job.tree / path, 1'000'000'000);
+  }
+  TwoWayJob job{JobType::kSyncWithConflicts, ConflictChoice::kNewerWins};
+};
+
+TEST_F(TwoWayDeletion, OfBothListedAndUnchanged_IsCarriedOverToTheTrash) {
+  put("s/gone", "text 1");
+  put("s/stays", "text 2");
+  fs::create_directories(job.tree / "s/d/e");
+  put("s/d/e/inner", "text 3");
+  ASSERT_TRUE(job.run());
+  fs::remove(job.tree / "t/gone");
+  fs::remove_all(job.tree / "s/d");
+  const auto before = job.texts();
+  ASSERT_TRUE(job.run()) << job.log;
+  EXPECT_EQ(job.counts.deleted, 4U);
+  EXPECT_EQ(job.side("s"), (std::map<std::string, std::string>{{"/stays", "text 2"}}));
+  EXPECT_EQ(job.side("t"), job.side("s"));
+  EXPECT_EQ(job.texts(), before);
+}
+
+TEST_F(TwoWayDeletion, BeforeAnyCompletedRun_IsNone) {
+  put("s/a", "text 1");
+  put("s/b", "text 2");
+  job.run(120);  // crashed
+  fs::remove(job.tree / "t/a");
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.side("s").size(), 2U);
+  EXPECT_EQ(job.side("t"), job.side("s"));
+}
+
+TEST_F(TwoWayDeletion, OfWhatWasEditedMeanwhile_IsCopiedBack) {
+  put("s/edited", "text 1");
+  put("s/replaced", "text 2");
+  fs::create_directory(job.tree / "s/d");
+  put("s/d/one", "text 3");
+  put("s/d/two", "text 4");
+  ASSERT_TRUE(job.run());
+  for (const char* path : {"t/edited", "t/replaced"}) fs::remove(job.tree / path);
+  fs::remove_all(job.tree / "t/d");
+  writeFile(job.tree / "s/edited", "text 5");
+  put("elsewhere", "text 6");
+  fs::rename(job.tree / "elsewhere", job.tree / "s/replaced");  // with a date from before the run
+  writeFile(job.tree / "s/d/two", "text 7");
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.counts.deleted, 0U);
+  const std::map<std::string, std::string> all{
+      {"/d", "folder"}, {"/d/one", "text 3"}, {"/d/two", "text 7"}, {"/edited", "text 5"}, {"/replaced", "text 6"}};
+  EXPECT_EQ(job.side("s"), all);
+  EXPECT_EQ(job.side("t"), all);
+}
+
+TEST_F(TwoWayDeletion, WithListsThatAreDamagedOrGone_IsNone) {
+  put("s/a", "text 1");
+  put("s/b", "text 2");
+  ASSERT_TRUE(job.run());
+  for (const char* list : {"s/.lumiskFileList", "t/.lumiskFileList"})
+    for (const char* damage : {"", "<plist", "<plist version=\"1.0\"><dict/></plist>", "gone"}) {
+      ASSERT_TRUE(job.run());
+      if (damage == std::string("gone"))
+        fs::remove(job.tree / list);
+      else
+        writeFile(job.tree / list, damage);
+      fs::remove(job.tree / "t/a");
+      ASSERT_TRUE(job.run()) << job.log;
+      EXPECT_EQ(job.side("s").size(), 2U) << list << " " << damage;
+      EXPECT_EQ(job.side("t"), job.side("s"));
+    }
+}
+
+// The other job's lists stand in the shared source: they say nothing about this job's target.
+TEST_F(TwoWayDeletion, ByTheListOfAnotherJobOfTheSameSource_IsNone) {
+  put("s/a", "text 1");
+  ASSERT_TRUE(job.run());
+  fs::create_directory(job.tree / "u");
+  put("s/new", "text 2");
+  ASSERT_TRUE(job.run());
+  job.info.uuidString = "other";
+  job.info.targetPaths = {job.tree / "u"};
+  const std::string target = job.tree / "u";
+  const std::string source = job.tree / "s";
+  // Its target is empty and it believes that it has completed a run before.
+  fs::rename(job.tree / "t", job.tree / "first");
+  fs::rename(target, job.tree / "t");
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.counts.deleted, 0U);
+  EXPECT_EQ(job.side("t").size(), 2U);
+}
+
+TEST_F(TwoWayDeletion, BeyondTheBrake_IsHeldUntilLetThrough) {
+  for (int i = 0; i < 30; ++i) put("s/f" + std::to_string(i), "text " + std::to_string(i));
+  ASSERT_TRUE(job.run());
+  for (int i = 0; i < 25; ++i) fs::remove(job.tree / ("t/f" + std::to_string(i)));
+  put("s/new", "text new");
+  FaultyFileCalls files;
+  RunFixture fixture(PaceKind::kFull, files);
+  fixture.info = job.info;
+  fixture.run.lastCompleted = job.lastCompleted;
+  Trash trash(files, fixture.clock, job.tree / "t");
+  NoRevisions revisions;
+  NoRunRecord recorder;
+  ConflictMemory conflicts;
+  TwoWayRun braked(fixture.run, revisions, trash, recorder, conflicts, DeletionBrake{});
+  ASSERT_TRUE(braked.carry(job.tree / "s", job.tree / "t", 5, 5));
+  EXPECT_EQ(fixture.run.counts.held, 25U);
+  EXPECT_EQ(fixture.run.counts.deleted, 0U);
+  EXPECT_EQ(job.side("s").size(), 31U);
+  EXPECT_TRUE(exists(job.tree / "t/new"));
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.counts.deleted, 25U);
+  EXPECT_EQ(job.side("s"), job.side("t"));
+}
+
+TEST_F(TwoWayDeletion, RenamedFolder_IsRenamedThereWithOnePass) {
+  fs::create_directories(job.tree / "s/old/deep");
+  put("s/old/a", "text 1");
+  put("s/old/deep/b", "text 2");
+  ASSERT_TRUE(job.run());
+  fs::rename(job.tree / "s/old", job.tree / "s/new");
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.counts.copied, 0U) << job.log;
+  EXPECT_EQ(job.counts.deleted, 0U);
+  EXPECT_EQ(job.side("t"), job.side("s"));
+  EXPECT_TRUE(exists(job.tree / "t/new/deep/b"));
+  // The lists moved along: a deletion below the new name is still proven.
+  fs::remove(job.tree / "t/new/deep/b");
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.counts.deleted, 1U);
+  // A copy of a folder with its flag is a new folder, not a renamed one.
+  fs::copy(job.tree / "s/new", job.tree / "s/copy", fs::copy_options::recursive);
+  ASSERT_TRUE(job.run());
+  EXPECT_TRUE(exists(job.tree / "t/new/a"));
+  EXPECT_TRUE(exists(job.tree / "t/copy/a"));
+  EXPECT_EQ(job.counts.deleted, 0U);
+}
+
+}  // namespace
+}  // namespace lumisk::test
