@@ -26,16 +26,16 @@ bool sameDate(const PresentQuestion& question) {
 bool isInStep(const PresentQuestion& question) {
   if (question.from.type != question.to.type) return false;
   if (question.from.type == FileType::kFolder) return true;  // its date is that of its last new entry
-  if (!sameDate(question)) return false;
-  return question.from.type != FileType::kRegular || question.from.size == question.to.size;
+  // Of links only those that lead elsewhere are asked about.
+  return question.from.type == FileType::kRegular && sameDate(question) && question.from.size == question.to.size;
 }
 
 // Something of another type, or torn by a run that did not complete: the newer one, the larger one, else the reading
 // side wins. The loser is never an earlier version of the winner, so it always goes to the Trash.
 PresentVerdict settleUnlike(const PresentQuestion& question) {
-  const bool toWins = sameDate(question)
-                          ? question.from.type == question.to.type && question.to.size > question.from.size
-                          : question.to.modified > question.from.modified;
+  const bool areFiles = question.from.type == FileType::kRegular && question.to.type == FileType::kRegular;
+  const bool toWins = sameDate(question) ? areFiles && question.to.size > question.from.size
+                                         : question.to.modified > question.from.modified;
   return toWins ? PresentVerdict::kCopyBack : PresentVerdict::kCopyTrash;
 }
 
@@ -55,6 +55,7 @@ PresentVerdict settleConflict(const PresentQuestion& question, bool fromIsNewer)
 
 bool isUnlike(const PresentQuestion& question) {
   if (question.from.type != question.to.type) return true;
+  if (question.from.type == FileType::kLink) return sameDate(question);
   return question.compareSizes && question.from.type == FileType::kRegular && sameDate(question) &&
          question.from.size != question.to.size;
 }

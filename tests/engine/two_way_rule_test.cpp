@@ -103,6 +103,15 @@ TEST(TwoWayPresent, OtherTypes_TheNewerWinsAndTheLoserGoesToTheTrash) {
   }
 }
 
+TEST(TwoWayPresent, LinksOfOneDateThatLeadElsewhere_GoTheWayOfTheFirstPass) {
+  FileStatus link = file(10);
+  link.type = FileType::kLink;
+  auto links = question(link, link, JobType::kSyncWithConflicts, ConflictChoice::kTargetWins);
+  EXPECT_EQ(decidePresent(links), PresentVerdict::kCopyTrash);
+  links.isForward = false;
+  EXPECT_EQ(decidePresent(links), PresentVerdict::kLeave);
+}
+
 TEST(TwoWayPresent, AfterARunThatDidNotComplete_TheLargerOfTwoEqualDatesWins) {
   auto torn = question(file(10, 0), file(10, 7), JobType::kSyncWithRevisions, ConflictChoice::kSourceWins);
   EXPECT_EQ(decidePresent(torn), PresentVerdict::kLeave);
