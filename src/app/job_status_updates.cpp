@@ -67,6 +67,12 @@ bool setLastCompletedBegin(JobStore& jobs, std::int32_t index, const std::string
   return jobs.changeJob(index, [&](Dictionary& job) { job[kLastCompletedBeginKey] = begin; });
 }
 
+bool setRunKeys(JobStore& jobs, std::int32_t index, const PropertyList::Dictionary& keys) {
+  return jobs.changeJob(index, [&](Dictionary& job) {
+    for (const auto& [key, value] : keys) job[key] = value;
+  });
+}
+
 std::string statusText(const PropertyList& job) {
   const std::string lastRan = job[kLastRanTimeKey].text();
   if (lastRan.empty()) return "Never Ran";

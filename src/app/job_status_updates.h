@@ -24,6 +24,9 @@ bool setCancelStatus(JobStore& jobs, const Clock& clock, std::int32_t index, Can
 // the stored form; anything else is refused, because decisions go by it.
 bool setLastCompletedBegin(JobStore& jobs, std::int32_t index, const std::string& begin);
 
+// What a run has learned about its job, by the keys of the stored dictionary.
+bool setRunKeys(JobStore& jobs, std::int32_t index, const PropertyList::Dictionary& keys);
+
 // The texts of a stored job in the list while it does not run: "Never Ran", or a word, a line break and the last run.
 [[nodiscard]] std::string statusText(const PropertyList& job);
 // In place of its progress, of a running job that reported an error.

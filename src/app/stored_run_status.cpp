@@ -32,6 +32,11 @@ void runCompleted(JobStore& jobs, const Clock& clock, std::int32_t index, const 
   setLastCompletedBegin(jobs, index, begin);
 }
 
+void keepRunKeys(JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
+  const auto keys = userInfo.find(kRunJobKeysKey);
+  if (keys != userInfo.end() && !keys->second.dictionary().empty()) setRunKeys(jobs, index, keys->second.dictionary());
+}
+
 void runEnded(JobStore& jobs, const Clock& clock, std::int32_t index) {
   jobs.changeJob(index, [&](Dictionary& job) {
     job[kLastRanTimeKey] = storedDate(clock.now());
@@ -49,6 +54,7 @@ StoredRunStatus::StoredRunStatus(MainLoop& loop, NotificationCenter& notificatio
   });
   on(notifications, kDidFinishNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
     const auto completed = userInfo.find(kRunCompletedKey);
+    keepRunKeys(jobs, index, userInfo);
     const bool isCompleted = completed != userInfo.end() && completed->second.boolean();
     if (isCompleted) return runCompleted(jobs, clock, index, textOf(userInfo, kRunBeginKey));
     runEnded(jobs, clock, index);

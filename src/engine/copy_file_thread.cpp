@@ -94,6 +94,7 @@ void copyFileThreadObject::Members::keepResult(const RunRequest& request, const 
   m_currentInfo.lastRunTime = storedDate(services.clock.now());
   m_currentInfo.lastBeginTime = storedDate(request.begin);
   if (result.report.completed && result.report.wholeJob) m_currentInfo.lastCompletedBegin = storedDate(request.begin);
+  takeRunKeys(result.report.jobKeys, m_currentInfo);
 }
 
 void copyFileThreadObject::Members::postEnd(const RunRequest& request, const RunResult& result) {
@@ -101,7 +102,10 @@ void copyFileThreadObject::Members::postEnd(const RunRequest& request, const Run
   if (request.options.dryRun) return;
   const bool completed = result.report.completed && result.report.wholeJob;
   guarded([&] {
-    post(kDidFinishNotification, {}, {{kRunCompletedKey, completed}, {kRunBeginKey, storedDate(request.begin)}});
+    post(kDidFinishNotification, {},
+         {{kRunCompletedKey, completed},
+          {kRunBeginKey, storedDate(request.begin)},
+          {kRunJobKeysKey, result.report.jobKeys}});
   });
   if (result.m_bHasError) guarded([this] { post(kErrorMessageNotification, m_nJobIndex.load()); });
 }

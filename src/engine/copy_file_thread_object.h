@@ -25,6 +25,8 @@ inline constexpr const char* kJobUuidKey = "JOBUUIDKEY";
 // disk.
 inline constexpr const char* kRunCompletedKey = "RUNCOMPLETED";
 inline constexpr const char* kRunBeginKey = "RUNBEGIN";
+// "RUNJOBKEYS", a dictionary: keys of the stored job that the run has changed, to be stored as they are.
+inline constexpr const char* kRunJobKeysKey = "RUNJOBKEYS";
 
 // The worker of one job: a thread that sleeps until it is told to run the job, runs it, writes the job's log, posts
 // notifications and shows the end-of-run dialogs.

@@ -34,6 +34,9 @@ struct RunReport {
   RunError errorCode = RunError::kNone;
   RunCounts counts;
   double seconds = 0;
+  // What the run has learned about its job, by the keys of the stored dictionary. The worker goes by it from then on
+  // and posts it with the finish.
+  PropertyList::Dictionary jobKeys;
 };
 
 }  // namespace lumisk

@@ -25,6 +25,16 @@ bool isFolder(FileCalls& files, const std::string& path) {
   return files.openRoot(path).has_value();
 }
 
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+
+FileTime timeOf(std::int64_t nanoseconds) {
+  return {nanoseconds / kNanosecondsPerSecond, static_cast<std::uint32_t>(nanoseconds % kNanosecondsPerSecond)};
+}
+
+std::int64_t nanosecondsOf(WallTime time) {
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
+}
+
 }  // namespace
 
 bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
@@ -32,6 +42,12 @@ bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& in
   const auto began = CalendarDate::parse(info.lastBeginTime);
   const auto completed = CalendarDate::parse(info.lastCompletedBegin);
   return !began || !completed || completed->time() < began->time();
+}
+
+std::optional<CompletedRun> lastCompletedRun(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
+  const bool isKnown = info.lastCompletedBeginNanoseconds > 0 && info.lastCompletedEndNanoseconds > 0;
+  if (!isKnown || info.lastCompletedBegin.empty()) return std::nullopt;
+  return CompletedRun{timeOf(info.lastCompletedBeginNanoseconds), timeOf(info.lastCompletedEndNanoseconds)};
 }
 
 RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, const RunRequest& request,
@@ -50,6 +66,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   run_.dryRun = request.options.dryRun;
   run_.onEntry = run_.dryRun ? countingOutcomes() : request.options.onEntry;
   run_.begin = request.begin;
+  run_.lastCompleted = lastCompletedRun(request.info);
   run_.compareSizes =
       request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
   run_.postProgress = std::move(postProgress);
@@ -343,6 +360,12 @@ void RunSequence::fillReport() {
   report_.counts = run_.counts;
   report_.completed = !report_.cancelled && !report_.refused && !report_.sourceProblem && !report_.targetProblem &&
                       report_.errorCode == RunError::kNone && report_.counts.errors == 0;
+  if (report_.completed && report_.wholeJob && !run_.dryRun) noteCompletion();
+}
+
+void RunSequence::noteCompletion() {
+  report_.jobKeys[kLastCompletedBeginNanosecondsKey] = nanosecondsOf(request_.begin);
+  report_.jobKeys[kLastCompletedEndNanosecondsKey] = nanosecondsOf(services_.clock.now());
 }
 
 void RunSequence::showMessages() {

@@ -73,6 +73,7 @@ class RunSequence {
 
   void settle();
   void fillReport();
+  void noteCompletion();
   void showMessages();
 
   const WorkerServices& services_;
@@ -91,5 +92,8 @@ class RunSequence {
 
 // Whether the last run that began did not complete, so far as the stored dates tell.
 [[nodiscard]] bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
+
+// When it was, for decisions that need it exactly.
+[[nodiscard]] std::optional<CompletedRun> lastCompletedRun(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
 
 }  // namespace lumisk

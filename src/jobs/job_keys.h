@@ -44,6 +44,9 @@ inline constexpr const char* kMoveFileTrashKey = "NSMoveFileTrash";
 inline constexpr const char* kDealPackageKey = "NSDealPackage";
 // Begin of the last run that completed, stored date form with nanoseconds dropped: what decisions go by.
 inline constexpr const char* kLastCompletedBeginKey = "NSLastCompletedBegin";
+// The same begin, and when the data of that run were on the disk, in nanoseconds since 1970.
+inline constexpr const char* kLastCompletedBeginNanosecondsKey = "NSLastCompletedBeginNanoseconds";
+inline constexpr const char* kLastCompletedEndNanosecondsKey = "NSLastCompletedEndNanoseconds";
 // The computer's name and the display name of "/" as they were when the job was made: how jobs that retain full paths
 // go on spelling their places below the target.
 inline constexpr const char* kComputerNameKey = "NSComputerName";

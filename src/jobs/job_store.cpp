@@ -12,6 +12,12 @@ bool isAnotherTask(const PropertyList& before, const QUORVELPREFERENCEINFO& afte
   return old.jobType != after.jobType || old.sourcePaths != after.sourcePaths || old.targetPaths != after.targetPaths;
 }
 
+void forgetCompletedRun(QUORVELPREFERENCEINFO& job) {
+  for (const char* key : {kLastCompletedBeginKey, kLastCompletedBeginNanosecondsKey, kLastCompletedEndNanosecondsKey}) {
+    job.otherKeys.erase(key);
+  }
+}
+
 }  // namespace
 
 JobStore::JobStore(UserDefaults& defaults, const Clock& clock) : defaults_(defaults), clock_(clock) {}
@@ -119,7 +125,7 @@ bool JobStore::storePreferenceInfo(std::int32_t index) {
   info.jobModifyTime = storedDate(clock_.now());
   Array next = m_preferenceInfo;
   PropertyList& place = next[static_cast<std::size_t>(index)];
-  if (isAnotherTask(place, info)) info.otherKeys.erase(kLastCompletedBeginKey);
+  if (isAnotherTask(place, info)) forgetCompletedRun(info);
   place = jobToDictionary(info);
   if (!replaceJobs(std::move(next))) return false;
   m_currentInfo = std::move(info);

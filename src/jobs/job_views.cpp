@@ -23,9 +23,18 @@ Result<void> copyFileObjectPartFromDictionary(const PropertyList& dictionary,
   dropLeadingDots(view.exclusionArray);
   jobFields::replaceText(view.lastRunTime, dictionary[kLastRanTimeKey]);
   view.lastCompletedBegin = dictionary[kLastCompletedBeginKey].text();
+  takeRunKeys(dictionary, view);
   view.computerName = dictionary[kComputerNameKey].text();
   view.rootDisplayName = dictionary[kRootDisplayNameKey].text();
   return {};
+}
+
+void takeRunKeys(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_CopyFileObjectPart& view) {
+  const auto replace = [&](std::int64_t& time, const char* key) {
+    if (!dictionary[key].isNone()) time = dictionary[key].integer();
+  };
+  replace(view.lastCompletedBeginNanoseconds, kLastCompletedBeginNanosecondsKey);
+  replace(view.lastCompletedEndNanoseconds, kLastCompletedEndNanosecondsKey);
 }
 
 Result<void> schedulePartFromDictionary(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_SchedulePart& view) {

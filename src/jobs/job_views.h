@@ -45,6 +45,9 @@ struct QUORVELPREFERENCEINFOtag_CopyFileObjectPart {
   bool bDealPackage = false;
   // Beyond the described view: the begin of the last completed run; empty if none did.
   std::string lastCompletedBegin;
+  // The same begin and its end in nanoseconds since 1970; 0: none.
+  std::int64_t lastCompletedBeginNanoseconds = 0;
+  std::int64_t lastCompletedEndNanoseconds = 0;
   // Names for retained full paths, from when the job was made; empty in jobs that do not know them.
   std::string computerName;
   std::string rootDisplayName;
@@ -82,6 +85,8 @@ struct QUORVELPREFERENCEINFOtag_SchedulePart {
 // The scheduler's view needs no folders and fails only for what is no dictionary.
 Result<void> copyFileObjectPartFromDictionary(const PropertyList& dictionary,
                                               QUORVELPREFERENCEINFOtag_CopyFileObjectPart& view);
+// What a run has learned about its job, for the next: those of the keys above that the dictionary has.
+void takeRunKeys(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_CopyFileObjectPart& view);
 Result<void> schedulePartFromDictionary(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_SchedulePart& view);
 
 }  // namespace lumisk

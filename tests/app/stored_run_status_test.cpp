@@ -58,6 +58,13 @@ TEST_F(StoredRunStatusTest, CompletedRun_StoresItsOwnBegin) {
   EXPECT_TRUE(job(0)[kFirstCopyKey].boolean());
 }
 
+TEST_F(StoredRunStatusTest, WhatARunLearned_IsStored) {
+  const PropertyList::Dictionary keys{{kLastCompletedEndNanosecondsKey, std::int64_t{5'000'000'000'000'000'001}}};
+  post(kDidFinishNotification, {}, {{kJobUuidKey, "uuid-b"}, {kRunJobKeysKey, keys}});
+  EXPECT_EQ(job(1)[kLastCompletedEndNanosecondsKey].integer(), 5'000'000'000'000'000'001);
+  EXPECT_EQ(job(1)[kObjectNameKey].text(), "b");
+}
+
 TEST_F(StoredRunStatusTest, FailedRun_CompletesNothing) {
   const PropertyList::Dictionary info{{kJobIndexKey, 1}, {kJobUuidKey, "uuid-b"}, {kRunBeginKey, begin_}};
   post(kWillStartNotification, {}, info);

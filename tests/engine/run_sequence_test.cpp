@@ -320,6 +320,30 @@ TEST(LastRunDidNotComplete, ByTheStoredDates) {
   EXPECT_TRUE(is("yesterday", "2009-03-03 10:00:00 +0000"));
 }
 
+TEST_F(RunTest, CompletedRun_IsRememberedExactly) {
+  f.clock.advance(std::chrono::nanoseconds(7));
+  const auto begin = f.clock.now().time_since_epoch().count();
+  const RunReport report = f.runOnce();
+  f.stop();
+  ASSERT_TRUE(report.completed);
+  EXPECT_EQ(report.jobKeys.at(kLastCompletedBeginNanosecondsKey).integer(), begin);
+  EXPECT_GE(report.jobKeys.at(kLastCompletedEndNanosecondsKey).integer(), begin);
+  EXPECT_EQ(f.last(kDidFinishNotification).userInfo.at(kRunJobKeysKey).dictionary(), report.jobKeys);
+}
+
+TEST(LastCompletedRun, WithoutItsExactTimes_IsUnknown) {
+  QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
+  info.lastCompletedBegin = "2009-03-03 10:00:00 +0000";
+  info.lastCompletedBeginNanoseconds = 1'236'074'400'000'000'005;
+  EXPECT_FALSE(lastCompletedRun(info));
+  info.lastCompletedEndNanoseconds = 1'236'074'401'000'000'006;
+  ASSERT_TRUE(lastCompletedRun(info));
+  EXPECT_EQ(lastCompletedRun(info)->begin, (FileTime{1'236'074'400, 5}));
+  EXPECT_EQ(lastCompletedRun(info)->end, (FileTime{1'236'074'401, 6}));
+  info.lastCompletedBegin.clear();  // the job was pointed elsewhere since
+  EXPECT_FALSE(lastCompletedRun(info));
+}
+
 TEST_F(RunTest, FullVolume_IsToldOnceUntilItHasRoomAgain) {
   f.job.bDisplayWarning = true;
   f.job.capacityPercentage = -1;  // free space is always below 101 percent

@@ -191,8 +191,12 @@ TEST_F(JobRecord, UnknownKeysAndValues_SurviveTheRecord_TheCancelStatusDoesNot) 
 TEST_F(JobRecord, Views_OfTheStoredForm_HoldItsFields) {
   PropertyList stored = *parsePropertyList(kStoredJob);
   stored.mutableDictionary()[kLastCompletedBeginKey] = "2009-03-03 14:29:00 +0100";
+  stored.mutableDictionary()[kLastCompletedBeginNanosecondsKey] = std::int64_t{1'236'086'940'000'000'001};
+  stored.mutableDictionary()[kLastCompletedEndNanosecondsKey] = std::int64_t{1'236'086'941'000'000'002};
   QUORVELPREFERENCEINFOtag_CopyFileObjectPart work;
   ASSERT_TRUE(copyFileObjectPartFromDictionary(stored, work));
+  EXPECT_EQ(work.lastCompletedBeginNanoseconds, 1'236'086'940'000'000'001);
+  EXPECT_EQ(work.lastCompletedEndNanoseconds, 1'236'086'941'000'000'002);
   EXPECT_EQ(work.exclusionArray, (std::vector<std::string>{"tmp", "o"}));
   EXPECT_EQ(work.lastRunTime, "2009-03-03 14:30:05 +0100");
   EXPECT_EQ(work.lastCompletedBegin, "2009-03-03 14:29:00 +0100");
