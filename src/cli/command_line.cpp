@@ -27,6 +27,7 @@ void addCommands(CLI::App& parser, CommandRun& chosen) {
   parser.footer("Without a command, lumisk shows the jobs and their state.\n\n" + exitStatusHelp());
   addBackupCommand(parser, chosen);
   addJobCommands(parser, chosen);
+  addSyncCommand(parser, chosen);
   addRunCommand(parser, chosen);
   addLogCommand(parser, chosen);
 }

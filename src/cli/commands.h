@@ -9,6 +9,7 @@ namespace lumisk {
 // Each adds one command, from the file of its name, to the parser; `chosen` becomes what it does when the command line
 // names it.
 void addBackupCommand(CLI::App& parent, CommandRun& chosen);
+void addSyncCommand(CLI::App& parent, CommandRun& chosen);
 void addRunCommand(CLI::App& parent, CommandRun& chosen);
 void addLogCommand(CLI::App& parent, CommandRun& chosen);
 

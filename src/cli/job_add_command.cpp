@@ -28,6 +28,7 @@ Checked<QUORVELPREFERENCEINFO> newJob(const JobAddOptions& options, CommandIo& i
   QUORVELPREFERENCEINFO job = newJobDefaults(io.clock.now());
   // First, because the type has defaults of its own, which options may change.
   confirmNewJob(job, type);
+  job.fileConflictType = ConflictChoice::kNewerWins;
   job.name = options.name;
   LUMISK_TRY(job.sourcePaths, absolutePaths(options.sources, io));
   LUMISK_TRY(job.targetPaths, absolutePaths(options.targets, io));
@@ -75,6 +76,7 @@ void addJobAddCommand(CLI::App& parent, CommandRun& chosen) {
   addTexts(*command, "--target", options->targets, "One folder, or one for each source")->required()->type_name("PATH");
   options->job.add(*command, scheduleOptions());
   options->job.add(*command, copyOptions());
+  options->job.add(*command, syncOptions());
   options->job.add(*command, keptJobOptions());
   chooseWhenNamed(*command, chosen, options, &jobAdd);
 }

@@ -70,6 +70,7 @@ void addJobEditCommand(CLI::App& parent, CommandRun& chosen) {
   addTexts(*command, "--target", options->targets, "Another folder, or one for each source")->type_name("PATH");
   options->job.add(*command, scheduleOptions());
   options->job.add(*command, copyOptions());
+  options->job.add(*command, syncOptions());
   options->job.add(*command, keptJobOptions());
   chooseWhenNamed(*command, chosen, options, &jobEdit);
 }

@@ -36,6 +36,19 @@ Checked<void> retainFullPath(Job& job) {
   return {};
 }
 
+Checked<void> setConflictChoice(Job& job, const Text& value) {
+  constexpr std::pair<const char*, ConflictChoice> kChoices[] = {{"source", ConflictChoice::kSourceWins},
+                                                                 {"target", ConflictChoice::kTargetWins},
+                                                                 {"newer", ConflictChoice::kNewerWins},
+                                                                 {"both", ConflictChoice::kKeepBoth}};
+  for (const auto& [name, choice] : kChoices) {
+    if (value != name) continue;
+    job.fileConflictType = choice;
+    return {};
+  }
+  return notUnderstood("give source, target, newer or both");
+}
+
 Checked<void> setInterval(Job& job, const Text& value) {
   const auto interval = parseInterval(value);
   if (!interval) return notUnderstood("give a number and m, h or d, such as 10m, 3h or 1d");
@@ -96,6 +109,11 @@ constexpr JobOption kCopyOptions[] = {
      [](Job& job, const Text&, const Context&) { return retainFullPath(job); }},
 };
 
+constexpr JobOption kSyncOptions[] = {
+    {"--conflict", "CHOICE", "Which side of a conflict wins: source, target, newer (the default) or both", "",
+     [](Job& job, const Text& value, const Context&) { return setConflictChoice(job, value); }},
+};
+
 constexpr JobOption kScheduleOptions[] = {
     {"--every", "N(m|h|d)", "Run every N minutes, hours or days", "schedule",
      [](Job& job, const Text& value, const Context&) { return setInterval(job, value); }},
@@ -142,6 +160,10 @@ void excludeOthersOfGroup(CLI::App& command, std::span<const JobOption> options,
 
 std::span<const JobOption> copyOptions() {
   return kCopyOptions;
+}
+
+std::span<const JobOption> syncOptions() {
+  return kSyncOptions;
 }
 
 std::span<const JobOption> scheduleOptions() {

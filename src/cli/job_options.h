@@ -29,6 +29,8 @@ struct JobOption {
 
 // How files are copied: `backup`, `job add` and `job edit`.
 [[nodiscard]] std::span<const JobOption> copyOptions();
+// What two-way jobs have besides: `sync`, `job add` and `job edit`.
+[[nodiscard]] std::span<const JobOption> syncOptions();
 // When a job runs: `job add` and `job edit`.
 [[nodiscard]] std::span<const JobOption> scheduleOptions();
 // What only kept jobs have besides: `job add` and `job edit`.
