@@ -4,7 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,12 +27,54 @@ struct Channel {
   Descriptor theirs;
 };
 
-// A pair of sockets and not a pipe: sending can then be kept from raising SIGPIPE in this thread.
-Result<Channel> makeChannel() {
-  int pair[2];
-  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair) != 0) return fail("make a channel", {}, errno);
-  return Channel{Descriptor(pair[0]), Descriptor(pair[1])};
+// Never one of the first three, which the child replaces; they are free when we were started without them.
+Result<Descriptor> awayFromTheStandardOnes(Descriptor descriptor) {
+  if (descriptor.get() > STDERR_FILENO) return descriptor;
+  Descriptor moved(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  if (!moved.isOpen()) return fail("make a channel", {}, errno);
+  return moved;
 }
+
+enum class Direction { kToChild, kFromChild };
+
+// Pipes and not sockets: programs open "/dev/stdin" and "/dev/stderr" by name, which sockets refuse.
+Result<Channel> makeChannel(Direction direction) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return fail("make a channel", {}, errno);
+  Descriptor first(ends[0]), second(ends[1]);
+  LUMISK_TRY(auto reading, awayFromTheStandardOnes(std::move(first)));
+  LUMISK_TRY(auto writing, awayFromTheStandardOnes(std::move(second)));
+  const bool toChild = direction == Direction::kToChild;
+  Channel channel{std::move(toChild ? writing : reading), std::move(toChild ? reading : writing)};
+  ::fcntl(channel.ours.get(), F_SETFL, O_NONBLOCK);
+  return channel;
+}
+
+// Writing to a child that does not read would raise SIGPIPE in this thread.
+class WithoutBrokenPipeSignal {
+ public:
+  WithoutBrokenPipeSignal() {
+    sigemptyset(&signal_);
+    sigaddset(&signal_, SIGPIPE);
+    sigset_t pending;
+    sigpending(&pending);
+    wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+    pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+  }
+  WithoutBrokenPipeSignal(const WithoutBrokenPipeSignal&) = delete;
+  WithoutBrokenPipeSignal& operator=(const WithoutBrokenPipeSignal&) = delete;
+  ~WithoutBrokenPipeSignal() {
+    const timespec now{};
+    while (!wasPending_ && sigtimedwait(&signal_, nullptr, &now) < 0 && errno == EINTR) {
+    }
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+
+ private:
+  sigset_t signal_;
+  sigset_t before_;
+  bool wasPending_ = false;
+};
 
 struct Channels {
   Channel input;
@@ -88,7 +130,10 @@ Result<pid_t> spawn(const ChildRequest& request, const Channels& channels) {
   sigfillset(&all);
   posix_spawnattr_setsigmask(&settings.attributes, &none);
   posix_spawnattr_setsigdefault(&settings.attributes, &all);
-  posix_spawnattr_setflags(&settings.attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  // A group of its own, so that a kill reaches what it has started, too.
+  posix_spawnattr_setpgroup(&settings.attributes, 0);
+  posix_spawnattr_setflags(&settings.attributes,
+                           POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
   std::vector<std::string> arguments = request.arguments;
   std::vector<std::string> environment = environmentWith(request.environment);
   pid_t child = 0;
@@ -98,7 +143,8 @@ Result<pid_t> spawn(const ChildRequest& request, const Channels& channels) {
   return child;
 }
 
-// Moves bytes between us and the child until it has closed both its outputs or the time is up.
+// Moves bytes between us and the child until it has ended or the time is up. Its end is what counts, and not that of
+// its output: what it leaves running in the background may hold that open for ever.
 class Exchange {
  public:
   Exchange(const ChildRequest& request, Channels& channels, ChildResult& result)
@@ -106,21 +152,21 @@ class Exchange {
     if (request.limit != std::chrono::milliseconds::max()) end_ = SteadyClock::now() + request.limit;
   }
 
-  // False: the time is up.
-  bool run() {
+  // False: the time is up. `ended` becomes readable when the child ends.
+  bool run(const Descriptor& ended) {
     if (input_.empty()) channels_.input.ours.reset();
-    while (channels_.output.ours.isOpen() || channels_.errors.ours.isOpen()) {
-      std::array<pollfd, 3> waiting{pollfd{channels_.input.ours.get(), POLLOUT, 0},
+    while (true) {
+      std::array<pollfd, 4> waiting{pollfd{channels_.input.ours.get(), POLLOUT, 0},
                                     pollfd{channels_.output.ours.get(), POLLIN, 0},
-                                    pollfd{channels_.errors.ours.get(), POLLIN, 0}};
+                                    pollfd{channels_.errors.ours.get(), POLLIN, 0}, pollfd{ended.get(), POLLIN, 0}};
       const int ready = ::poll(waiting.data(), waiting.size(), remaining());
-      if (ready == 0) return false;
       if (ready < 0) continue;
+      if (ready == 0 && remaining() == 0) return false;
       if (waiting[0].revents != 0) send();
       if (waiting[1].revents != 0) receive(channels_.output.ours, result_.output);
       if (waiting[2].revents != 0) receive(channels_.errors.ours, result_.errors);
+      if (waiting[3].revents != 0) return drain(), true;
     }
-    return true;
   }
 
  private:
@@ -131,17 +177,29 @@ class Exchange {
   }
 
   void send() {
-    const ssize_t sent = ::send(channels_.input.ours.get(), input_.data(), input_.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    const WithoutBrokenPipeSignal guard;
+    const ssize_t sent = ::write(channels_.input.ours.get(), input_.data(), input_.size());
     if (sent < 0 && (errno == EAGAIN || errno == EINTR)) return;
     input_.remove_prefix(sent < 0 ? input_.size() : static_cast<std::size_t>(sent));  // it may not want to read all
     if (input_.empty()) channels_.input.ours.reset();
   }
 
-  static void receive(Descriptor& from, std::string& into) {
+  // False when there is nothing more for now.
+  static bool receive(Descriptor& from, std::string& into) {
     std::array<char, 65536> buffer;
-    const ssize_t size = ::recv(from.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    const ssize_t size = ::read(from.get(), buffer.data(), buffer.size());
     if (size > 0) into.append(buffer.data(), static_cast<std::size_t>(size));
     if (size == 0 || (size < 0 && errno != EAGAIN && errno != EINTR)) from.reset();
+    return size > 0 || (size < 0 && errno == EINTR);
+  }
+
+  // What the child wrote before it ended is in the pipes, which hold a megabyte at most; what is still running in the
+  // background may go on writing.
+  void drain() {
+    for (int i = 0; i < 16 && receive(channels_.output.ours, result_.output); ++i) {
+    }
+    for (int i = 0; i < 16 && receive(channels_.errors.ours, result_.errors); ++i) {
+    }
   }
 
   std::string_view input_;
@@ -150,9 +208,10 @@ class Exchange {
   std::optional<SteadyClock::time_point> end_;
 };
 
-int waitFor(pid_t child) {
+Result<int> waitFor(pid_t child, const std::string& program) {
   int status = 0;
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  while (::waitpid(child, &status, 0) < 0) {
+    if (errno != EINTR) return fail("wait for", program, errno);
   }
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
@@ -162,18 +221,20 @@ int waitFor(pid_t child) {
 Result<ChildResult> runChild(const ChildRequest& request) {
   if (request.arguments.empty()) return fail("start", {}, EINVAL);
   Channels channels;
-  LUMISK_TRY(channels.input, makeChannel());
-  LUMISK_TRY(channels.output, makeChannel());
-  LUMISK_TRY(channels.errors, makeChannel());
+  LUMISK_TRY(channels.input, makeChannel(Direction::kToChild));
+  LUMISK_TRY(channels.output, makeChannel(Direction::kFromChild));
+  LUMISK_TRY(channels.errors, makeChannel(Direction::kFromChild));
   LUMISK_TRY(const pid_t child, spawn(request, channels));
   channels.input.theirs.reset();
   channels.output.theirs.reset();
   channels.errors.theirs.reset();
   ChildResult result;
-  const bool inTime = Exchange(request, channels, result).run();
-  if (!inTime) ::kill(child, SIGKILL);
-  result.status = waitFor(child);
-  if (!inTime) return fail("wait for", request.arguments[0], ETIMEDOUT);
+  const Descriptor ended(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
+  const int cannotWatch = ended.isOpen() ? 0 : errno;
+  const bool inTime = cannotWatch == 0 && Exchange(request, channels, result).run(ended);
+  if (!inTime) ::kill(-child, SIGKILL);
+  LUMISK_TRY(result.status, waitFor(child, request.arguments[0]));
+  if (!inTime) return fail("wait for", request.arguments[0], cannotWatch != 0 ? cannotWatch : ETIMEDOUT);
   return result;
 }
 

@@ -97,12 +97,10 @@ Result<std::optional<struct stat>> existing(const std::string& path) {
 }
 
 // Closing can still fail: some file systems report only then that the disk was full.
-Result<FileStamp> finish(Descriptor file, const std::string& path) {
-  struct stat status {};
+Result<void> finish(Descriptor file, const std::string& path) {
   if (::fsync(file.get()) != 0) return fail("sync", path, errno);
-  if (::fstat(file.get(), &status) != 0) return fail("look at", path, errno);
   if (::close(file.release()) != 0 && errno != EINTR) return fail("close", path, errno);
-  return stampFrom(status);
+  return {};
 }
 
 }  // namespace
@@ -139,7 +137,7 @@ Result<LoadedFile> loadFile(const std::string& path) {
   return LoadedFile{std::move(bytes), stamp};
 }
 
-Result<FileStamp> replaceFile(const std::string& path, std::string_view bytes, unsigned newMode) {
+Result<void> replaceFile(const std::string& path, std::string_view bytes, unsigned newMode) {
   LUMISK_TRY(const auto target, followLinks(path));
   LUMISK_TRY(const auto old, existing(target));
   TemporarySibling sibling(target);
@@ -151,10 +149,9 @@ Result<FileStamp> replaceFile(const std::string& path, std::string_view bytes, u
     [[maybe_unused]] const int owned = ::fchown(file.get(), old->st_uid, old->st_gid);
     if (::fchmod(file.get(), old->st_mode & 07777) != 0) return fail("set the permissions", sibling.path(), errno);
   }
-  LUMISK_TRY(auto stamp, finish(std::move(file), sibling.path()));
+  LUMISK_CHECK(finish(std::move(file), sibling.path()));
   LUMISK_CHECK(sibling.become(target));
-  LUMISK_CHECK(syncFolder(paths::parent(target)));
-  return stamp;
+  return syncFolder(paths::parent(target));
 }
 
 Result<void> syncFolder(const std::string& folder) {

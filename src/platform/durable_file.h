@@ -32,7 +32,7 @@ Result<LoadedFile> loadFile(const std::string& path);
 // Replaces the file, or what a link at the path points to, in one step that survives a power failure: the bytes go to a
 // temporary sibling, which is synced and renamed, and the folder is synced. An existing file keeps its permissions and,
 // when allowed, its owner; a new one gets `newMode` less the process's umask. Anything but a regular file is refused.
-Result<FileStamp> replaceFile(const std::string& path, std::string_view bytes, unsigned newMode);
+Result<void> replaceFile(const std::string& path, std::string_view bytes, unsigned newMode);
 Result<void> syncFolder(const std::string& folder);
 
 }  // namespace lumisk

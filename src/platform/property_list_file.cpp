@@ -13,8 +13,7 @@ Result<PropertyList> readPropertyListFile(const std::string& path) {
 Result<void> writePropertyListFile(const std::string& path, const PropertyList& list) {
   auto xml = propertyListToXml(list);
   if (!xml) return fail(xml.error().operation, path, xml.error().code, xml.error().detail);
-  LUMISK_CHECK(replaceFile(path, *xml, 0666));
-  return {};
+  return replaceFile(path, *xml, 0666);
 }
 
 }  // namespace lumisk

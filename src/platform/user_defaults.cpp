@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <map>
 #include <optional>
 
 #include "platform/byte_text.h"
@@ -23,25 +25,62 @@ constexpr unsigned kFolderMode = 0700;
 constexpr unsigned kFileMode = 0600;
 
 Result<void> makeFolders(const std::string& folder) {
-  if (::mkdir(folder.c_str(), kFolderMode) == 0 || errno == EEXIST) return {};
-  if (errno != ENOENT || paths::parent(folder) == folder) return fail("make the folder", folder, errno);
-  LUMISK_CHECK(makeFolders(paths::parent(folder)));
-  if (::mkdir(folder.c_str(), kFolderMode) == 0 || errno == EEXIST) return {};
-  return fail("make the folder", folder, errno);
+  const auto above = paths::parent(folder);
+  if (::mkdir(folder.c_str(), kFolderMode) != 0) {
+    if (errno == EEXIST) return {};
+    if (errno != ENOENT || above == folder) return fail("make the folder", folder, errno);
+    LUMISK_CHECK(makeFolders(above));
+    if (::mkdir(folder.c_str(), kFolderMode) != 0 && errno != EEXIST) return fail("make the folder", folder, errno);
+  }
+  return syncFolder(above);
 }
 
-// A free name that tells when the file was found damaged.
-std::string damagedName(const std::string& path) {
+// EEXIST when there is something of that name already.
+Result<void> renameToNewName(const std::string& path, const std::string& name) {
+  if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE) == 0) return {};
+  if (errno != EINVAL) return fail("set aside as " + name, path, errno);
+  // The file system cannot refuse to replace.
+  if (::access(name.c_str(), F_OK) == 0) return fail("set aside as " + name, path, EEXIST);
+  if (::rename(path.c_str(), name.c_str()) != 0) return fail("set aside as " + name, path, errno);
+  return {};
+}
+
+// Under a name that tells when the file was found damaged.
+Result<std::string> setAside(const std::string& path) {
   const std::string dated = path + ".damaged-" + CalendarDate(systemClock().now()).description("%Y%m%d-%H%M%S");
   std::string name = dated;
-  for (int further = 2; ::access(name.c_str(), F_OK) == 0; ++further) name = fmt::format("{}-{}", dated, further);
+  for (int further = 2;; ++further) {
+    const auto renamed = renameToNewName(path, name);
+    if (renamed) break;
+    if (renamed.error().code != EEXIST) return fail(renamed.error());
+    name = fmt::format("{}-{}", dated, further);
+  }
+  LUMISK_CHECK(syncFolder(paths::parent(path)));
   return name;
+}
+
+// One lock for each path, for as long as anybody uses it.
+std::shared_ptr<std::mutex> mutexOf(const std::string& path) {
+  static std::mutex guarding;
+  static std::map<std::string, std::weak_ptr<std::mutex>> all;
+  const std::lock_guard guard(guarding);
+  std::erase_if(all, [](const auto& entry) { return entry.second.expired(); });
+  auto mutex = all[path].lock();
+  if (!mutex) all[path] = mutex = std::make_shared<std::mutex>();
+  return mutex;
+}
+
+// File systems count time in steps: a file that changed a moment ago may change again and look the same.
+bool isSettled(const FileStamp& stamp) {
+  constexpr std::chrono::seconds kCoarsestStep(2);
+  const auto changed = std::chrono::nanoseconds(stamp.changedNanoseconds);
+  return systemClock().now().time_since_epoch() - changed > kCoarsestStep;
 }
 
 }  // namespace
 
 struct UserDefaults::Loaded {
-  std::optional<FileStamp> stamp;  // empty: there was no file
+  std::optional<FileStamp> stamp;  // the state of the file that `values` were read from, when it can be told again
   PropertyList::Dictionary values;
 };
 
@@ -53,14 +92,14 @@ class UserDefaults::Ownership {
   Descriptor lock_;  // the lock goes with it
 };
 
-UserDefaults::UserDefaults(std::string path) : path_(std::move(path)) {}
+UserDefaults::UserDefaults(std::string path) : path_(std::move(path)), mutex_(mutexOf(path_)) {}
 
 std::string UserDefaults::standardPath() {
-  return homeFolder() + "/Library/Preferences/" + kDefaultsDomain + ".plist";
+  return paths::join(homeFolder(), fmt::format("Library/Preferences/{}.plist", kDefaultsDomain));
 }
 
 Result<PropertyList> UserDefaults::object(const std::string& key) {
-  const std::lock_guard guard(mutex_);
+  const std::lock_guard guard(*mutex_);
   LUMISK_CHECK(refresh());
   const auto found = loaded_->values.find(key);
   return found == loaded_->values.end() ? PropertyList() : found->second;
@@ -75,45 +114,48 @@ Result<void> UserDefaults::removeObject(const std::string& key) {
 }
 
 Result<void> UserDefaults::change(const std::function<void(PropertyList::Dictionary&)>& edit) {
-  const std::lock_guard guard(mutex_);
+  const std::lock_guard guard(*mutex_);
   LUMISK_CHECK(refresh());
   PropertyList::Dictionary changed = loaded_->values;
   edit(changed);
+  std::erase_if(changed, [](const auto& entry) { return entry.second.isNone(); });
   if (changed == loaded_->values) return {};
-  LUMISK_TRY(const std::string xml, propertyListToXml(changed));
+  auto xml = propertyListToXml(std::move(changed));
+  if (!xml) return fail(xml.error().operation, path_, xml.error().code, xml.error().detail);
   LUMISK_CHECK(makeFolders(paths::parent(path_)));
-  LUMISK_TRY(loaded_->stamp, replaceFile(path_, xml, kFileMode));
-  loaded_->values = std::move(changed);
-  return {};
+  loaded_.reset();
+  return replaceFile(path_, *xml, kFileMode);
 }
 
 std::vector<std::string> UserDefaults::takeWarnings() {
-  const std::lock_guard guard(mutex_);
+  const std::lock_guard guard(*mutex_);
   return std::exchange(warnings_, {});
 }
 
-// What is in memory stays what it was when this fails.
 Result<void> UserDefaults::refresh() {
   const auto stamp = stampOf(path_);
-  if (!stamp && stamp.error().code != ENOENT) return fail(stamp.error());
-  if (!stamp) {
-    loaded_ = std::make_shared<Loaded>();
-    return {};
+  if (stamp && loaded_ && loaded_->stamp == *stamp) return {};
+  loaded_.reset();
+  auto file = loadFile(path_);
+  if (!file && file.error().code != ENOENT) return fail(file.error());
+  Loaded loaded;
+  if (file) {
+    auto parsed = parsePropertyList(file->bytes);
+    if (parsed && parsed->kind() == PropertyList::Kind::kDictionary) {
+      loaded.values = std::move(parsed->mutableDictionary());
+      if (isSettled(file->stamp)) loaded.stamp = file->stamp;
+    } else {
+      LUMISK_CHECK(setDamagedAside(parsed ? "not a dictionary" : parsed.error().detail));
+    }
   }
-  if (loaded_ && loaded_->stamp == *stamp) return {};
-  LUMISK_TRY(LoadedFile file, loadFile(path_));
-  auto parsed = parsePropertyList(file.bytes);
-  if (parsed && parsed->kind() == PropertyList::Kind::kDictionary) {
-    loaded_ = std::make_shared<Loaded>(Loaded{file.stamp, std::move(parsed->mutableDictionary())});
-    return {};
-  }
-  LUMISK_TRY(const std::string real, followLinks(path_));
-  const std::string aside = damagedName(real);
-  if (::rename(real.c_str(), aside.c_str()) != 0) return fail("set aside the damaged file", path_, errno);
-  LUMISK_CHECK(syncFolder(paths::parent(real)));
-  const std::string why = parsed ? "it is no dictionary" : displayText(parsed.error().text());
+  loaded_ = std::make_shared<Loaded>(std::move(loaded));
+  return {};
+}
+
+Result<void> UserDefaults::setDamagedAside(const std::string& why) {
+  LUMISK_TRY(const auto real, followLinks(path_));
+  LUMISK_TRY(const auto aside, setAside(real));
   warnings_.push_back(fmt::format("{}: damaged, kept as {}: {}", displayText(path_), displayText(aside), why));
-  loaded_ = std::make_shared<Loaded>();
   return {};
 }
 
@@ -122,8 +164,9 @@ Result<std::shared_ptr<UserDefaults::Ownership>> UserDefaults::own() {
   const std::string path = path_ + ".lock";
   Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kFileMode));
   if (!lock.isOpen()) return fail("open the lock", path, errno);
-  while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
+  while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EINTR) return fail("lock", path, errno);
+  }
   return std::make_shared<Ownership>(std::move(lock));
 }
 

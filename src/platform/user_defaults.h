@@ -16,8 +16,8 @@ inline constexpr const char* kDefaultsDomain = "com.qelcorporation.lumisk";
 // disk (the file is read again when it changed); every change is written through, atomically and durably, before it
 // returns, and never replaces a file that was not read whole. A file that does not parse is set aside under a dated
 // name beside it, reported by takeWarnings(), and the settings start empty; a file that cannot be read (permissions,
-// I/O) is left alone and every call fails. All methods may be called from any thread. Between processes, whoever owns
-// the store holds its lock.
+// I/O) is left alone and every call fails. All methods may be called from any thread, and several objects of one path
+// are as good as one. Between processes, whoever owns the store holds its lock.
 class UserDefaults {
  public:
   explicit UserDefaults(std::string path);
@@ -26,7 +26,8 @@ class UserDefaults {
   Result<PropertyList> object(const std::string& key);  // kNone when missing
   Result<void> setObject(const std::string& key, PropertyList value);
   Result<void> removeObject(const std::string& key);
-  // All changes of `edit` in one write; nothing is written when it leaves the dictionary as it was.
+  // All changes of `edit` in one write; nothing is written when it leaves the dictionary as it was. `edit` runs under
+  // the lock of this path: it must not ask for settings of the same file.
   Result<void> change(const std::function<void(PropertyList::Dictionary&)>& edit);
   // What was set aside since the last call, one line each, for the face to show.
   std::vector<std::string> takeWarnings();
@@ -40,9 +41,10 @@ class UserDefaults {
  private:
   struct Loaded;
   Result<void> refresh();
+  Result<void> setDamagedAside(const std::string& why);
 
-  std::mutex mutex_;
   std::string path_;
+  std::shared_ptr<std::mutex> mutex_;  // of the path: also held by its other objects in this process
   std::shared_ptr<Loaded> loaded_;
   std::vector<std::string> warnings_;
 };

@@ -1,8 +1,14 @@
 #include "platform/child_process.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <cerrno>
+
+#include "platform/descriptor.h"
+#include "support/temp_tree.h"
 
 namespace lumisk {
 namespace {
@@ -30,6 +36,33 @@ TEST(ChildProcess, ChildThatDoesNotReadItsInput_IsNoError) {
   const auto result = runChild(request);
   ASSERT_TRUE(result);
   EXPECT_EQ(result->output, "done\n");
+}
+
+TEST(ChildProcess, StandardFilesOpenedByName_AreOurs) {
+  ChildRequest request = shell("cat /dev/stdin; echo bad > /dev/stderr");
+  request.input = "word";
+  const auto result = runChild(request);
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->output, "word");
+  EXPECT_EQ(result->errors, "bad\n");
+}
+
+TEST(ChildProcess, WhatItLeavesInTheBackground_IsNotWaitedFor) {
+  const auto result = runChild(shell("sleep 1000 & echo $!; exit 3"));
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->status, 3);
+  EXPECT_EQ(::kill(std::stoi(result->output), SIGKILL), 0);
+}
+
+TEST(ChildProcess, TimeUp_EndsAlsoWhatItStartedAndWhatIsSilent) {
+  const test::TempTree tree{{"fifo", test::Fifo{}}};
+  const Descriptor reader(::open((tree / "fifo").c_str(), O_RDONLY | O_NONBLOCK));
+  ChildRequest request = shell("exec >&- 2>&-; sleep 1000 > '" + tree / "fifo" + "' & wait");
+  request.limit = std::chrono::milliseconds(200);
+  EXPECT_EQ(runChild(request).error().code, ETIMEDOUT);
+  ::fcntl(reader.get(), F_SETFL, 0);
+  char byte;
+  EXPECT_EQ(::read(reader.get(), &byte, 1), 0) << "this is reached when nobody holds the fifo any more";
 }
 
 TEST(ChildProcess, Arguments_PassNoShell) {

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <thread>
 
 #include "support/temp_tree.h"
 
@@ -55,6 +56,45 @@ TEST(UserDefaults, UnreadableFile_FailsAndIsLeftAlone) {
   EXPECT_FALSE(defaults.object("x"));
   EXPECT_FALSE(defaults.setObject("x", 1));
   EXPECT_EQ(test::listing(home.path()), std::vector<std::string>{"settings.plist"});
+}
+
+TEST(UserDefaults, ValueThatCannotBeStored_ChangesNothing) {
+  const TempTree home;
+  UserDefaults defaults(home / "settings.plist");
+  ASSERT_TRUE(defaults.setObject("x", 1));
+  EXPECT_EQ(defaults.setObject("\xFF", 1).error().code, EINVAL);
+  EXPECT_FALSE(defaults.setObject("y", PropertyList::Array{PropertyList()}));
+  EXPECT_EQ(defaults.object("x")->integer(), 1);
+  EXPECT_TRUE(defaults.object("y")->isNone());
+}
+
+TEST(UserDefaults, ThreadsWithObjectsOfTheirOwn_LoseNoChange) {
+  const TempTree home;
+  const std::string path = home / "settings.plist";
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&path] {
+      UserDefaults own(path);
+      for (int i = 0; i < 10; ++i) {
+        EXPECT_TRUE(own.change([](auto& values) { values["n"] = values["n"].integer() + 1; }));
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(UserDefaults(path).object("n")->integer(), 40);
+}
+
+TEST(UserDefaults, TwoDamagedFilesInOneSecond_AreBothKept) {
+  const TempTree home;
+  UserDefaults defaults(home / "settings.plist");
+  for (const char* damaged : {"1", "2", "3"}) {
+    test::writeFile(home / "settings.plist", damaged);
+    ASSERT_TRUE(defaults.object("x"));
+  }
+  EXPECT_EQ(defaults.takeWarnings().size(), 3U);
+  std::string kept;
+  for (const auto& name : test::listing(home.path())) kept += test::readFile(home / name);
+  EXPECT_EQ(kept, "123");
 }
 
 TEST(UserDefaults, Ownership_IsExclusiveUntilItGoes) {
