@@ -5,7 +5,6 @@
 
 #include <deque>
 #include <mutex>
-#include <utility>
 
 namespace lumisk {
 
@@ -25,12 +24,28 @@ class MainLoop::Source {
   GSource* source_;
 };
 
+// The queue of perform() has one source for all its life, made on the main thread: other threads only make it ready, so
+// that nothing passes between threads but through the queue's own lock.
 struct MainLoop::State {
-  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
   std::mutex mutex;
   std::deque<std::function<void()>> queue;
-  bool isScheduled = false;
-  ~State() { g_main_loop_unref(loop); }
+  GSource* source = nullptr;
+  bool isQuitting = false;  // of the main thread
+
+  // The next piece of work; the source sleeps when there is none.
+  std::function<void()> take() {
+    const std::lock_guard guard(mutex);
+    std::function<void()> next;
+    if (!queue.empty()) {
+      next = std::move(queue.front());
+      queue.pop_front();
+    }
+    if (queue.empty()) g_source_set_ready_time(source, kAsleep);
+    return next;
+  }
+
+  static constexpr gint64 kAsleep = -1;
+  static constexpr gint64 kAtOnce = 0;
 };
 
 namespace {
@@ -58,46 +73,46 @@ GSource* attach(GSource* source, GSourceFunc function, Work work) {
 
 }  // namespace
 
-MainLoop::MainLoop() : state_(std::make_shared<State>()) {}
+MainLoop::MainLoop() : state_(std::make_shared<State>()) {
+  struct QueueSource {
+    GSource base;
+    State* state;
+  };
+  // One piece at a time, so that timers and descriptors have their turn.
+  static GSourceFuncs functions{nullptr,
+                                nullptr,
+                                [](GSource* source, GSourceFunc, gpointer) -> gboolean {
+                                  if (const auto work = reinterpret_cast<QueueSource*>(source)->state->take()) work();
+                                  return G_SOURCE_CONTINUE;
+                                },
+                                nullptr,
+                                nullptr,
+                                nullptr};
+  state_->source = g_source_new(&functions, sizeof(QueueSource));
+  reinterpret_cast<QueueSource*>(state_->source)->state = state_.get();
+  g_source_attach(state_->source, nullptr);
+}
 
 // What was given to perform() and has not been run is dropped.
 MainLoop::~MainLoop() {
-  const std::lock_guard guard(state_->mutex);
-  state_->queue.clear();
+  g_source_destroy(state_->source);
+  g_source_unref(state_->source);
 }
 
 void MainLoop::run() {
-  g_main_loop_run(state_->loop);
+  state_->isQuitting = false;
+  while (!state_->isQuitting) g_main_context_iteration(nullptr, TRUE);
 }
 
+// In the queue like everything else: a request that comes before run() is not lost.
 void MainLoop::quit() {
-  // From another thread, or before run(), the loop may not be running yet: the request must not be lost.
-  perform([loop = state_->loop] { g_main_loop_quit(loop); });
+  perform([state = state_.get()] { state->isQuitting = true; });
 }
 
 void MainLoop::perform(std::function<void()> work) {
   const std::lock_guard guard(state_->mutex);
   state_->queue.push_back(std::move(work));
-  if (std::exchange(state_->isScheduled, true)) return;
-  auto* const kept = new std::weak_ptr<State>(state_);
-  const auto drain = [](gpointer data) -> gboolean {
-    const auto state = static_cast<std::weak_ptr<State>*>(data)->lock();
-    if (!state) return G_SOURCE_REMOVE;
-    std::deque<std::function<void()>> due;
-    {
-      const std::lock_guard drained(state->mutex);
-      due.swap(state->queue);
-      state->isScheduled = false;
-    }
-    for (const auto& one : due) one();
-    return G_SOURCE_REMOVE;
-  };
-  const auto forget = [](gpointer data) { delete static_cast<std::weak_ptr<State>*>(data); };
-  GSource* const source = g_idle_source_new();
-  g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  g_source_set_callback(source, drain, kept, forget);
-  g_source_attach(source, nullptr);
-  g_source_unref(source);
+  g_source_set_ready_time(state_->source, State::kAtOnce);
 }
 
 MainLoop::SourceHandle MainLoop::every(std::chrono::milliseconds interval, std::function<void()> work) {

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <functional>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -28,10 +30,35 @@ TEST(MainLoop, WorkOfOtherThreads_RunsInOrderOnTheMainThread) {
   EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
 }
 
-TEST(MainLoop, QuitBeforeRun_IsNotLost) {
+TEST(MainLoop, QuitBeforeRun_IsNotLostAndTheLoopRunsAgain) {
   MainLoop loop;
-  loop.quit();
+  int runs = 0;
+  for (int i = 0; i < 3; ++i) {
+    loop.quit();
+    loop.perform([&] { ++runs; });
+    loop.run();
+  }
+  EXPECT_EQ(runs, 2);  // what stands behind quit() waits for the next run
+}
+
+TEST(MainLoop, WorkThatAddsWorkForEver_LeavesTurnsToTimers) {
+  MainLoop loop;
+  std::function<void()> endless = [&] { loop.perform(endless); };
+  endless();
+  const auto timer = loop.every(std::chrono::milliseconds(1), [&] { loop.quit(); });
   loop.run();
+}
+
+TEST(MainLoop, WorkThatIsLeft_GoesWithTheLoop) {
+  auto held = std::make_shared<int>(1);
+  {
+    MainLoop loop;
+    loop.perform([held] { FAIL() << "the loop has gone"; });
+  }
+  EXPECT_EQ(held.use_count(), 1);
+  MainLoop next;
+  next.quit();
+  next.run();
 }
 
 TEST(MainLoop, Sources_FireUntilTheirHandlesGo) {
