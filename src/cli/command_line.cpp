@@ -30,6 +30,8 @@ void addCommands(CLI::App& parser, CommandRun& chosen) {
   addSyncCommand(parser, chosen);
   addRunCommand(parser, chosen);
   addLogCommand(parser, chosen);
+  addVersionsCommand(parser, chosen);
+  addRestoreCommand(parser, chosen);
 }
 
 // The parser's own messages may show guarded texts and end with a hint on further lines.

@@ -12,6 +12,8 @@ void addBackupCommand(CLI::App& parent, CommandRun& chosen);
 void addSyncCommand(CLI::App& parent, CommandRun& chosen);
 void addRunCommand(CLI::App& parent, CommandRun& chosen);
 void addLogCommand(CLI::App& parent, CommandRun& chosen);
+void addVersionsCommand(CLI::App& parent, CommandRun& chosen);
+void addRestoreCommand(CLI::App& parent, CommandRun& chosen);
 
 // Below `lumisk job`.
 void addJobAddCommand(CLI::App& parent, CommandRun& chosen);

@@ -14,7 +14,7 @@ constexpr Row kRows[] = {
     {Ending::kDone, 0, "done"},
     {Ending::kIncomplete, 1, "the run ended with an error, incomplete or held"},
     {Ending::kRefused, 2, "wrong usage or refused"},
-    {Ending::kNoSuchJob, 3, "no such job"},
+    {Ending::kNoSuchJob, 3, "no such job, or nothing known of the path"},
     {Ending::kStoreIsHeld, 4, "another instance holds the store"},
     {Ending::kCancelled, 130, "cancelled by the user"},
 };

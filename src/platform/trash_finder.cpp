@@ -33,8 +33,8 @@ std::string pathOfOpenFolder(int folder) {
   return path;
 }
 
-TrashFinder::TrashFinder(FileCalls& files, std::string fallbackFolder)
-    : files_(files), fallbackFolder_(std::move(fallbackFolder)) {}
+TrashFinder::TrashFinder(FileCalls& files, std::string fallbackFolder, Missing missing)
+    : files_(files), fallbackFolder_(std::move(fallbackFolder)), missing_(missing) {}
 
 Result<TrashFolder> TrashFinder::home(std::uint64_t device, int /*folder*/) {
   const std::string path = dataFolder();
@@ -59,13 +59,15 @@ Result<TrashFolder> TrashFinder::fallback(std::uint64_t device, int /*folder*/) 
 }
 
 Result<void> TrashFinder::requireDevice(int folder, std::uint64_t device) {
+  if (missing_ == Missing::kLeave) return {};
   LUMISK_TRY(const auto status, files_.statusOf(folder));
   if (status.identity.device != device) return fail("find a trash folder", pathOfOpenFolder(folder), EXDEV);
   return {};
 }
 
 Result<Descriptor> TrashFinder::openOrMakeIn(int parent, const std::string& name) {
-  if (auto opened = files_.openFolder(parent, name); opened || opened.error().code != ENOENT) return opened;
+  auto opened = files_.openFolder(parent, name);
+  if (opened || opened.error().code != ENOENT || missing_ == Missing::kLeave) return opened;
   if (auto made = files_.makeFolder(parent, name, kPrivateFolder); !made && made.error().code != EEXIST)
     return fail(std::move(made).error());
   return files_.openFolder(parent, name);
@@ -75,6 +77,7 @@ Result<Descriptor> TrashFinder::openOrMakeIn(int parent, const std::string& name
 Result<Descriptor> TrashFinder::openOrMake(const std::string& path, std::uint64_t device) {
   auto opened = files_.openRoot(path);
   if (opened || opened.error().code != ENOENT || path == "/" || path.empty()) return opened;
+  if (missing_ == Missing::kLeave) return opened;
   LUMISK_TRY(const auto parent, openOrMake(paths::parent(path), device));
   LUMISK_CHECK(requireDevice(parent.get(), device));
   return openOrMakeIn(parent.get(), paths::lastComponent(path));

@@ -21,7 +21,11 @@ struct TrashFolder {
 // the one that was asked for lies on another device.
 class TrashFinder {
  public:
-  TrashFinder(FileCalls& files, std::string fallbackFolder);
+  enum class Missing {
+    kMake,
+    kLeave,  // for those who only look: nothing is made (ENOENT), and no device is asked for
+  };
+  TrashFinder(FileCalls& files, std::string fallbackFolder, Missing missing = Missing::kMake);
 
   // `folder` is open, on `device`, and holds what goes into the trash.
   Result<TrashFolder> home(std::uint64_t device, int folder);
@@ -42,6 +46,7 @@ class TrashFinder {
 
   FileCalls& files_;
   const std::string fallbackFolder_;
+  const Missing missing_;
 };
 
 // The path by which the system knows an open folder; empty when it has none that is short enough.

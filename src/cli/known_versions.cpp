@@ -1,0 +1,66 @@
+#include "cli/known_versions.h"
+
+#include <fmt/format.h>
+
+#include "cli/job_setup.h"
+#include "cli/number_text.h"
+#include "cli/store_access.h"
+#include "platform/calendar_date.h"
+#include "platform/civil_time.h"
+
+namespace lumisk {
+namespace {
+
+tl::unexpected<Complaint> nothingKnown(const std::string& path, std::string why) {
+  return fail(Complaint{Ending::kNoSuchJob, path, std::move(why)});
+}
+
+}  // namespace
+
+Checked<AskedPath> askedPath(const std::string& given, CommandIo& io) {
+  LUMISK_TRY(const auto absolute, absolutePaths({given}, io));
+  StoreAccess access(io);
+  LUMISK_TRY(JobStore* const store, access.read());
+  AskedPath asked{absolute.front(), {}, store->jobs()};
+  asked.places = versionPlaces(asked.jobs, asked.path);
+  if (!asked.places.empty()) return asked;
+  // The working folder may have been reached by a link.
+  const std::string resolved = resolvedPath(io.files, asked.path);
+  asked.places = versionPlaces(asked.jobs, resolved);
+  if (asked.places.empty()) return nothingKnown(asked.path, "no stored job copies it");
+  asked.path = resolved;
+  return asked;
+}
+
+Checked<KnownVersions> knownVersions(const AskedPath& asked, CommandIo& io) {
+  KnownVersions known = findVersions(io.files, asked.places);
+  if (known.versions.empty() && !known.problems.empty()) return fail(complaintOf(known.problems.front()));
+  if (known.versions.empty()) return nothingKnown(asked.path, "no version of it was found");
+  for (const Error& problem : known.problems) io.err << complaintLine(complaintOf(problem)) << '\n';
+  return known;
+}
+
+std::string versionKindText(const Version& version) {
+  switch (version.kind) {
+    case VersionKind::kCopy:
+      return "copy";
+    case VersionKind::kRevision:
+      return fmt::format("revision {}", version.revision);
+    case VersionKind::kOld:
+      return "old";
+    case VersionKind::kTrash:
+      break;
+  }
+  return "trash";
+}
+
+std::string versionDateText(const Version& version) {
+  return CalendarDate(wallTime(version.status.modified.seconds)).description();
+}
+
+std::string versionSizeText(const Version& version) {
+  if (version.status.type == FileType::kFolder) return "folder";
+  return version.status.type == FileType::kLink ? "link" : bytesText(version.status.size);
+}
+
+}  // namespace lumisk

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/command_io.h"
+#include "engine/version_catalog.h"
+#include "platform/property_list.h"
+
+namespace lumisk {
+
+// A path that the user asks about, and the stored jobs' places of it.
+struct AskedPath {
+  std::string path;  // absolute
+  std::vector<VersionPlace> places;
+  PropertyList::Array jobs;
+};
+
+// Ends with status 3 when no stored job knows the path.
+Checked<AskedPath> askedPath(const std::string& given, CommandIo& io);
+
+// The versions, newest first. Places that could not be looked into are said on io.err; when nothing was found because
+// of them that is the complaint, otherwise status 3.
+Checked<KnownVersions> knownVersions(const AskedPath& asked, CommandIo& io);
+
+// "copy", "revision 3", "old", "trash".
+[[nodiscard]] std::string versionKindText(const Version& version);
+[[nodiscard]] std::string versionDateText(const Version& version);
+// "1.2 MB"; "folder", "link".
+[[nodiscard]] std::string versionSizeText(const Version& version);
+
+}  // namespace lumisk

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "engine/full_path.h"
+#include "platform/property_list.h"
+
+namespace lumisk {
+
+// Where a job keeps versions of one file or folder.
+struct VersionPlace {
+  std::string job;          // its name
+  std::string source;       // the source that holds it
+  std::string original;     // its path there
+  std::string target;       // the folder that the source is copied to
+  std::string copy;         // its path there
+  std::string firstTarget;  // the folder with the job's revisions
+  PlaceNames names;         // how revisions of what lies elsewhere are spelled below that
+  enum class Conflicts { kNone, kMayKeepBoth } conflicts = Conflicts::kNone;  // then there may be "(OLD)" copies
+};
+
+// The places of a path, absolute and normalised, that lies at a source of the stored jobs or among the copies in a
+// target, by whole components. A dictionary that is no job is passed by. Pure.
+[[nodiscard]] std::vector<VersionPlace> versionPlaces(const PropertyList::Array& jobs, const std::string& path);
+
+}  // namespace lumisk
