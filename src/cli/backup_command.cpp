@@ -62,7 +62,7 @@ void addBackupCommand(CLI::App& parent, CommandRun& chosen) {
   addTexts(*command, "PATHS", options->paths, "One or more sources, then the target folder; it is made where missing")
       ->required()
       ->expected(2, CLI::detail::expected_max_vector_size)
-      ->type_name("SOURCE... TARGET");
+      ->option_text("(SOURCE... TARGET)");
   options->job.add(*command, copyOptions());
   addRunFlags(*command, options->run);
   chooseWhenNamed(*command, chosen, options, &backup);

@@ -24,7 +24,8 @@ void addJobCommands(CLI::App& parent, CommandRun& chosen) {
 void addCommands(CLI::App& parser, CommandRun& chosen) {
   parser.require_subcommand(0, 1);
   parser.set_version_flag("--version", "lumisk " LUMISK_VERSION, "Print the version");
-  parser.footer("Without a command, lumisk shows the jobs and their state.\n\n" + exitStatusHelp());
+  parser.footer(exitStatusHelp());
+  parser.get_formatter()->label("REQUIRED", "(required)");
   addBackupCommand(parser, chosen);
   addJobCommands(parser, chosen);
   addSyncCommand(parser, chosen);
@@ -69,7 +70,7 @@ Checked<Parsed> parse(CLI::App& parser, const std::vector<std::string>& argument
 
 Checked<Ending> carryOut(const std::vector<std::string>& arguments, CommandIo& io) {
   CommandRun chosen = showJobs;
-  CLI::App parser("Backs up and synchronises folders.", "lumisk");
+  CLI::App parser("Backs up and synchronises folders. Without a command it shows the jobs and their state.", "lumisk");
   addCommands(parser, chosen);
   LUMISK_TRY(const Parsed parsed, parse(parser, arguments, io));
   return parsed == Parsed::kCommand ? chosen(io) : Checked<Ending>(Ending::kDone);

@@ -70,10 +70,13 @@ Checked<Ending> jobAdd(const JobAddOptions& options, CommandIo& io) {
 void addJobAddCommand(CLI::App& parent, CommandRun& chosen) {
   auto* command = parent.add_subcommand("add", "Make a job; without a schedule it runs in real time");
   auto options = std::make_shared<JobAddOptions>();
-  addText(*command, "NAME", options->name, "The new job's name")->required()->type_name("");
-  addText(*command, "--type", options->type, "backup (the default), sync-revisions, sync or clone")->type_name("TYPE");
-  addTexts(*command, "--source", options->sources, "Folders or files to copy")->required()->type_name("PATH");
-  addTexts(*command, "--target", options->targets, "One folder, or one for each source")->required()->type_name("PATH");
+  addText(*command, "NAME", options->name, "The new job's name")->required();
+  addText(*command, "--type", options->type, "backup (the default), sync-revisions, sync or clone")
+      ->option_text("TYPE");
+  addTexts(*command, "--source", options->sources, "Folders or files to copy")->required()->option_text("PATH..");
+  addTexts(*command, "--target", options->targets, "One folder, or one for each source")
+      ->required()
+      ->option_text("PATH..");
   options->job.add(*command, scheduleOptions());
   options->job.add(*command, copyOptions());
   options->job.add(*command, syncOptions());

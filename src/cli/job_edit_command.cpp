@@ -65,9 +65,9 @@ Checked<Ending> jobEdit(const JobEditOptions& options, CommandIo& io) {
 void addJobEditCommand(CLI::App& parent, CommandRun& chosen) {
   auto* command = parent.add_subcommand("edit", "Change settings of a job; what is not given stays");
   auto options = std::make_shared<JobEditOptions>();
-  addText(*command, "NAME", options->name, "The job's name")->required()->type_name("");
-  addTexts(*command, "--source", options->sources, "Other folders or files to copy")->type_name("PATH");
-  addTexts(*command, "--target", options->targets, "Another folder, or one for each source")->type_name("PATH");
+  addText(*command, "NAME", options->name, "The job's name")->required();
+  addTexts(*command, "--source", options->sources, "Other folders or files to copy")->option_text("PATH..");
+  addTexts(*command, "--target", options->targets, "Another folder, or one for each source")->option_text("PATH..");
   options->job.add(*command, scheduleOptions());
   options->job.add(*command, copyOptions());
   options->job.add(*command, syncOptions());

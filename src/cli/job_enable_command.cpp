@@ -41,7 +41,7 @@ void addCommand(CLI::App& parent, CommandRun& chosen, const char* word, const ch
                 Checked<Ending> (*run)(const JobEnableOptions&, CommandIo&)) {
   auto* command = parent.add_subcommand(word, help);
   auto options = std::make_shared<JobEnableOptions>();
-  addText(*command, "NAME", options->name, "The job's name")->required()->type_name("");
+  addText(*command, "NAME", options->name, "The job's name")->required();
   chooseWhenNamed(*command, chosen, options, run);
 }
 

@@ -147,15 +147,6 @@ constexpr TypeName kTypeNames[] = {
     {"clone", JobType::kClone},
 };
 
-void excludeOthersOfGroup(CLI::App& command, std::span<const JobOption> options, const JobOption& option) {
-  for (const JobOption& other : options) {
-    if (&other == &option) break;
-    if (*option.group != '\0' && std::string_view(option.group) == other.group) {
-      command.get_option(option.spelling)->excludes(command.get_option(other.spelling));
-    }
-  }
-}
-
 }  // namespace
 
 std::span<const JobOption> copyOptions() {
@@ -181,9 +172,8 @@ void GivenJobOptions::add(CLI::App& command, std::span<const JobOption> options)
       command.add_flag_callback(
           option.spelling, [keep] { keep(""); }, option.help);
     } else {
-      command.add_option_function<std::string>(option.spelling, keep, option.help)->type_name(option.value);
+      command.add_option_function<std::string>(option.spelling, keep, option.help)->option_text(option.value);
     }
-    excludeOthersOfGroup(command, options, option);
   }
 }
 
@@ -192,7 +182,19 @@ bool GivenJobOptions::has(std::string_view spelling) const {
                      [&](const Given& given) { return given.option->spelling == spelling; });
 }
 
+Checked<void> GivenJobOptions::checkGroups() const {
+  for (const Given& given : given_) {
+    for (const Given& other : given_) {
+      const std::string_view group = given.option->group;
+      if (group.empty() || group != other.option->group || given.option == other.option) continue;
+      return refuse(given.option->spelling, std::string("it contradicts ") + other.option->spelling);
+    }
+  }
+  return {};
+}
+
 Checked<void> GivenJobOptions::applyTo(QUORVELPREFERENCEINFO& job, const JobOptionContext& context) const {
+  LUMISK_CHECK(checkGroups());
   for (const Given& given : given_) {
     if (auto applied = given.option->apply(job, given.value, context); !applied) {
       return refuse(std::string(given.option->spelling) + " " + given.value, applied.error().why);

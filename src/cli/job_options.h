@@ -45,6 +45,8 @@ class GivenJobOptions {
   Checked<void> applyTo(QUORVELPREFERENCEINFO& job, const JobOptionContext& context) const;
 
  private:
+  Checked<void> checkGroups() const;
+
   struct Given {
     const JobOption* option;
     std::string value;

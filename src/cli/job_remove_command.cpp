@@ -30,7 +30,7 @@ Checked<Ending> jobRemove(const JobRemoveOptions& options, CommandIo& io) {
 void addJobRemoveCommand(CLI::App& parent, CommandRun& chosen) {
   auto* command = parent.add_subcommand("remove", "Forget a job; what it copied stays");
   auto options = std::make_shared<JobRemoveOptions>();
-  addText(*command, "NAME", options->name, "The job's name")->required()->type_name("");
+  addText(*command, "NAME", options->name, "The job's name")->required();
   chooseWhenNamed(*command, chosen, options, &jobRemove);
 }
 

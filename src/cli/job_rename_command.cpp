@@ -40,8 +40,8 @@ Checked<Ending> jobRename(const JobRenameOptions& options, CommandIo& io) {
 void addJobRenameCommand(CLI::App& parent, CommandRun& chosen) {
   auto* command = parent.add_subcommand("rename", "Give a job another name");
   auto options = std::make_shared<JobRenameOptions>();
-  addText(*command, "NAME", options->name, "The job's name")->required()->type_name("");
-  addText(*command, "NEW", options->newName, "Its new name")->required()->type_name("");
+  addText(*command, "NAME", options->name, "The job's name")->required();
+  addText(*command, "NEW", options->newName, "Its new name")->required();
   chooseWhenNamed(*command, chosen, options, &jobRename);
 }
 

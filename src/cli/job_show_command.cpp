@@ -28,7 +28,7 @@ Checked<Ending> jobShow(const JobShowOptions& options, CommandIo& io) {
 void addJobShowCommand(CLI::App& parent, CommandRun& chosen) {
   auto* command = parent.add_subcommand("show", "Show one job in full");
   auto options = std::make_shared<JobShowOptions>();
-  addText(*command, "NAME", options->name, "The job's name")->required()->type_name("");
+  addText(*command, "NAME", options->name, "The job's name")->required();
   addSwitch(*command, "--json", options->json, "Print the stored dictionary as JSON, with its own keys");
   chooseWhenNamed(*command, chosen, options, &jobShow);
 }

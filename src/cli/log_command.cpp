@@ -73,7 +73,7 @@ Checked<Ending> showLog(const LogOptions& options, CommandIo& io) {
 void addLogCommand(CLI::App& parent, CommandRun& chosen) {
   auto* command = parent.add_subcommand("log", "Show the application's log, or a job's");
   auto options = std::make_shared<LogOptions>();
-  addText(*command, "NAME", options->name, "The job's name; \"backup\" for `lumisk backup`")->type_name("");
+  addText(*command, "NAME", options->name, "The job's name; \"backup\" for `lumisk backup`");
   addSwitch(*command, "--follow,-f", options->follow, "Go on showing what is written, until Ctrl-C");
   chooseWhenNamed(*command, chosen, options, &showLog);
 }

@@ -37,8 +37,10 @@ std::string unguardedText(const std::string& text) {
 }
 
 CLI::Option* addText(CLI::App& command, const std::string& spelling, std::string& text, const std::string& help) {
-  return command.add_option_function<std::string>(
-      spelling, [&text](const std::string& given) { text = unguardedText(given); }, help);
+  return command
+      .add_option_function<std::string>(
+          spelling, [&text](const std::string& given) { text = unguardedText(given); }, help)
+      ->type_name("");
 }
 
 CLI::Option* addTexts(CLI::App& command, const std::string& spelling, std::vector<std::string>& texts,

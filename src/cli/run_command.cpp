@@ -22,7 +22,7 @@ Checked<Ending> runNamed(const RunCommandOptions& options, CommandIo& io) {
 void addRunCommand(CLI::App& parent, CommandRun& chosen) {
   auto* command = parent.add_subcommand("run", "Run a job now and wait for it");
   auto options = std::make_shared<RunCommandOptions>();
-  addText(*command, "NAME", options->name, "The job's name")->required()->type_name("");
+  addText(*command, "NAME", options->name, "The job's name")->required();
   addRunFlags(*command, options->run);
   chooseWhenNamed(*command, chosen, options, &runNamed);
 }

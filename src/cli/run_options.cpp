@@ -6,7 +6,7 @@ namespace lumisk {
 
 void addRunFlags(CLI::App& command, RunFlags& flags) {
   addText(command, "--pace", flags.pace, "full (the default here), or gentle: hardly felt by other programs")
-      ->type_name("gentle|full");
+      ->option_text("gentle|full");
   addSwitch(command, "--dry-run", flags.dryRun, "Say what would be copied, replaced or left out, and change nothing");
   addSwitch(command, "--json", flags.json, "Print the outcome as one JSON object");
 }
