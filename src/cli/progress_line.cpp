@@ -20,7 +20,8 @@ std::string rateText(std::uint64_t bytes, double seconds) {
 }  // namespace
 
 std::string progressLine(const JobProgressMessage& message, double seconds, int columns) {
-  const int percent = std::clamp(static_cast<int>(message.totalPercent), 0, 100);
+  // Entries are counted when they are begun; the last one may be the largest.
+  const int percent = std::clamp(static_cast<int>(message.totalPercent), 0, 99);
   const std::string total = message.entriesTotal > 0 ? " of " + countText(message.entriesTotal) : "";
   const std::string line =
       fmt::format("{:3}%  {}{} entries  {}{}  {}", percent, countText(message.entries), total, bytesText(message.bytes),

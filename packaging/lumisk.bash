@@ -1,0 +1,51 @@
+# Completion of lumisk for bash: commands, options, job names, and paths everywhere else.
+_lumisk_names() {
+  lumisk job list --json 2>/dev/null | sed -n 's/^    "name": "\(.*\)",$/\1/p'
+}
+
+_lumisk_complete_names() {
+  local name
+  while IFS= read -r name; do
+    [[ $name == "$current"* ]] && COMPREPLY+=("$(printf %q "$name")")
+  done < <(_lumisk_names)
+}
+
+_lumisk() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local copy='--trash --no-trash --include --exclude --full-path' run='--pace --dry-run --json'
+  local kept='--source --target --every --weekdays --at --realtime --manual --image --no-auto-mount --inactive'
+  local words=
+  COMPREPLY=()
+  case $previous in
+    --pace) words='gentle full' ;;
+    --type) words='backup sync-revisions sync clone' ;;
+    --include | --exclude | --every | --weekdays | --at) return ;;
+  esac
+  if [ -n "$words" ]; then
+    :
+  elif [ "$COMP_CWORD" -eq 1 ]; then
+    words='backup job run log --help --version'
+  elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = job ]; then
+    words='add list show edit rename remove enable disable'
+  elif [[ $current == -* ]]; then
+    case "${COMP_WORDS[1]} ${COMP_WORDS[2]}" in
+      backup*) words="$copy $run" ;;
+      run*) words=$run ;;
+      log*) words=--follow ;;
+      'job add') words="--type $kept $copy" ;;
+      'job edit') words="$kept $copy" ;;
+      'job list' | 'job show') words=--json ;;
+    esac
+    words+=' --help'
+  elif [[ ${COMP_WORDS[1]} =~ ^(run|log)$ && $COMP_CWORD -eq 2 ]] ||
+    [[ ${COMP_WORDS[1]} == job && ${COMP_WORDS[2]} =~ ^(show|edit|rename|remove|enable|disable)$ && $COMP_CWORD -eq 3 ]]; then
+    _lumisk_complete_names
+    return
+  else
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    return
+  fi
+  mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+complete -F _lumisk lumisk
