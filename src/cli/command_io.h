@@ -22,9 +22,9 @@ struct CommandIo {
   std::string workingFolder;  // absolute; relative paths start here. Empty when it is gone
   // Width of the terminal that standard error is; nothing when it is none, and then there is no progress line.
   std::function<std::optional<int>()> progressColumns = [] { return std::nullopt; };
-  // Asks a question on the terminal; nothing when nobody is there, or once `mustStop` says so.
-  std::function<std::optional<std::string>(const std::function<bool()>& mustStop)> readLine =
-      [](const std::function<bool()>&) { return std::nullopt; };
+  // The answer to a question on io.err; nothing when there is none, or once `mustStop` says so. Empty when nobody is
+  // there to be asked.
+  std::function<std::optional<std::string>(const std::function<bool()>& mustStop)> readLine{};
 };
 
 // What a command does once its options have been read.

@@ -46,6 +46,7 @@ void RunDisplay::clearProgress() {
 }
 
 std::optional<std::string> RunDisplay::ask(const std::string& question, const std::function<bool()>& mustStop) {
+  if (!io_.readLine) return std::nullopt;
   setAsking(true, question);
   auto answer = io_.readLine(mustStop);
   setAsking(false, "");

@@ -38,6 +38,12 @@ class ForegroundRunTest : public ::testing::Test {
     return report.value_or(RunReport{});
   }
 
+  static RunOptions gentle() {
+    RunOptions options;
+    options.pace = PaceKind::kGentle;
+    return options;
+  }
+
   TempTree home_;
   TempTree tree_{{"docs", Dir{{"large", File{std::string(1'000'000, 'x')}}, {"small", File{"s"}}}}, {"target", Dir{}}};
   QUORVELPREFERENCEINFO job_;
@@ -47,7 +53,7 @@ class ForegroundRunTest : public ::testing::Test {
   RecordingDialogs dialogs_;
   NoImages images_;
   WorkerServices services_{realFileCalls(), clock_, notifications_, dialogs_, images_, {}, {}, {}};
-  RunOptions options_{PaceKind::kGentle, false, {}};
+  RunOptions options_ = gentle();
   ForegroundEvents events_;
 };
 

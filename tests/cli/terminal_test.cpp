@@ -81,8 +81,12 @@ TEST_F(TerminalTest, Conflict_Answered_AsksUntilItIsUnderstood) {
 }
 
 TEST_F(TerminalTest, Conflict_NobodyThere_GoesByTheJob) {
+  EXPECT_EQ(dialogs_.askConflict({}).choice, ConflictChoice::kTargetWins) << "the input ended";
+  err_.str("");
+  io_.readLine = nullptr;
   EXPECT_EQ(dialogs_.askConflict({}).choice, ConflictChoice::kTargetWins);
   EXPECT_FALSE(dialogs_.ask("title", "Really?", "OK", "Cancel"));
+  EXPECT_EQ(err_.str(), "") << "a question that nobody can answer";
 }
 
 TEST_F(TerminalTest, Conflict_RunIsBeingCancelled_LosesNothing) {

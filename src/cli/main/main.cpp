@@ -14,8 +14,12 @@ std::optional<int> progressColumns() {
   return lumisk::terminal::columns(Stream::kError);
 }
 
+bool canAsk() {
+  using lumisk::terminal::Stream;
+  return lumisk::terminal::isTerminal(Stream::kInput) && lumisk::terminal::isTerminal(Stream::kError);
+}
+
 std::optional<std::string> readLine(const std::function<bool()>& mustStop) {
-  if (!lumisk::terminal::isTerminal(lumisk::terminal::Stream::kInput)) return std::nullopt;
   return lumisk::terminal::readLine(0, mustStop);
 }
 
@@ -28,7 +32,8 @@ int main(int count, char** arguments) {
   const std::string workingFolder = std::filesystem::current_path(error).string();
   lumisk::MainLoop loop;
   lumisk::CommandIo io{
-      std::cout,       std::cerr, lumisk::systemClock(), lumisk::realFileCalls(), loop, error ? "" : workingFolder,
-      progressColumns, readLine};
+      std::cout,      std::cerr, lumisk::systemClock(), lumisk::realFileCalls(), loop, error ? "" : workingFolder,
+      progressColumns};
+  if (canAsk()) io.readLine = readLine;
   return lumisk::runCommandLine({arguments + 1, arguments + count}, io);
 }
