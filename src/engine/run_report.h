@@ -18,7 +18,7 @@ struct RunOptions {
   // copied.
   bool dryRun = false;
   bool allowDeletions = false;  // this once, however many there are
-  std::function<void(EntryOutcome, const std::string& path, const std::string& reason)> onEntry;
+  std::function<void(EntryOutcome, const std::string& path, const std::string& reason)> onEntry{};
 };
 
 // How a run ended, for whoever waits for it.

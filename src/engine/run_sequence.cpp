@@ -104,6 +104,7 @@ void RunSequence::perform() {
   if (!openTargets()) return logRefusal();
   countEntries();
   if (!terminated()) walkSources();
+  walkEnd_ = services_.clock.now();
   settle();
   fillReport();
   if (terminated()) {
@@ -365,7 +366,7 @@ void RunSequence::fillReport() {
 
 void RunSequence::noteCompletion() {
   report_.jobKeys[kLastCompletedBeginNanosecondsKey] = nanosecondsOf(request_.begin);
-  report_.jobKeys[kLastCompletedEndNanosecondsKey] = nanosecondsOf(services_.clock.now());
+  report_.jobKeys[kLastCompletedEndNanosecondsKey] = nanosecondsOf(walkEnd_);
 }
 
 void RunSequence::showMessages() {

@@ -88,6 +88,7 @@ class RunSequence {
   RunResult result_;
   RunReport& report_;  // result_'s
   bool lastProblemWasTarget_ = false;
+  WallTime walkEnd_{};  // what changed in the job's folders after it was not the run's doing
 };
 
 // Whether the last run that began did not complete, so far as the stored dates tell.

@@ -44,7 +44,7 @@ inline constexpr const char* kMoveFileTrashKey = "NSMoveFileTrash";
 inline constexpr const char* kDealPackageKey = "NSDealPackage";
 // Begin of the last run that completed, stored date form with nanoseconds dropped: what decisions go by.
 inline constexpr const char* kLastCompletedBeginKey = "NSLastCompletedBegin";
-// The same begin, and when the data of that run were on the disk, in nanoseconds since 1970.
+// The same begin, and when the walks of that run were over, in nanoseconds since 1970.
 inline constexpr const char* kLastCompletedBeginNanosecondsKey = "NSLastCompletedBeginNanoseconds";
 inline constexpr const char* kLastCompletedEndNanosecondsKey = "NSLastCompletedEndNanoseconds";
 // The computer's name and the display name of "/" as they were when the job was made: how jobs that retain full paths

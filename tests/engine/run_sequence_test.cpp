@@ -175,14 +175,30 @@ TEST_F(RunTest, SingleFile_FollowsTheTypeFilter) {
 
 // Refusals.
 
-TEST_F(RunTest, TwoWayJob_IsRefusedWhole) {
+TEST_F(RunTest, TwoWayJob_CarriesBothWays_AndADeletionOnceTheRunHasCompleted) {
   f.job.jobType = JobType::kSyncWithConflicts;
-  makeTree(f.tree / "target", {{"source", Dir{{"c.txt", File{"other side"}}}}});
+  f.job.bFirstCopy = true;
+  f.clock.advance(systemClock().now() - f.clock.now() + std::chrono::seconds(10));
+  makeTree(f.tree / "target", {{"c.txt", File{"other side", 0644, 1500}}});
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_EQ(readFile(f.tree / "source/c.txt"), "other side");
+  EXPECT_EQ(readFile(f.tree / "target/a.txt"), "first");
+
+  std::filesystem::remove(f.tree / "target/a.txt");
+  std::filesystem::remove(f.tree / "source/c.txt");
   const RunReport report = f.runOnce();
-  EXPECT_TRUE(report.refused && !report.completed);
-  EXPECT_EQ(report.problemText, "two-way jobs are not built in yet");
-  EXPECT_EQ(report.errorCode, RunError::kNone);
-  EXPECT_FALSE(exists(f.tree / "target/source/a.txt") || exists(f.tree / "source/c.txt"));
+  EXPECT_TRUE(report.completed);
+  EXPECT_EQ(report.counts.deleted, 2U);
+  EXPECT_FALSE(exists(f.tree / "source/a.txt") || exists(f.tree / "target/c.txt"));
+  EXPECT_EQ(readFile(f.tree / "source/d/b.txt"), "second");
+}
+
+TEST_F(RunTest, TwoWayJob_LocksItsSourceToo) {
+  f.job.jobType = JobType::kSyncWithConflicts;
+  const auto other = realFileCalls().openRoot(f.tree / "source").value();
+  ASSERT_TRUE(realFileCalls().lockExclusively(other.get()));
+  EXPECT_TRUE(f.runOnce().refused);
+  EXPECT_THAT(listing(f.tree / "target"), IsEmpty());
 }
 
 TEST_F(RunTest, TargetInsideTheSource_IsRefused) {
