@@ -7,7 +7,6 @@
 
 #include "engine/directory_walk.h"
 #include "engine/small_file.h"
-#include "engine/temporary_name.h"
 #include "platform/home_folder.h"
 
 namespace lumisk {
@@ -29,6 +28,11 @@ std::uint32_t fromBigEndian(const char* bytes) {
   std::uint32_t number = 0;
   for (std::size_t i = 0; i < kLengthSize; ++i) number = number << 8 | static_cast<unsigned char>(bytes[i]);
   return number;
+}
+
+// The same for the same list, so that nothing is left over for good; no two runs write one list.
+std::string temporaryNameOf(const std::string& name) {
+  return fmt::format(".lumisk-{:012x}", std::hash<std::string>{}(name)&0xffffffffffff);
 }
 
 }  // namespace
@@ -55,7 +59,8 @@ Result<void> FileList::openForWriting() {
   if (!createDirectoryAtPath(files_, folderPath_))
     return fail("make the folder of the file lists", folderPath_, 0, "it could not be made");
   LUMISK_TRY(folder_, files_.openRoot(folderPath_));
-  temporary_ = makeTemporaryName();
+  temporary_ = temporaryNameOf(name_);
+  (void)files_.removeFile(folder_.get(), temporary_);  // of a run that was killed
   LUMISK_TRY(_gc_fd, files_.createFile(folder_.get(), temporary_, 0664));
   std::memcpy(_gc_buffer.data(), kSignature.data(), kSignature.size());
   std::memset(_gc_buffer.data() + kCountOffset, 0, kHeaderSize - kCountOffset);

@@ -1,6 +1,8 @@
+#include "engine/revision_folders.h"
+
 #include <cerrno>
 
-#include "engine/revision_store.h"
+#include "engine/copy_rule.h"
 #include "platform/paths.h"
 
 namespace lumisk {
@@ -60,7 +62,12 @@ Result<ListedNames*> RevisionFolders::names() {
   std::vector<FolderEntry> entries;
   LUMISK_CHECK(run_.files.listFolder(folder_.get(), entries));
   ListedNames names;
-  for (FolderEntry& entry : entries) names.insert(std::move(entry.name));
+  for (FolderEntry& entry : entries) {
+    if (isTemporaryName(entry.name))
+      (void)run_.files.removeFile(folder_.get(), entry.name);  // of a run that was killed while it copied a version
+    else
+      names.insert(std::move(entry.name));
+  }
   return &(listed_[place_] = std::move(names));
 }
 

@@ -122,5 +122,17 @@ TEST_F(FileListTest, Unclosed_LeavesThePreviousList) {
   EXPECT_EQ(listing(folder()).size(), 1u);
 }
 
+TEST_F(FileListTest, KilledWriter_LeavesNothingForGood) {
+  files_.fail(FileCall::kRemoveFile, EIO, {.times = FaultyFileCalls::kAlways});
+  {
+    FileList list(files_, folder());
+    ASSERT_TRUE(list.openFilelist("job", FileListMode::kWrite));
+  }
+  EXPECT_EQ(listing(folder()).size(), 1u);
+  files_.forgetRules();
+  ASSERT_TRUE(write({"/s/a", "/t/a"}));
+  EXPECT_EQ(listing(folder()), std::vector<std::string>{"job.qellumiskdat"});
+}
+
 }  // namespace
 }  // namespace lumisk::test
