@@ -2,6 +2,7 @@
 # SIGKILL at random moments: every destination is its old or its new version, whole; the next run completes and clears
 # what was left.
 . "$(dirname "$0")/lib.sh"
+# A date that is one second later to the nanosecond counts as the same, so the rounds lie further apart.
 rounds=${ROUNDS:-20}
 source=$scratch/source
 target=$scratch/target
@@ -22,7 +23,7 @@ expectStatus 0 "$lumisk" backup --no-trash "$source" "$target"
 for ((round = 1; round <= rounds; ++round)); do
   version=$([ $((round % 2)) -eq 1 ] && echo b || echo a)
   cp -r "$scratch/$version/." "$source/"
-  find "$source" -type f -exec touch -d "2030-01-01 00:00:$((round + 10)).5" {} +
+  find "$source" -type f -exec touch -d "2030-01-01 00:$((round + 10)):00.5" {} +
   trash=$([ $((round % 3)) -eq 0 ] && echo --trash || echo --no-trash)
   pace=$([ $((round % 4)) -eq 0 ] && echo gentle || echo full)
   "$lumisk" backup $trash --pace $pace "$source" "$target" >/dev/null 2>&1 &

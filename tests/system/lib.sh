@@ -49,7 +49,7 @@ expectSame() {
   local from=$1 to=$2 differences
   shift 2
   differences=$(rsync -aAXHn --delete -i "$@" "$from/" "$to/" 2>&1)
-  [ -z "$differences" ] || fail "$to differs from $from:"$'\n'"$(head -20 <<<"$differences")"
+  [ -z "$differences" ] || fail "$to differs from $from:"$'\n'"$(head -20 <<<"$differences" | cut -c1-300)"
 }
 expectNoTemporaries() {
   local left
