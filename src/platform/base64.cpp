@@ -1,6 +1,8 @@
 #include "platform/base64.h"
 
+#include <array>
 #include <cstdint>
+#include <utility>
 
 namespace lumisk {
 

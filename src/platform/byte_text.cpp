@@ -1,6 +1,10 @@
 #include "platform/byte_text.h"
 
+#include <fmt/format.h>
 #include <glib.h>
+
+#include <algorithm>
+#include <iterator>
 
 namespace lumisk {
 

@@ -1,8 +1,11 @@
 #include "platform/calendar_date.h"
 
+#include <algorithm>
 #include <clocale>
+#include <cstdint>
 #include <ctime>
 #include <limits>
+#include <utility>
 
 #include "platform/civil_time.h"
 

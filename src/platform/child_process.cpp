@@ -11,11 +11,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "platform/descriptor.h"
-
-extern char** environ;
 
 namespace lumisk {
 namespace {
@@ -84,6 +84,7 @@ struct Channels {
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;

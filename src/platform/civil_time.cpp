@@ -1,5 +1,8 @@
 #include "platform/civil_time.h"
 
+#include <algorithm>
+#include <chrono>
+
 namespace lumisk {
 
 namespace {
@@ -35,7 +38,8 @@ std::optional<std::int64_t> utcSeconds(std::string_view text, char separator) {
   const year_month_day date{std::chrono::year(number(text.substr(0, 4))),
                             std::chrono::month(static_cast<unsigned>(number(text.substr(5, 2)))),
                             std::chrono::day(static_cast<unsigned>(number(text.substr(8, 2))))};
-  const int hour = number(text.substr(11, 2)), minute = number(text.substr(14, 2)), second = number(text.substr(17, 2));
+  const std::int64_t hour = number(text.substr(11, 2)), minute = number(text.substr(14, 2));
+  const std::int64_t second = number(text.substr(17, 2));
   if (!date.ok() || hour > 23 || minute > 59 || second > 59) return std::nullopt;
   const std::int64_t days = sys_days(date).time_since_epoch().count();
   return days * 86400 + hour * 3600 + minute * 60 + second;

@@ -6,6 +6,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <optional>
+#include <utility>
 
 #include "platform/descriptor.h"
 #include "platform/home_folder.h"

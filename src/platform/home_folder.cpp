@@ -1,11 +1,15 @@
 #include "platform/home_folder.h"
 
+#include <fmt/format.h>
 #include <pwd.h>
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
+#include <iterator>
 #include <random>
+#include <vector>
 
 #include "platform/paths.h"
 

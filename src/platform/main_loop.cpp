@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <mutex>
+#include <utility>
 
 namespace lumisk {
 

@@ -1,7 +1,11 @@
 #include "platform/notification_center.h"
 
+#include <algorithm>
 #include <condition_variable>
+#include <map>
+#include <mutex>
 #include <thread>
+#include <vector>
 
 namespace lumisk {
 

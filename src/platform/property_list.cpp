@@ -1,7 +1,9 @@
 #include "platform/property_list.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "platform/byte_text.h"
 #include "platform/civil_time.h"

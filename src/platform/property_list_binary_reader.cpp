@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <cmath>
+#include <optional>
 
 #include "platform/byte_text.h"
 #include "platform/civil_time.h"

@@ -1,6 +1,10 @@
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <limits>
+#include <optional>
 
 #include "platform/base64.h"
 #include "platform/byte_text.h"

@@ -1,5 +1,9 @@
+#include <fmt/format.h>
+
+#include <array>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 
 #include "platform/base64.h"

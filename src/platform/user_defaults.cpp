@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "platform/byte_text.h"
 #include "platform/calendar_date.h"

@@ -1,8 +1,13 @@
 #include "platform/xml_scanner.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
+#include <utility>
 
 #include "platform/byte_text.h"
 
@@ -49,7 +54,7 @@ bool isKnownEncoding(std::string_view name) {
 
 }  // namespace
 
-tl::unexpected<Error> XmlScanner::failHere(std::string why) const {
+tl::unexpected<Error> XmlScanner::failHere(std::string_view why) const {
   const auto line = 1 + std::count(text_.begin(), text_.begin() + static_cast<std::ptrdiff_t>(position_), '\n');
   return fail("read the property list", "", EINVAL, fmt::format("line {}: {}", line, why));
 }

@@ -24,7 +24,7 @@ class XmlScanner {
   Result<XmlTag> nextTag();    // past white space, comments and processing instructions; other text is an error
   Result<std::string> text();  // the characters up to the next tag, with references and CDATA resolved
   Result<void> end();          // nothing may follow but white space, comments and processing instructions
-  [[nodiscard]] tl::unexpected<Error> failHere(std::string why) const;
+  [[nodiscard]] tl::unexpected<Error> failHere(std::string_view why) const;
 
  private:
   [[nodiscard]] std::string_view rest() const { return text_.substr(position_); }
