@@ -59,6 +59,8 @@ StoredRunStatus::StoredRunStatus(MainLoop& loop, NotificationCenter& notificatio
     if (isCompleted) return runCompleted(jobs, clock, index, textOf(userInfo, kRunBeginKey));
     runEnded(jobs, clock, index);
   });
+  on(notifications, kLearnedNotification,
+     [](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) { keepRunKeys(jobs, index, userInfo); });
   on(notifications, kErrorMessageNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary&) {
     setCancelStatus(jobs, clock, index, CancelStatus::kError);
   });

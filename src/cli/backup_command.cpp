@@ -16,14 +16,13 @@ struct BackupOptions {
   RunFlags run;
 };
 
-// Its log is called so, and so are its marks in the folders: they are the same for all such runs.
+// Its log is called so. Without a uuid it leaves no marks in folders and remembers nothing.
 constexpr const char* kName = "backup";
-constexpr const char* kUuid = "00000000-0000-0000-0000-000000000000";
 
 Checked<QUORVELPREFERENCEINFO> unstoredJob(const BackupOptions& options, CommandIo& io) {
   QUORVELPREFERENCEINFO job = newJobDefaults(io.clock.now());
   job.name = kName;
-  job.uuidString = kUuid;
+  job.uuidString.clear();
   job.scheduling_method = SchedulingMethod::kNone;
   job.revision_method = RevisionMethod::kNone;
   job.bDisplayWarning = false;  // how full the target is was not asked

@@ -1,5 +1,7 @@
 #include "cli/job_options.h"
 
+#include <charconv>
+
 #include "cli/options.h"
 #include "cli/schedule_text.h"
 #include "cli/text_list.h"
@@ -96,7 +98,33 @@ Checked<void> setImage(Job& job, const Text& value, const Context& context) {
   return {};
 }
 
+Checked<void> setRevisions(Job& job, const Text& value) {
+  if (value == "none" || value == "all") {
+    job.revision_method = value == "all" ? RevisionMethod::kUnlimited : RevisionMethod::kNone;
+    return {};
+  }
+  std::int32_t count = 0;
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), count);
+  if (error != std::errc() || end != value.data() + value.size() || count < 1) {
+    return notUnderstood("give none, all or a number from 1");
+  }
+  job.revision_method = RevisionMethod::kLimited;
+  job.revision_maxNumber = count;
+  return {};
+}
+
+Checked<void> setAutoDeletion(Job& job, std::int32_t value) {
+  job.nAutoDeletion = value;
+  return {};
+}
+
 constexpr JobOption kCopyOptions[] = {
+    {"--revisions", "none|all|N", "How many earlier versions of each file are kept in the target", "",
+     [](Job& job, const Text& value, const Context&) { return setRevisions(job, value); }},
+    {"--delete", "", "What was deleted from a source is deleted from the target, too", "delete",
+     [](Job& job, const Text&, const Context&) { return setAutoDeletion(job, 1); }},
+    {"--no-delete", "", "Nothing is deleted from the target (the default)", "delete",
+     [](Job& job, const Text&, const Context&) { return setAutoDeletion(job, 0); }},
     {"--trash", "", "What is overwritten or deleted goes to the Trash (the default)", "trash",
      [](Job& job, const Text&, const Context&) { return setFlag(job.bMoveFileTrash, true); }},
     {"--no-trash", "", "What is overwritten or deleted is not kept in the Trash", "trash",

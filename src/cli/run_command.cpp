@@ -24,6 +24,7 @@ void addRunCommand(CLI::App& parent, CommandRun& chosen) {
   auto options = std::make_shared<RunCommandOptions>();
   addText(*command, "NAME", options->name, "The job's name")->required();
   addRunFlags(*command, options->run);
+  addAcceptFlags(*command, options->run);
   chooseWhenNamed(*command, chosen, options, &runNamed);
 }
 

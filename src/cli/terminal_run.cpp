@@ -111,6 +111,9 @@ RunOptions TerminalRun::options() {
   RunOptions options;
   options.pace = choices_.pace;
   options.dryRun = choices_.dryRun;
+  options.allowDeletions = choices_.allowDeletions;
+  options.acceptTarget = choices_.acceptTarget;
+  options.acceptSource = choices_.acceptSource;
   if (choices_.dryRun && !choices_.json) {
     options.onEntry = [this](EntryOutcome outcome, const std::string& path, const std::string& reason) {
       showEntry(outcome, path, reason);

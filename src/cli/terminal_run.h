@@ -12,6 +12,10 @@ struct RunChoices {
   PaceKind pace = PaceKind::kFull;
   bool dryRun = false;
   bool json = false;
+  // What the user says is meant, this once; RunOptions.
+  bool allowDeletions = false;
+  bool acceptTarget = false;
+  bool acceptSource = false;
 };
 
 // Runs a job here and now, shows how far it is, and says in the end what was done. A run that is only looked at changes

@@ -136,7 +136,8 @@ bool AutoDeletion::remove(const Doomed& doomed) {
   return true;
 }
 
-void AutoDeletion::syncDirectory(const ListedFolder& source, const ListedFolder& destination) {
+void AutoDeletion::syncDirectory(const ListedFolder& source, const ListedFolder& destination,
+                                 const std::function<void(const Doomed&)>& tell) {
   const auto names = namesToDelete(source.names, destination.names);
   if (names.empty()) return;
   const SpellingIndex spellings = indexSpellings(source.names);
@@ -144,7 +145,7 @@ void AutoDeletion::syncDirectory(const ListedFolder& source, const ListedFolder&
     if (run_.mustStop()) return;
     const auto doomed = judgeEntry(source, destination, name, spellings);
     if (!doomed) complain(paths::join(destination.path, name), doomed.error());
-    if (doomed && *doomed) remove(**doomed);
+    if (doomed && *doomed) tell(**doomed);
   }
 }
 

@@ -45,14 +45,19 @@ class AutoDeletion {
   // Reads the list again, proves each absence again, deletes; never more than the plan counted (the rest is held).
   void carryOut(const DeletionPlan& plan);
 
-  // Deletes from a destination folder what its source folder does not have.
-  void syncDirectory(const ListedFolder& source, const ListedFolder& destination);
-
- private:
+  // An entry at a destination that is to go; the folder of its place is open.
   struct Doomed {
     Place place;
     FileStatus standing;
   };
+  // Tells what a destination folder has and its source folder does not, in the order of the names; deletes nothing.
+  void syncDirectory(const ListedFolder& source, const ListedFolder& destination,
+                     const std::function<void(const Doomed&)>& tell);
+
+  // From now on an absence below this place of the sources proves nothing.
+  void disbelieve(const std::string& source) { scope_.unbelieved.push_back(source); }
+
+ private:
   struct Passed {
     std::uint64_t records = 0;
     std::uint64_t deleted = 0;

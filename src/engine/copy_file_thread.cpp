@@ -76,7 +76,7 @@ void copyFileThreadObject::Members::endRun(const RunRequest& request, const RunR
   {
     ConditionLock::Guard guard(m_conditionLock);
     lastReport = result.report;
-    if (!request.options.dryRun && result.end == RunResult::End::kWhole) keepResult(request, result);
+    if (!request.options.dryRun) keepResult(request, result);
     m_bCanceled = false;
     if (result.end == RunResult::End::kTerminated) return;
     if (!m_bTerminateThread) {
@@ -90,11 +90,12 @@ void copyFileThreadObject::Members::endRun(const RunRequest& request, const RunR
 // Under m_conditionLock. Other settings may have been fetched meanwhile; then they say when their job ran last.
 void copyFileThreadObject::Members::keepResult(const RunRequest& request, const RunResult& result) {
   if (m_currentInfo.uuidString != request.info.uuidString || m_currentInfo.name != request.info.name) return;
+  takeRunKeys(result.report.jobKeys, m_currentInfo);
+  if (result.end != RunResult::End::kWhole) return;
   if (result.firstCopyOver) m_currentInfo.bFirstCopy = false;
   m_currentInfo.lastRunTime = storedDate(services.clock.now());
   m_currentInfo.lastBeginTime = storedDate(request.begin);
   if (result.report.completed && result.report.wholeJob) m_currentInfo.lastCompletedBegin = storedDate(request.begin);
-  takeRunKeys(result.report.jobKeys, m_currentInfo);
 }
 
 void copyFileThreadObject::Members::postEnd(const RunRequest& request, const RunResult& result) {

@@ -25,6 +25,8 @@ inline constexpr const char* kJobUuidKey = "JOBUUIDKEY";
 // disk.
 inline constexpr const char* kRunCompletedKey = "RUNCOMPLETED";
 inline constexpr const char* kRunBeginKey = "RUNBEGIN";
+// Posted in the middle of a run for what must be stored at once: "JOBUUIDKEY", "JOBINDEXKEY" and "RUNJOBKEYS".
+inline constexpr const char* kLearnedNotification = "SyncObjectLearnedNotification";
 // "RUNJOBKEYS", a dictionary: keys of the stored job that the run has changed, to be stored as they are.
 inline constexpr const char* kRunJobKeysKey = "RUNJOBKEYS";
 

@@ -84,6 +84,14 @@ void PendingDeletions::carryOutFolder(RunState& run, Trash& trash, int root, con
   (void)run.files.setModified(folder->get(), before->modified);
 }
 
+void PendingDeletions::tell(RunState& run, const std::string& rootPath) {
+  run.counts.deleted += entries_;
+  for (const PendingDeletion& deletion : deletions_)
+    if (run.onEntry) run.onEntry(EntryOutcome::kDeleted, pathOf(rootPath, deletion), "deleted on the other side");
+  deletions_.clear();
+  entries_ = 0;
+}
+
 void PendingDeletions::hold(RunState& run, const std::string& rootPath) {
   if (deletions_.empty()) return;
   run.counts.held += entries_;

@@ -38,6 +38,8 @@ class PendingDeletions {
   // their dates. Logs, counts and reports each. An error of one is counted and the others go on.
   void carryOut(RunState& run, Trash& trash, int root, const std::string& rootPath, const Confirm& confirm);
 
+  // Reports them as what a run would delete; removes nothing.
+  void tell(RunState& run, const std::string& rootPath);
   // Reports them as held back, with a line in the log; removes nothing.
   void hold(RunState& run, const std::string& rootPath);
 

@@ -32,7 +32,7 @@ FinishDialog finishDialog(const EndOfRun& end) {
 PathProblem pathProblem(const EndOfRun& end) {
   PathProblem problem;
   problem.message = end.lastProblemWasTarget ? kTargetMessage : kSourceMessage;
-  if (end.report->refused) problem.message = end.report->problemText;
+  if (end.report->refused || end.report->placeInDoubt) problem.message = end.report->problemText;
   problem.path = end.report->problemPath;
   problem.jobName = end.info->name;
   problem.jobIndex = end.jobIndex;
@@ -53,7 +53,7 @@ RunMessages decideRunMessages(const EndOfRun& end) {
   RunMessages messages;
   const RunError code = end.report->errorCode;
   // A full target has had its own message by now; it is an error all the same.
-  messages.hasError = code != RunError::kNone || end.report->counts.errors > 0 || hasProblem(*end.report);
+  messages.hasError = code != RunError::kNone || end.report->counts.errors > 0 || hasProblem(*end.report) || end.report->held;
   if (code != RunError::kNone && code != RunError::kOutOfSpace && !end.suppressed)
     messages.warning = kIncompleteMessage;
   if (code == RunError::kNone && end.info->bFirstCopy && !hasProblem(*end.report)) {

@@ -18,6 +18,8 @@ struct RunOptions {
   // copied.
   bool dryRun = false;
   bool allowDeletions = false;  // this once, however many there are
+  bool acceptTarget = false;    // this once, a target without the job's marker is meant
+  bool acceptSource = false;    // this once, sources on other file systems than before are meant
   std::function<void(EntryOutcome, const std::string& path, const std::string& reason)> onEntry{};
 };
 
@@ -27,8 +29,10 @@ struct RunReport {
   bool wholeJob = true;    // false: sources were left out because the request did not ask for them
   bool cancelled = false;  // by the user, or because the worker was stopped
   bool refused = false;    // nothing was walked; problemText says why
+  bool held = false;       // deletions were held back
   bool sourceProblem = false;
   bool targetProblem = false;
+  bool placeInDoubt = false;  // the problem that is told: a place is not the one that the job knows
   std::string problemPath;
   std::string problemText;  // one line, when the run was refused or a path failed
   RunError errorCode = RunError::kNone;

@@ -104,6 +104,7 @@ void RunSequence::perform() {
   if (!openTargets()) return logRefusal();
   countEntries();
   if (!terminated()) walkSources();
+  if (deletions_) deletions_->settle();
   walkEnd_ = services_.clock.now();
   settle();
   fillReport();
@@ -163,8 +164,33 @@ bool RunSequence::openTargets() {
   }
   if (services_.runRecorder) recorder_ = services_.runRecorder(run_);
   if (!recorder_) recorder_ = std::make_unique<NoRunRecord>();
-  targets_.equip(*recorder_);
+  places_.emplace(services_, request_, run_, report_);
+  if (followsDeletions()) {
+    const auto list = run_.info.uuidString.empty() ? BackupDeletions::List::kNone : BackupDeletions::List::kKept;
+    deletions_ = std::make_unique<BackupDeletions>(run_, deletionBrake(), deletionScope(), list);
+  }
+  targets_.equip(deletions_ ? deletions_->recorder() : *recorder_, [this](RunTarget& target) -> WalkRules* {
+    return deletions_ ? &deletions_->rulesFor(*target.trash, target.path) : nullptr;
+  });
   return true;
+}
+
+bool RunSequence::followsDeletions() const {
+  return run_.info.nAutoDeletion != 0 && run_.info.jobType == JobType::kBackup;
+}
+
+DeletionBrake RunSequence::deletionBrake() const {
+  DeletionBrake brake;
+  brake.isReleased = request_.options.allowDeletions;
+  const PropertyList percent = services_.preference ? services_.preference("SGDeletionBrakePercent") : PropertyList();
+  if (!percent.isNone()) brake.percent = percent.integer32();
+  return brake;
+}
+
+DeletionScope RunSequence::deletionScope() const {
+  DeletionScope scope{{}, run_.info.targetPaths, places_->unbelieved()};
+  for (const Pair& pair : pairs_) scope.roots.push_back({pair.source, oppositeOf(pair, SourceKind::kFolder)});
+  return scope;
 }
 
 void RunSequence::refuse(const std::string& path, const std::string& text) {
@@ -238,9 +264,26 @@ void RunSequence::walkSource(const Pair& pair) {
   run_.log.write("%s: destination path: %s\n", name, shown(pair.target).c_str());
   const auto kind = checkSource(run_.files, pair.source);
   if (!kind) return noteSourceProblem(pair.source);
+  if (!isKnownSource(pair.source)) return;
   const auto target = targets_.usable(pair.target);
   if (!target) return noteTargetProblem(pair.target);
+  if (const auto problem = places_->whyNotTarget(pair.target, **target)) {
+    report_.placeInDoubt |= report_.problemText.empty();
+    return noteTargetProblem(pair.target, *problem);
+  }
+  places_->markSource(pair.source);
   walkFile(pair, **target, *kind);
+}
+
+// A mount that is missing below it is told, but only a two-way run would carry anything over because of it.
+bool RunSequence::isKnownSource(const std::string& source) {
+  if (const auto problem = places_->whyNotSource(source)) {
+    noteSourceProblem(source, *problem);
+    return false;
+  }
+  const auto missing = places_->missingMount(source);
+  if (missing) noteSourceProblem(missing->place, missing->text);
+  return !missing || !isSync(run_.info.jobType);
 }
 
 void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind) {
@@ -251,7 +294,7 @@ void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind)
                    shown(destination.error().path).c_str());
     return run_.noteError(RunError::kDirectoryCreation);
   }
-  if (run_.info.nAutoDeletion != 0) recorder_->recordPair(pair.source, *destination);
+  if (deletions_) deletions_->carry(target.path, {pair.source, *destination});
   const bool asUnit = run_.info.bDealPackage && kind == SourceKind::kFolder &&
                       workspace::isPackageName(paths::lastComponent(pair.source));
   const std::uint64_t errorsBefore = run_.counts.errors;
@@ -265,11 +308,7 @@ void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind)
 bool RunSequence::carry(const Pair& pair, RunTarget& target, const std::string& destination) {
   if (!isSync(run_.info.jobType)) return target.walk->copyDirectory(pair.source, destination, kLayers, kMode);
   if (!memory_.conflicts.applayConflictForAll) memory_.conflicts.conflictType = run_.info.fileConflictType;
-  DeletionBrake brake;
-  brake.isReleased = request_.options.allowDeletions;
-  const PropertyList percent = services_.preference ? services_.preference("SGDeletionBrakePercent") : PropertyList();
-  if (!percent.isNone()) brake.percent = percent.integer32();
-  TwoWayRun both(run_, *target.versions, *target.trash, *recorder_, memory_.conflicts, brake);
+  TwoWayRun both(run_, *target.versions, *target.trash, *recorder_, memory_.conflicts, deletionBrake());
   return both.carry(pair.source, destination, kLayers, kMode);
 }
 
@@ -324,8 +363,19 @@ void RunSequence::noteSourceProblem(const std::string& source) {
   noteProblem(source, "the source file/directory \"" + path + "\" isn't readable");
 }
 
+void RunSequence::noteSourceProblem(const std::string& source, const std::string& text) {
+  run_.log.write("ERROR: %s\n", text.c_str());
+  report_.placeInDoubt |= report_.problemText.empty();
+  report_.sourceProblem = true;
+  lastProblemWasTarget_ = false;
+  noteProblem(source, text);
+}
+
 void RunSequence::noteTargetProblem(const std::string& target) {
-  const std::string text = "the path \"" + shown(target) + "\" isn't writable, or does not exist.";
+  noteTargetProblem(target, "the path \"" + shown(target) + "\" isn't writable, or does not exist.");
+}
+
+void RunSequence::noteTargetProblem(const std::string& target, const std::string& text) {
   run_.log.write("ERROR: %s\n", text.c_str());
   report_.targetProblem = true;
   lastProblemWasTarget_ = true;
@@ -359,7 +409,11 @@ void RunSequence::fillReport() {
   report_.cancelled = run_.mustStop();
   report_.errorCode = run_.m_nErrorCode;
   report_.counts = run_.counts;
-  report_.completed = !report_.cancelled && !report_.refused && !report_.sourceProblem && !report_.targetProblem &&
+  report_.held = run_.counts.held > 0;
+  if (report_.held)
+    noteProblem({}, "so many deletions at once are held back; --allow-deletions lets them pass if they are meant");
+  if (places_ && !report_.cancelled) places_->remember();
+  report_.completed = !report_.held && !report_.cancelled && !report_.refused && !report_.sourceProblem && !report_.targetProblem &&
                       report_.errorCode == RunError::kNone && report_.counts.errors == 0;
   if (report_.completed && report_.wholeJob && !run_.dryRun) noteCompletion();
 }

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "engine/backup_deletions.h"
+#include "engine/place_checks.h"
 #include "engine/run_dialogs.h"
 #include "engine/run_request.h"
 #include "engine/run_targets.h"
@@ -61,6 +63,10 @@ class RunSequence {
   void walkSources();
   void walkSource(const Pair& pair);
   void walkFile(const Pair& pair, RunTarget& target, SourceKind kind);
+  [[nodiscard]] bool followsDeletions() const;
+  [[nodiscard]] DeletionBrake deletionBrake() const;
+  [[nodiscard]] DeletionScope deletionScope() const;
+  [[nodiscard]] bool isKnownSource(const std::string& source);
   bool carry(const Pair& pair, RunTarget& target, const std::string& destination);
   bool passesFilter(const std::string& source);
   Result<std::string> prepareDestination(const Pair& pair, SourceKind kind);
@@ -68,7 +74,9 @@ class RunSequence {
   Result<void> makeParents(const std::string& target, const std::string& parent);
   void noteNewFolders(const std::string& target, std::string folder);
   void noteSourceProblem(const std::string& source);
+  void noteSourceProblem(const std::string& source, const std::string& text);
   void noteTargetProblem(const std::string& target);
+  void noteTargetProblem(const std::string& target, const std::string& text);
   void noteProblem(const std::string& path, const std::string& text);
 
   void settle();
@@ -84,6 +92,8 @@ class RunSequence {
   RunTargets targets_;
   RunDialogs dialogs_;
   std::unique_ptr<RunRecorder> recorder_;
+  std::optional<PlaceChecks> places_;
+  std::unique_ptr<BackupDeletions> deletions_;  // of a backup that follows them
   std::vector<Pair> pairs_;
   RunResult result_;
   RunReport& report_;  // result_'s

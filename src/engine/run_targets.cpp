@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "engine/revision_store.h"
 #include "platform/paths.h"
 
 namespace lumisk {
@@ -40,14 +41,24 @@ Result<void> RunTargets::lock(const RunTarget& target) {
   return {};
 }
 
-void RunTargets::equip(RunRecorder& recorder) {
+void RunTargets::equip(RunRecorder& recorder, const std::function<WalkRules*(RunTarget&)>& rulesFor) {
   for (auto& target : targets_) {
     target->trash = std::make_unique<Trash>(run_.files, run_.clock, target->path);
-    if (services_.versionKeeper) target->versions = services_.versionKeeper(run_, *target->trash, target->path);
-    if (!target->versions) target->versions = std::make_unique<NoRevisions>();
+    target->versions = makeVersions(*target);
     target->copier = std::make_unique<FileCopier>(run_, *target->versions, *target->trash);
-    target->walk = std::make_unique<DirectoryWalk>(run_, *target->copier, recorder);
+    WalkRules* const rules = rulesFor(*target);
+    target->walk = rules ? std::make_unique<DirectoryWalk>(run_, *target->copier, recorder, *rules)
+                         : std::make_unique<DirectoryWalk>(run_, *target->copier, recorder);
   }
+}
+
+std::unique_ptr<VersionKeeper> RunTargets::makeVersions(const RunTarget& target) {
+  const auto& info = run_.info;
+  if (services_.versionKeeper) {
+    if (auto versions = services_.versionKeeper(run_, *target.trash, target.path)) return versions;
+  }
+  if (info.revision_method == RevisionMethod::kNone) return std::make_unique<NoRevisions>();
+  return std::make_unique<RevisionStore>(run_, *target.trash, PlaceNames{info.computerName, info.rootDisplayName});
 }
 
 Result<RunTarget*> RunTargets::usable(const std::string& path) {

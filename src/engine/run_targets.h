@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,8 +31,8 @@ class RunTargets {
   // Opens and locks those of the paths that lead to a folder; two that lead to the same folder are one. Fails with
   // EWOULDBLOCK when another run holds one of them. A file system that cannot lock is logged and goes on without.
   Result<void> open(const std::vector<std::string>& paths);
-  // Gives each its trash, its versions and its walk.
-  void equip(RunRecorder& recorder);
+  // Gives each its trash, its versions and its walk, by rules of its own where `rulesFor` gives some.
+  void equip(RunRecorder& recorder, const std::function<WalkRules*(RunTarget&)>& rulesFor);
 
   // The open target to which the path leads now, when it can be written to. The path is looked up again: what was
   // opened may have been unmounted or replaced meanwhile.
@@ -43,6 +44,7 @@ class RunTargets {
  private:
   Result<void> openOne(const std::string& path);
   Result<void> lock(const RunTarget& target);
+  std::unique_ptr<VersionKeeper> makeVersions(const RunTarget& target);
   RunTarget* find(const FileIdentity& identity);
 
   const WorkerServices& services_;

@@ -47,6 +47,10 @@ inline constexpr const char* kLastCompletedBeginKey = "NSLastCompletedBegin";
 // The same begin, and when the walks of that run were over, in nanoseconds since 1970.
 inline constexpr const char* kLastCompletedBeginNanosecondsKey = "NSLastCompletedBeginNanoseconds";
 inline constexpr const char* kLastCompletedEndNanosecondsKey = "NSLastCompletedEndNanoseconds";
+// The target folders that the job has marked: an array of paths.
+inline constexpr const char* kMarkedTargetsKey = "NSMarkedTargets";
+// The file systems that the sources, and the mounts below them, were found on: an array of dictionaries.
+inline constexpr const char* kRootFileSystemsKey = "NSRootFileSystems";
 // The computer's name and the display name of "/" as they were when the job was made: how jobs that retain full paths
 // go on spelling their places below the target.
 inline constexpr const char* kComputerNameKey = "NSComputerName";

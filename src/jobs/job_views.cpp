@@ -35,6 +35,8 @@ void takeRunKeys(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_CopyFi
   };
   replace(view.lastCompletedBeginNanoseconds, kLastCompletedBeginNanosecondsKey);
   replace(view.lastCompletedEndNanoseconds, kLastCompletedEndNanosecondsKey);
+  if (!dictionary[kMarkedTargetsKey].isNone()) view.markedTargets = jobFields::texts(dictionary[kMarkedTargetsKey]);
+  if (!dictionary[kRootFileSystemsKey].isNone()) view.rootFileSystems = dictionary[kRootFileSystemsKey];
 }
 
 Result<void> schedulePartFromDictionary(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_SchedulePart& view) {

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <set>
 
-#include "engine/deletion_walk_rules.h"
+#include "engine/backup_deletions.h"
 #include "engine/directory_walk.h"
 #include "engine/revision_store.h"
 #include "support/own_home.h"
@@ -27,17 +27,15 @@ class Backup {
   void run() {
     const DeletionScope scope{{{tree / "s/docs", tree / "t/docs"}}, {tree / "t"}, {}};
     Trash trash(fixture.files, fixture.clock, tree / "t");
-    AutoDeletion deletion(fixture.run, trash, scope);
-    deletion.autoDeleteion([](const DeletionPlan&) { return true; });
-    FileList list(fixture.files);
-    RC_ASSERT(list.openFilelist("job", FileListMode::kWrite).has_value());
-    FileListRecorder recorder(list);
+    DeletionBrake brake;
+    brake.isReleased = true;
+    BackupDeletions deletions(fixture.run, brake, scope, BackupDeletions::List::kKept);
     RevisionStore revisions(fixture.run, trash, PlaceNames{"desk", "Root"});
     FileCopier copier(fixture.run, revisions, trash);
-    DeletionWalkRules rules(deletion);
-    DirectoryWalk walk(fixture.run, copier, recorder, rules);
+    DirectoryWalk walk(fixture.run, copier, deletions.recorder(), deletions.rulesFor(trash, tree / "t"));
+    deletions.carry(tree / "t", scope.roots.front());
     RC_ASSERT(walk.copyDirectory(tree / "s/docs", tree / "t/docs", 5, 5));
-    RC_ASSERT(list.closeFilelist().has_value());
+    deletions.settle();
   }
 
   // Everything that a file holds or a link says, anywhere outside the source.
