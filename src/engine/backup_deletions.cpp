@@ -67,8 +67,8 @@ void TargetDeletions::collect(const FrameStack& at, const AutoDeletion::Doomed& 
   const bool isFolder = doomed.standing.type == FileType::kFolder;
   const std::uint64_t inside = isFolder ? countBelow(run_, doomed.place.folder, doomed.place.name) : 0;
   const std::string relative(at.belowDestinationRoot());
-  root_->sourceFolders.try_emplace(relative,
-                                   withoutLeadingSlashes(std::string_view(at.sourcePath()).substr(root_->sourceLength)));
+  root_->sourceFolders.try_emplace(
+      relative, withoutLeadingSlashes(std::string_view(at.sourcePath()).substr(root_->sourceLength)));
   root_->pending.add({relative, doomed.place.name, doomed.standing, inside + 1});
   held_ += inside;
   due_ += inside + 1;

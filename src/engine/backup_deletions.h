@@ -41,7 +41,8 @@ class TargetDeletions : public NoWalkRules {
     std::size_t sourceLength = 0;  // of its path
     std::string destinationPath;
     PendingDeletions pending;
-    std::map<std::string, std::string> sourceFolders;  // below the roots: where the absence shows, by destination folder
+    std::map<std::string, std::string>
+        sourceFolders;  // below the roots: where the absence shows, by destination folder
   };
   Result<void> beginRoot(FrameStack& at);
   void collect(const FrameStack& at, const AutoDeletion::Doomed& doomed);

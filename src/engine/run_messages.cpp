@@ -53,7 +53,8 @@ RunMessages decideRunMessages(const EndOfRun& end) {
   RunMessages messages;
   const RunError code = end.report->errorCode;
   // A full target has had its own message by now; it is an error all the same.
-  messages.hasError = code != RunError::kNone || end.report->counts.errors > 0 || hasProblem(*end.report) || end.report->held;
+  messages.hasError =
+      code != RunError::kNone || end.report->counts.errors > 0 || hasProblem(*end.report) || end.report->held;
   if (code != RunError::kNone && code != RunError::kOutOfSpace && !end.suppressed)
     messages.warning = kIncompleteMessage;
   if (code == RunError::kNone && end.info->bFirstCopy && !hasProblem(*end.report)) {

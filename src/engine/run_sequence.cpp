@@ -413,8 +413,8 @@ void RunSequence::fillReport() {
   if (report_.held)
     noteProblem({}, "so many deletions at once are held back; --allow-deletions lets them pass if they are meant");
   if (places_ && !report_.cancelled) places_->remember();
-  report_.completed = !report_.held && !report_.cancelled && !report_.refused && !report_.sourceProblem && !report_.targetProblem &&
-                      report_.errorCode == RunError::kNone && report_.counts.errors == 0;
+  report_.completed = !report_.held && !report_.cancelled && !report_.refused && !report_.sourceProblem &&
+                      !report_.targetProblem && report_.errorCode == RunError::kNone && report_.counts.errors == 0;
   if (report_.completed && report_.wholeJob && !run_.dryRun) noteCompletion();
 }
 
