@@ -1,0 +1,153 @@
+#include "engine/backup_deletions.h"
+
+#include <cerrno>
+#include <filesystem>
+
+#include "engine/directory_walk.h"
+#include "engine/remembered_file_systems.h"
+#include "support/faulty_file_calls.h"
+#include "support/own_home.h"
+#include "support/run_fixture.h"
+#include "support/worker_fixture.h"
+
+namespace lumisk::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// One walk of "s/docs" to "t/docs", which holds more; tests change things between the walk and its settlement.
+class BackupDeletionsTest : public ::testing::Test {
+ protected:
+  BackupDeletionsTest() {
+    fixture.info.nAutoDeletion = 1;
+    fixture.info.targetPaths = scope.targets;
+  }
+  void run() {
+    Trash trash(files, fixture.clock, tree / "t");
+    NoRevisions revisions;
+    FileCopier copier(fixture.run, revisions, trash);
+    BackupDeletions deletions(fixture.run, brake, scope, BackupDeletions::List::kKept);
+    DirectoryWalk walk(fixture.run, copier, deletions.recorder(), deletions.rulesFor(trash, tree / "t"));
+    deletions.carry(tree / "t", scope.roots.front());
+    ASSERT_TRUE(walk.copyDirectory(tree / "s/docs", tree / "t/docs", 5, 5));
+    if (afterWalk) afterWalk();
+    deletions.settle();
+  }
+  std::vector<std::string> target() { return treeListing(tree / "t/docs"); }
+  bool hasList() { return exists(fileListFolder() + "/" + fileListName("job")); }
+
+  TempTree tree{{"s", Dir{{"docs", Dir{{"a", File{"a"}}, {"d", Dir{{"x", File{"x"}}}}}}}},
+                {"t", Dir{{"docs", Dir{{"d", Dir{{"e", Dir{{"z", File{"z"}}}}, {"y", File{"y"}}}}, {"f", File{"f"}}}}}},
+                {"home", Dir{}}};
+  OwnHome home{tree / "home"};
+  FaultyFileCalls files;
+  RunFixture fixture{PaceKind::kFull, files};
+  DeletionScope scope{{{tree / "s/docs", tree / "t/docs"}}, {tree / "t"}, {}};
+  DeletionBrake brake;
+  std::function<void()> afterWalk;
+};
+
+TEST_F(BackupDeletionsTest, WhatTheSourceLacks_GoesAfterTheCopies) {
+  afterWalk = [this] {
+    EXPECT_EQ(target(), (std::vector<std::string>{"a", "d/", "d/e/", "d/e/z", "d/x", "d/y", "f"}));
+  };
+  run();
+  EXPECT_EQ(target(), (std::vector<std::string>{"a", "d/", "d/x"}));
+  EXPECT_EQ(fixture.run.counts.deleted, 4u);
+  EXPECT_EQ(fixture.run.counts.errors, 0u);
+  EXPECT_TRUE(hasList());
+}
+
+TEST_F(BackupDeletionsTest, CameBackOrChangedSinceTheWalk_Stays) {
+  afterWalk = [this] {
+    writeFile(tree / "s/docs/f", "again");
+    writeFile(tree / "t/docs/d/y", "somebody's edit");
+  };
+  run();
+  EXPECT_EQ(target(), (std::vector<std::string>{"a", "d/", "d/x", "d/y", "f"}));
+  EXPECT_EQ(fixture.run.counts.errors, 1u) << "that something else writes into the target is told";
+}
+
+TEST_F(BackupDeletionsTest, CancelledAfterTheWalk_DeletesNothingAndKeepsNoList) {
+  afterWalk = [this] { fixture.cancelled = true; };
+  run();
+  EXPECT_TRUE(exists(tree / "t/docs/f") && exists(tree / "t/docs/d/e/z"));
+  EXPECT_FALSE(hasList());
+}
+
+TEST_F(BackupDeletionsTest, SourceThatCannotBeListedAnyMore_KeepsItsFolder) {
+  afterWalk = [this] { files.fail(FileCall::kListFolder, EIO, {.times = FaultyFileCalls::kAlways}); };
+  run();
+  EXPECT_TRUE(exists(tree / "t/docs/f") && exists(tree / "t/docs/d/e/z"));
+  EXPECT_GT(fixture.run.counts.errors, 0u);
+}
+
+TEST_F(BackupDeletionsTest, GoneMount_KeepsItsPartAndWhatHeldIt) {
+  scope.unbelieved = {tree / "s/docs/d/e"};
+  run();
+  EXPECT_EQ(target(), (std::vector<std::string>{"a", "d/", "d/e/", "d/e/z", "d/x"}));
+}
+
+TEST_F(BackupDeletionsTest, TooMany_AreCountedWithAllTheyHoldAndHeld) {
+  for (int i = 0; i < 18; ++i) writeFile(tree / ("t/docs/d/e/" + std::to_string(i)), "");
+  run();
+  EXPECT_EQ(fixture.run.counts.held, 22u);
+  EXPECT_EQ(fixture.run.counts.deleted, 0u);
+  EXPECT_TRUE(exists(tree / "t/docs/f") && exists(tree / "s/docs/a"));
+  EXPECT_FALSE(hasList());
+  fixture.run.counts.held = 0;
+  brake.isReleased = true;
+  run();
+  EXPECT_EQ(fixture.run.counts.deleted, 22u);
+  EXPECT_EQ(target(), (std::vector<std::string>{"a", "d/", "d/x"}));
+}
+
+TEST_F(BackupDeletionsTest, DryRun_TellsAndDeletesNothing) {
+  std::vector<std::string> told;
+  fixture.run.dryRun = true;
+  fixture.run.onEntry = [&](EntryOutcome outcome, const std::string& path, const std::string&) {
+    if (outcome == EntryOutcome::kDeleted) told.push_back(path);
+  };
+  run();
+  EXPECT_EQ(told, (std::vector<std::string>{tree / "t/docs/f", tree / "t/docs/d/e", tree / "t/docs/d/y"}));
+  EXPECT_EQ(target(), (std::vector<std::string>{"d/", "d/e/", "d/e/z", "d/y", "f"}));
+  EXPECT_FALSE(hasList());
+}
+
+// The places of a job, over several runs of one worker.
+
+TEST(KnownPlaces, TargetWithoutItsMarker_ReceivesNothingUntilAccepted) {
+  WorkerFixture f;
+  EXPECT_TRUE(f.runOnce().completed);
+  fs::rename(f.tree / "target", f.tree / "volume");
+  makeTree(f.tree.path(), {{"target", Dir{}}});
+  const RunReport bare = f.runOnce();
+  EXPECT_TRUE(bare.targetProblem && bare.placeInDoubt && !bare.completed);
+  EXPECT_THAT(listing(f.tree / "target"), ::testing::IsEmpty());
+  RunOptions options;
+  options.acceptTarget = true;
+  f.worker().setRunOptions(options);
+  EXPECT_TRUE(f.runOnce().completed);
+  f.worker().setRunOptions({});
+  EXPECT_TRUE(f.runOnce().completed) << "the accepted target was not marked";
+  ExpectSameTrees(f.tree / "source", f.tree / "target/source");
+}
+
+TEST(KnownPlaces, SourceOnAnotherFileSystem_IsNotCarriedUntilAccepted) {
+  WorkerFixture f;
+  const RememberedFileSystem other{f.tree / "source", "/mnt/x", "another", "ext4", "/dev/sdz9"};
+  f.job.otherKeys[kRootFileSystemsKey] = fileSystemsToList({other});
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.sourceProblem && report.placeInDoubt);
+  EXPECT_FALSE(report.jobKeys.contains(kRootFileSystemsKey)) << "another file system was remembered unasked";
+  EXPECT_FALSE(exists(f.tree / "target/source"));
+  RunOptions options;
+  options.acceptSource = true;
+  f.worker().setRunOptions(options);
+  EXPECT_TRUE(f.runOnce().completed);
+  f.worker().setRunOptions({});
+  EXPECT_TRUE(f.runOnce().completed);
+}
+
+}  // namespace
+}  // namespace lumisk::test
