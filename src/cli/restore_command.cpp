@@ -30,7 +30,26 @@ struct RestoreOptions {
 struct Restored {
   std::optional<Version> version;  // empty: what is there is the same as all of them
   RestoreReport report;
+  std::string newerCopy;  // a target's, that the job takes for the current version
 };
+
+// Jobs go by dates: they would leave a newer copy as it is, or bring it back.
+std::string newerCopyThan(const Version& restored, const KnownVersions& known) {
+  if (restored.status.type == FileType::kFolder) return "";
+  for (const Version& version : known.versions) {
+    if (version.kind == VersionKind::kCopy && version.status.modified > restored.status.modified) return version.path;
+  }
+  return "";
+}
+
+// A source may have been deleted as a whole, and all that leads to the path in it. A target is never made: one that is
+// missing is on a disk that is away.
+std::string firstFolderToMake(const VersionPlace& place, const std::string& destination) {
+  if (paths::isInside(destination, place.source)) return place.source;
+  const auto below = paths::components(destination);
+  const std::size_t depth = paths::components(place.target).size();
+  return depth < below.size() ? paths::join(place.target, below[depth]) : "";
+}
 
 // One restore: on a thread of its own, so that Ctrl-C can end it without a partial file.
 class RestoreRun {
@@ -115,11 +134,10 @@ Checked<Restored> RestoreRun::restore(const KnownVersions& known, const std::str
   LUMISK_TRY(restored.version, choose(known, destination));
   if (!restored.version || restored.version->path == destination) return restored;
   JobLogFile log(restored.version->place.job);
-  // A folder of the job may have been deleted as a whole, and all that leads to the path in it.
-  const VersionPlace& place = restored.version->place;
-  const bool isAtSource = paths::isInside(destination, place.source);
-  const std::string makeFoldersFrom = !options_.to.empty() ? "" : isAtSource ? place.source : place.target;
+  const std::string makeFoldersFrom =
+      options_.to.empty() ? firstFolderToMake(restored.version->place, destination) : "";
   LUMISK_TRY(restored.report, checked(restoreVersion(services(log), *restored.version, destination, makeFoldersFrom)));
+  if (options_.to.empty()) restored.newerCopy = newerCopyThan(*restored.version, known);
   return restored;
 }
 
@@ -146,6 +164,10 @@ Ending RestoreRun::showEnd(const Restored& restored, const std::string& destinat
     const Version& version = *restored.version;
     io_.out << fmt::format("Restored {} from {} of {} ({})\n", shownPath, versionKindText(version),
                            versionDateText(version), displayText(version.path));
+  }
+  if (!restored.newerCopy.empty()) {
+    io_.out << fmt::format("Note: the copy {} is newer, and jobs go by dates. `touch` the restored file to keep it.\n",
+                           displayText(restored.newerCopy));
   }
   const std::uint64_t errors = restored.report.counts.errors;
   if (errors == 0) return Ending::kDone;

@@ -89,7 +89,8 @@ void Search::lookInto(const VersionPlace& place) {
   lookFor({VersionKind::kCopy, place.copy, {}, 0, std::nullopt, place}, place.target);
   lookForRevisions(place, place.copy);
   lookForRevisions(place, place.original);
-  if (place.conflicts == VersionPlace::Conflicts::kNone) return;
+  // Other jobs make no "(OLD)" copies: what has such a name there is a file of its own.
+  if (place.type != JobType::kSyncWithConflicts) return;
   if (place.copy != place.target)
     lookFor({VersionKind::kOld, stringByAppendOLDTag(place.copy), {}, 0, std::nullopt, place}, place.target);
   // At a source that is gone there is nothing to be found, and nothing to complain about.

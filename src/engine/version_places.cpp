@@ -22,14 +22,13 @@ std::string sourceInTarget(const Job& job, const std::string& source, const std:
 }
 
 VersionPlace placeOf(const Job& job, const std::string& source, const std::string& target) {
-  using Conflicts = VersionPlace::Conflicts;
   VersionPlace place;
   place.job = job.name;
   place.source = source;
   place.target = target;
   place.firstTarget = job.targetPaths.front();
   place.names = namesOf(job);
-  place.conflicts = job.jobType == JobType::kSyncWithConflicts ? Conflicts::kMayKeepBoth : Conflicts::kNone;
+  place.type = job.jobType;
   return place;
 }
 

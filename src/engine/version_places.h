@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "engine/full_path.h"
+#include "jobs/job_record.h"
 #include "platform/property_list.h"
 
 namespace lumisk {
@@ -17,7 +18,7 @@ struct VersionPlace {
   std::string copy;         // its path there
   std::string firstTarget;  // the folder with the job's revisions
   PlaceNames names;         // how revisions of what lies elsewhere are spelled below that
-  enum class Conflicts { kNone, kMayKeepBoth } conflicts = Conflicts::kNone;  // then there may be "(OLD)" copies
+  JobType type = JobType::kBackup;
 };
 
 // The places of a path, absolute and normalised, that lies at a source of the stored jobs or among the copies in a
