@@ -24,7 +24,7 @@ _lumisk() {
   if [ -n "$words" ]; then
     :
   elif [ "$COMP_CWORD" -eq 1 ]; then
-    words='backup job run log --help --version'
+    words='backup job run log versions restore --help --version'
   elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = job ]; then
     words='add list show edit rename remove enable disable'
   elif [[ $current == -* ]]; then
@@ -32,6 +32,8 @@ _lumisk() {
       backup*) words="$copy $run" ;;
       run*) words=$run ;;
       log*) words=--follow ;;
+      versions*) words=--json ;;
+      restore*) words='--version --to' ;;
       'job add') words="--type $kept $copy" ;;
       'job edit') words="$kept $copy" ;;
       'job list' | 'job show') words=--json ;;
