@@ -1,5 +1,7 @@
 #include "engine/file_list.h"
 
+#include <fmt/format.h>
+
 #include <cerrno>
 #include <cstring>
 #include <limits>

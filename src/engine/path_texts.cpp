@@ -1,5 +1,7 @@
 #include "engine/path_texts.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <chrono>
 

@@ -1,5 +1,7 @@
 #include "engine/tagged_name.h"
 
+#include <fmt/format.h>
+
 #include <cstdint>
 
 #include "platform/paths.h"
