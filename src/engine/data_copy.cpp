@@ -9,9 +9,9 @@ namespace lumisk {
 namespace {
 
 // Below, asking the kernel costs more than it saves.
-constexpr std::uint64_t kLargeFile = 1024 * 1024;
+constexpr std::uint64_t kLargeFile = std::uint64_t{1} << 20;
 // One request to the kernel: as long as a stop of the run may have to wait.
-constexpr std::uint64_t kRangeSize = 1024 * 1024;
+constexpr std::uint64_t kRangeSize = std::uint64_t{1} << 20;
 
 bool isRefused(const Error& error) {
   static constexpr std::array kCodes = {EOPNOTSUPP, EXDEV, EINVAL, ENOSYS, ENOTTY};
