@@ -7,6 +7,7 @@
 #include "cli/store_access.h"
 #include "platform/calendar_date.h"
 #include "platform/civil_time.h"
+#include "platform/workspace.h"
 
 namespace lumisk {
 namespace {
@@ -22,11 +23,12 @@ Checked<AskedPath> askedPath(const std::string& given, CommandIo& io) {
   StoreAccess access(io);
   LUMISK_TRY(JobStore* const store, access.read());
   AskedPath asked{absolute.front(), {}, store->jobs()};
-  asked.places = versionPlaces(asked.jobs, asked.path);
+  const PlaceNames current{workspace::computerName(), workspace::rootDisplayName()};
+  asked.places = versionPlaces(asked.jobs, asked.path, current);
   if (!asked.places.empty()) return asked;
   // The working folder may have been reached by a link.
   const std::string resolved = resolvedPath(io.files, asked.path);
-  asked.places = versionPlaces(asked.jobs, resolved);
+  asked.places = versionPlaces(asked.jobs, resolved, current);
   if (asked.places.empty()) return nothingKnown(asked.path, "no stored job copies it");
   asked.path = resolved;
   return asked;
@@ -48,6 +50,8 @@ std::string versionKindText(const Version& version) {
       return fmt::format("revision {}", version.revision);
     case VersionKind::kOld:
       return "old";
+    case VersionKind::kSource:
+      return "source";
     case VersionKind::kTrash:
       break;
   }

@@ -29,6 +29,8 @@ const char* kindName(VersionKind kind) {
       return "revision";
     case VersionKind::kOld:
       return "old";
+    case VersionKind::kSource:
+      return "source";
     case VersionKind::kTrash:
       break;
   }

@@ -46,6 +46,7 @@ class Search {
   using Entry = std::optional<FileStatus>;
   Result<Entry> statusBelow(const std::string& root, const std::string& relative);
   void lookFor(Version version, const std::string& root);
+  void lookAtSource(const VersionPlace& place);
   void lookForRevisions(const VersionPlace& place, const std::string& path);
   Result<void> listRevisions(const VersionPlace& place, const std::string& path);
   void lookForTrashed(const TrashedEntry& entry, const std::string& path, const VersionPlace& place);
@@ -87,6 +88,7 @@ void Search::lookFor(Version version, const std::string& root) {
 
 void Search::lookInto(const VersionPlace& place) {
   lookFor({VersionKind::kCopy, place.copy, {}, 0, std::nullopt, place}, place.target);
+  if (place.asked == VersionPlace::Asked::kCopy) lookAtSource(place);
   lookForRevisions(place, place.copy);
   lookForRevisions(place, place.original);
   // Other jobs make no "(OLD)" copies: what has such a name there is a file of its own.
@@ -96,6 +98,13 @@ void Search::lookInto(const VersionPlace& place) {
   // At a source that is gone there is nothing to be found, and nothing to complain about.
   if (place.original != place.source && files_.openRoot(place.source))
     lookFor({VersionKind::kOld, stringByAppendOLDTag(place.original), {}, 0, std::nullopt, place}, place.source);
+}
+
+// A source that is away has nothing to offer, and was not asked for.
+void Search::lookAtSource(const VersionPlace& place) {
+  const bool isFile = place.original == place.source && !files_.openRoot(place.source);
+  const std::string root = isFile ? paths::parent(place.source) : place.source;
+  if (files_.openRoot(root)) lookFor({VersionKind::kSource, place.original, {}, 0, std::nullopt, place}, root);
 }
 
 void Search::lookForRevisions(const VersionPlace& place, const std::string& path) {

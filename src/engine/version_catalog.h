@@ -15,6 +15,7 @@ enum class VersionKind {
   kRevision,  // an earlier version, numbered
   kOld,       // the "(OLD)" copy of a conflict that kept both
   kTrash,     // what was overwritten or deleted
+  kSource,    // of a path in a target: what stands at the source
 };
 
 // One version of a file or folder that can be put back.

@@ -45,17 +45,21 @@ void addPlaces(const Job& job, const std::string& source, const std::string& tar
   if (const auto original = getSourcePathFromPath(path, copied, source)) {
     place.original = *original;
     place.copy = path;
+    place.asked = VersionPlace::Asked::kCopy;
     places.push_back(std::move(place));
   }
 }
 
 }  // namespace
 
-std::vector<VersionPlace> versionPlaces(const PropertyList::Array& jobs, const std::string& path) {
+std::vector<VersionPlace> versionPlaces(const PropertyList::Array& jobs, const std::string& path,
+                                        const PlaceNames& current) {
   std::vector<VersionPlace> places;
   for (const PropertyList& stored : jobs) {
     Job job;
     if (!copyFileObjectPartFromDictionary(stored, job) || job.targetPaths.empty()) continue;
+    if (job.computerName.empty()) job.computerName = current.computerName;
+    if (job.rootDisplayName.empty()) job.rootDisplayName = current.rootDisplayName;
     for (std::size_t k = 0; k < job.sourcePaths.size(); ++k) {
       const std::size_t target = job.bMultipleTargetFolder ? k : 0;
       if (target < job.targetPaths.size()) addPlaces(job, job.sourcePaths[k], job.targetPaths[target], path, places);

@@ -22,7 +22,7 @@ PropertyList storedJob(JobType type, const std::string& source, const std::strin
 
 TEST(VersionPlaces, VersionPlaces_PathOfAStoredJob_IsMappedByWholeComponentsInBothDirections) {
   const auto copyOf = [](PropertyList job, const std::string& path) {
-    const auto places = versionPlaces({std::move(job)}, path);
+    const auto places = versionPlaces({std::move(job)}, path, {"now", "Now"});
     return places.size() == 1 ? places.front().original + " " + places.front().copy : std::to_string(places.size());
   };
   const auto backup = storedJob(JobType::kBackup, "/s/docs", "/t");
@@ -36,6 +36,7 @@ TEST(VersionPlaces, VersionPlaces_PathOfAStoredJob_IsMappedByWholeComponentsInBo
   EXPECT_EQ(copyOf(sync, "/t/Revision/a"), "0");
   auto full = storedJob(JobType::kBackup, "/s/docs", "/t").dictionary();
   full[kRetainFullPathKey] = PropertyList(true);
+  EXPECT_EQ(copyOf(PropertyList(full), "/s/docs/a"), "/s/docs/a /t/now/Volumes/Now/s/docs/a");
   full[kComputerNameKey] = PropertyList(std::string("host"));
   full[kRootDisplayNameKey] = PropertyList(std::string("Root"));
   EXPECT_EQ(copyOf(PropertyList(full), "/s/docs/a"), "/s/docs/a /t/host/Volumes/Root/s/docs/a");
@@ -46,7 +47,7 @@ TEST(VersionPlaces, VersionPlaces_JobWithATargetForEachSource_UsesTheSourcesOwn)
   job.bMultipleTargetFolder = true;
   job.sourcePaths = {"/a", "/b"};
   job.targetPaths = {"/t1", "/t2"};
-  const auto places = versionPlaces({jobToDictionary(job), PropertyList("no job")}, "/b/f");
+  const auto places = versionPlaces({jobToDictionary(job), PropertyList("no job")}, "/b/f", {});
   ASSERT_EQ(places.size(), 1U);
   EXPECT_EQ(places.front().copy, "/t2/b/f");
   EXPECT_EQ(places.front().firstTarget, "/t1");
@@ -69,10 +70,10 @@ class VersionCatalogTest : public HomeFixture {
  protected:
   // Kinds and texts, newest first.
   std::vector<std::string> found(const std::string& path, JobType type = JobType::kBackup) {
-    known = findVersions(realFileCalls(), versionPlaces({storedJob(type, tree / "docs", tree / "t")}, tree / path));
+    known = findVersions(realFileCalls(), versionPlaces({storedJob(type, tree / "docs", tree / "t")}, tree / path, {}));
     std::vector<std::string> texts;
     for (const Version& version : known.versions) {
-      const std::string kind(1, "CROT"[static_cast<int>(version.kind)]);
+      const std::string kind(1, "CROTS"[static_cast<int>(version.kind)]);
       texts.push_back(kind + " " + (version.status.type == FileType::kFolder ? "/" : readFile(version.path)));
     }
     return texts;
@@ -125,8 +126,14 @@ TEST_F(VersionCatalogTest, FindVersions_TrashEntries_CountOnlyWhenTheyWereThatPa
   EXPECT_TRUE(known.versions.at(0).deleted);
 }
 
+TEST_F(VersionCatalogTest, FindVersions_PathInATarget_HasTheSourcesFileToo) {
+  makeTree(tree / "docs", {{"a.txt", File{"source", 0644, 300}}});
+  EXPECT_THAT(found("t/docs/a.txt"), ElementsAre("S source"));
+  EXPECT_THAT(found("docs/a.txt"), ElementsAre());
+}
+
 TEST_F(VersionCatalogTest, FindVersions_TargetThatIsAway_IsAProblemSaidOnce) {
-  const auto places = versionPlaces({storedJob(JobType::kBackup, tree / "docs", tree / "away")}, tree / "docs/a");
+  const auto places = versionPlaces({storedJob(JobType::kBackup, tree / "docs", tree / "away")}, tree / "docs/a", {});
   known = findVersions(realFileCalls(), places);
   ASSERT_EQ(known.problems.size(), 1U);
   EXPECT_EQ(known.problems.front().path, tree / "away");

@@ -56,6 +56,18 @@ rm -r "$docs"
 expectStatus 0 "$lumisk" restore "$docs"
 expectSame "$target/docs" "$docs"
 
+# Other kinds of jobs keep their copies in other places.
+mkdir "$scratch/full" "$scratch/both"
+expectStatus 0 "$lumisk" job add full --type backup --source "$docs" --target "$scratch/full" --manual --full-path
+expectStatus 0 "$lumisk" job add both --type sync --source "$docs" --target "$scratch/both" --manual
+expectStatus 0 "$lumisk" run full
+expectStatus 0 "$lumisk" run both
+expectStatus 0 "$lumisk" versions "$docs/sub/link" --json
+[ "$(count copy)" -eq 3 ] || fail "copies of three jobs: $(cat "$scratch/out")"
+rm "$scratch/both/sub/link"
+expectStatus 0 "$lumisk" restore "$scratch/both/sub/link"
+[ "$(readlink "$scratch/both/sub/link")" = a.txt ] || fail "a path in a target was not restored"
+
 # Not while a run writes there.
 exec 9<"$target"; flock -n 9 || fail "the target is still locked"
 expectStatus 2 "$lumisk" restore "$docs/a.txt"
