@@ -12,30 +12,32 @@ _lumisk_complete_names() {
 
 _lumisk() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local copy='--trash --no-trash --include --exclude --full-path' run='--pace --dry-run --json'
+  local copy='--revisions --delete --trash --no-trash --include --exclude --full-path' run='--pace --dry-run --json'
   local kept='--source --target --every --weekdays --at --realtime --manual --image --no-auto-mount --inactive'
   local words=
   COMPREPLY=()
   case $previous in
     --pace) words='gentle full' ;;
     --type) words='backup sync-revisions sync clone' ;;
+    --conflict) words='source target newer both' ;;
     --include | --exclude | --every | --weekdays | --at) return ;;
   esac
   if [ -n "$words" ]; then
     :
   elif [ "$COMP_CWORD" -eq 1 ]; then
-    words='backup job run log versions restore --help --version'
+    words='backup sync job run log versions restore --help --version'
   elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = job ]; then
     words='add list show edit rename remove enable disable'
   elif [[ $current == -* ]]; then
     case "${COMP_WORDS[1]} ${COMP_WORDS[2]}" in
       backup*) words="$copy $run" ;;
-      run*) words=$run ;;
+      sync*) words="--conflict --name $copy $run" ;;
+      run*) words="$run --allow-deletions --accept-target --accept-source" ;;
       log*) words=--follow ;;
       versions*) words=--json ;;
       restore*) words='--version --to' ;;
-      'job add') words="--type $kept $copy" ;;
-      'job edit') words="$kept $copy" ;;
+      'job add') words="--type --conflict $kept $copy" ;;
+      'job edit') words="--conflict $kept $copy" ;;
       'job list' | 'job show') words=--json ;;
     esac
     words+=' --help'
