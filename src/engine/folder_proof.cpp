@@ -33,7 +33,8 @@ Result<bool> FolderProof::check(int folder, const std::string& path, std::uint64
   LUMISK_TRY(const NameList names, listNames(run_.files, folder));
   for (std::size_t i = 0; i < names.size(); ++i) {
     const std::string name(names.name(i));
-    if (whyNotCopied(name)) continue;
+    // What the user keeps under a name that is never copied stands nowhere else: it keeps its folder.
+    if (name.starts_with(".lumisk") && whyNotCopied(name)) continue;
     if (!listed.findFileInArrayList(name)) return false;
     ++entries_;
     LUMISK_TRY(const FileStatus status, run_.files.status(folder, name));

@@ -16,7 +16,7 @@ class FolderProof {
   FolderProof(RunState& run, CompletedRun lastCompleted) : run_(run), lastCompleted_(lastCompleted) {}
 
   // The number of entries, itself included, when the folder carries this job's flag for its path, and everything in it
-  // that is ever copied is a file, link or such a folder, listed in its own folder's list, unchanged since the last
+  // but our own small files is a file, link or such a folder, listed in its own folder's list, unchanged since the last
   // completed run, and on the same file system. Nothing when one of these is not so. `path`: as the job spells it.
   Result<std::optional<std::uint64_t>> entriesOf(int parent, const std::string& name, const std::string& path);
 

@@ -253,6 +253,20 @@ TEST_F(TwoWayDeletion, OfWhatWasEditedMeanwhile_IsCopiedBack) {
   EXPECT_EQ(job.side("t"), all);
 }
 
+// Names that are never carried stand on one side only, so the folder around them is no copy of anything.
+TEST_F(TwoWayDeletion, OfAFolderThatHoldsTheOnlyCopyOfSomething_IsNone) {
+  fs::create_directory(job.tree / "s/d");
+  put("s/d/carried", "text 1");
+  put("s/d/.hidden", "text 2");
+  ASSERT_TRUE(job.run());
+  fs::remove_all(job.tree / "t/d");
+  job.info.bMoveFileTrash = false;
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.counts.deleted, 0U);
+  EXPECT_EQ(readFile(job.tree / "s/d/.hidden"), "text 2");
+  EXPECT_EQ(readFile(job.tree / "t/d/carried"), "text 1");
+}
+
 TEST_F(TwoWayDeletion, WithListsThatAreDamagedOrGone_IsNone) {
   put("s/a", "text 1");
   put("s/b", "text 2");
