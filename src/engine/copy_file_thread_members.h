@@ -81,7 +81,7 @@ struct copyFileThreadObject::Members {
   PropertyList::Dictionary m_notificationInfo;
   RunOptions options;
   RunReport lastReport;
-  void* m_scheduleThread = nullptr;
+  RunScheduler* m_scheduleThread = nullptr;
 
   NotificationCenter::Observation cancelEvent;  // last: gone before what it uses
 };

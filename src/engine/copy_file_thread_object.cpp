@@ -150,7 +150,7 @@ void copyFileThreadObject::setRunByFindTarget() {
   members_->_runByFindTarget = true;
 }
 
-void copyFileThreadObject::setScheduleThread(void* scheduler) {
+void copyFileThreadObject::setScheduleThread(RunScheduler* scheduler) {
   const ConditionLock::Guard guard(members_->m_conditionLock);
   members_->m_scheduleThread = scheduler;
 }

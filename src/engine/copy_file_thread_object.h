@@ -66,8 +66,8 @@ class copyFileThreadObject {
   [[nodiscard]] std::string getJobName();
   [[nodiscard]] std::vector<std::string> getSourcePaths();
   [[nodiscard]] std::vector<std::string> getTargetPaths();
-  [[nodiscard]] RunReport lastReport();  // of the last run that ended
-  void setScheduleThread(void* scheduler);
+  [[nodiscard]] RunReport lastReport();             // of the last run that ended
+  void setScheduleThread(RunScheduler* scheduler);  // outlives the worker
 
  private:
   struct Members;

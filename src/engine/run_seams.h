@@ -62,6 +62,14 @@ class NoImages : public ImageMounter {
   bool isAKeychainDMGAtPath(const std::string&) override { return false; }
 };
 
+// Who decides when a worker runs; for runs that its own listening starts. Any thread may call.
+class RunScheduler {
+ public:
+  virtual ~RunScheduler() = default;
+  virtual void setImmediateEvent() = 0;            // a full run, as soon as it can be; nothing while one is under way
+  virtual void setCopyingState(bool copying) = 0;  // a pass of the listening began or ended
+};
+
 // Real-time listening of one worker, and waiting for its target. Called by one thread at a time, never from a run.
 class EventListening {
  public:
