@@ -7,12 +7,12 @@
 #include "app/job_status_updates.h"
 #include "cli/job_options.h"
 #include "cli/json_text.h"
-#include "cli/next_run.h"
 #include "cli/schedule_text.h"
 #include "cli/text_list.h"
 #include "jobs/job_record.h"
 #include "platform/byte_text.h"
 #include "platform/terminal.h"
+#include "schedule/next_run.h"
 
 namespace lumisk {
 namespace {

@@ -44,6 +44,7 @@ bool copyFileThreadObject::Members::takeRequest(RunRequest& request) {
   request.info = m_currentInfo;
   request.jobIndex = m_nJobIndex;
   request.method = m_nCopyMethod;
+  request.number = lastRequest;
   request.options = options;
   request.begin = services.clock.now();
   request.runByFindTarget = std::exchange(_runByFindTarget, false);
@@ -76,6 +77,7 @@ void copyFileThreadObject::Members::endRun(const RunRequest& request, const RunR
   {
     ConditionLock::Guard guard(m_conditionLock);
     lastReport = result.report;
+    lastReport.request = request.number;
     if (!request.options.dryRun) keepResult(request, result);
     m_bCanceled = false;
     if (result.end == RunResult::End::kTerminated) return;

@@ -76,6 +76,7 @@ struct copyFileThreadObject::Members {
   bool _needScan = false;
   bool _runByFindTarget = false;
   CopyMethod m_nCopyMethod = CopyMethod::kNothing;
+  std::uint64_t lastRequest = 0;  // its number
   std::atomic<std::int32_t> m_nJobIndex{-1};
   QUORVELPREFERENCEINFOtag_CopyFileObjectPart m_currentInfo;
   PropertyList::Dictionary m_notificationInfo;

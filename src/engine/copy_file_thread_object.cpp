@@ -118,14 +118,21 @@ bool copyFileThreadObject::postMessage(int message) {
   return true;
 }
 
-void copyFileThreadObject::setCopyMethod(CopyMethod method) {
+std::uint64_t copyFileThreadObject::setCopyMethod(CopyMethod method) {
   Members& m = *members_;
   ConditionLock::Guard guard(m.m_conditionLock);
   m.m_nCopyMethod = method;
-  if (m.m_bTerminateThread) return;  // an ended thread stays ended
+  if (m.m_bTerminateThread) return 0;  // an ended thread stays ended
   // What was cancelled before this request was another run.
   if (!m.m_bBusy) m.m_bCanceled = false;
+  const std::uint64_t request = ++m.lastRequest;
   guard.release(kRequested);
+  return request;
+}
+
+void copyFileThreadObject::setFirstCopy() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  members_->m_currentInfo.bFirstCopy = true;
 }
 
 void copyFileThreadObject::setCancelFlag(bool cancelled) {

@@ -53,8 +53,10 @@ class copyFileThreadObject {
   bool start();
   bool stop();                    // true
   bool postMessage(int message);  // 1: terminate, without waiting
-  // Requests a run. A request that comes while a run is under way is lost. A cancellation counts from here on.
-  void setCopyMethod(CopyMethod method);
+  // Requests a run. A request that comes while a run is under way is lost. A cancellation counts from here on. The
+  // request's number, from 1, which the report of its run carries; 0 when no thread runs that could take it up.
+  std::uint64_t setCopyMethod(CopyMethod method);
+  void setFirstCopy();  // until a run completes, runs leave no source out and compare sizes as well
   void setCancelFlag(bool cancelled);
   void setRunOptions(RunOptions options);  // for the runs requested from now on
   void setRunByFindTarget();               // the coming run was asked for because the target appeared

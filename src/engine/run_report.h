@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -25,11 +26,12 @@ struct RunOptions {
 
 // How a run ended, for whoever waits for it.
 struct RunReport {
-  bool completed = false;  // not cancelled, no error, no problem with a path, and the data are on the disk
-  bool wholeJob = true;    // false: sources were left out because the request did not ask for them
-  bool cancelled = false;  // by the user, or because the worker was stopped
-  bool refused = false;    // nothing was walked; problemText says why
-  bool held = false;       // deletions were held back
+  std::uint64_t request = 0;  // the number of the request that it answers; 0 where nobody asked
+  bool completed = false;     // not cancelled, no error, no problem with a path, and the data are on the disk
+  bool wholeJob = true;       // false: sources were left out because the request did not ask for them
+  bool cancelled = false;     // by the user, or because the worker was stopped
+  bool refused = false;       // nothing was walked; problemText says why
+  bool held = false;          // deletions were held back
   bool sourceProblem = false;
   bool targetProblem = false;
   bool placeInDoubt = false;  // the problem that is told: a place is not the one that the job knows

@@ -25,6 +25,7 @@ struct RunRequest {
   QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
   std::int32_t jobIndex = -1;
   CopyMethod method = CopyMethod::kNothing;
+  std::uint64_t number = 0;
   RunOptions options;
   WallTime begin{};
   bool runByFindTarget = false;

@@ -1,4 +1,4 @@
-#include "cli/next_run.h"
+#include "schedule/next_run.h"
 
 #include "jobs/job_record.h"
 
@@ -19,7 +19,7 @@ seconds unitLength(TimerUnit unit) {
   return seconds(0);
 }
 
-// The first whole number of periods after the last edit that is not in the past.
+// The first moment at a whole number of periods from the last edit, before or after it, that is not in the past.
 std::string nextTimerRun(const PropertyList& job, WallTime now, const std::string& dateFormat) {
   const PropertyList& scheduling = job[kSchedulingKey];
   const auto base = CalendarDate::parse(job[kJobModifyTimeKey].text());
@@ -28,7 +28,7 @@ std::string nextTimerRun(const PropertyList& job, WallTime now, const std::strin
   const seconds period = unitLength(unit) * scheduling[kTimerKey].integer32();
   if (period <= seconds(0)) return base->description(dateFormat);
   const auto elapsed = std::chrono::floor<seconds>(now) - std::chrono::floor<seconds>(base->time());
-  const auto periods = std::max<std::int64_t>(0, (elapsed + period - seconds(1)) / period);
+  const std::int64_t periods = elapsed / period + (elapsed % period > seconds(0) ? 1 : 0);
   return CalendarDate(base->time() + periods * period).description(dateFormat);
 }
 

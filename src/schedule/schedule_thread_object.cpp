@@ -1,0 +1,196 @@
+#include "schedule/schedule_thread_object.h"
+
+#include "schedule/schedule_thread_members.h"
+
+namespace lumisk {
+namespace {
+
+constexpr int kStopMessage = 1;
+
+}  // namespace
+
+scheduleThreadObject::Members::Members(ScheduleServices scheduleServices)
+    : services(std::move(scheduleServices)),
+      pluginList(services.pluginListPath),
+      m_copyFileThreadObject(services.worker),
+      sleep(services.makeSleep()) {
+  runEvent = services.worker.notifications.observe(kScheduleNotification, [this](const Notification& notification) {
+    scheduleControlObjectNotification(notification);
+  });
+}
+
+scheduleThreadObject::scheduleThreadObject(ScheduleServices services)
+    : members_(std::make_unique<Members>(std::move(services))) {
+  members_->m_copyFileThreadObject.setScheduleThread(this);
+}
+
+scheduleThreadObject::~scheduleThreadObject() {
+  stop();
+}
+
+bool scheduleThreadObject::fetchCurrentInfo(const PropertyList::Array& jobs, std::int32_t index) {
+  Members& m = *members_;
+  setJobIndex(index);
+  if (index < 0 || static_cast<std::size_t>(index) >= jobs.size()) return false;
+  const PropertyList& job = jobs[static_cast<std::size_t>(index)];
+  QUORVELPREFERENCEINFOtag_SchedulePart view;
+  if (!schedulePartFromDictionary(job, view) || !m.m_copyFileThreadObject.fetchCurrentInfo(jobs, index)) return false;
+  const auto begin = CalendarDate::parse(job[kLastBeginTimeKey].text());
+  const ConditionLock::Guard guard(m.m_conditionLock);
+  m.m_currentInfo = std::move(view);
+  m.uuidString = job[kUuidStringKey].text();
+  m.lastBegin = begin ? std::optional(begin->time()) : std::nullopt;
+  return true;
+}
+
+void scheduleThreadObject::setJobIndex(std::int32_t index) {
+  {
+    const ConditionLock::Guard guard(members_->m_conditionLock);
+    members_->m_nJobIndex = index;
+  }
+  members_->m_copyFileThreadObject.setJobIndex(index);
+}
+
+// Starting and stopping.
+
+bool scheduleThreadObject::start() {
+  Members& m = *members_;
+  const std::lock_guard life(m.m_lifeLock);
+  {
+    ConditionLock::Guard guard(m.m_conditionLock);
+    if (!m.m_bTerminateThread || !m.m_bThreadDied || !m.m_currentInfo.bActive) return false;
+    m.m_bTerminateThread = false;
+    m.m_bThreadDied = false;
+    guard.release(kWaiting);
+  }
+  const bool isStarted = m.m_copyFileThreadObject.start() && m.launchThread();
+  if (!isStarted) {
+    m.m_copyFileThreadObject.stop();
+    const ConditionLock::Guard guard(m.m_conditionLock);
+    m.m_bTerminateThread = true;
+    m.m_bThreadDied = true;
+  }
+  return isStarted;
+}
+
+bool scheduleThreadObject::postMessage(int message) {
+  Members& m = *members_;
+  {
+    const ConditionLock::Guard guard(m.m_conditionLock);
+    if (message != kStopMessage || !m.m_currentInfo.bActive) return false;
+  }
+  if (!m.requestStop()) return false;
+  m.m_copyFileThreadObject.postMessage(kStopMessage);
+  return true;
+}
+
+bool scheduleThreadObject::stop() {
+  Members& m = *members_;
+  // Also while a start is under way, which this one would wait for.
+  m.requestStop();
+  m.m_copyFileThreadObject.postMessage(kStopMessage);
+  const std::lock_guard life(m.m_lifeLock);
+  m.requestStop();  // once more: a start may have come in between
+  {
+    const ConditionLock::Guard guard(m.m_conditionLock);
+    if (m.m_bThreadDied) return true;
+  }
+  m.m_copyFileThreadObject.stop();
+  { const ConditionLock::Guard ended(m.m_conditionLock, kThreadEnded); }
+  m.thread.join();
+  const ConditionLock::Guard guard(m.m_conditionLock);
+  m.m_bThreadDied = true;
+  return true;
+}
+
+// False when a stop was requested already, or no thread runs.
+bool scheduleThreadObject::Members::requestStop() {
+  {
+    ConditionLock::Guard guard(m_conditionLock);
+    if (m_bTerminateThread) return false;
+    m_bTerminateThread = true;
+    wake(guard);
+  }
+  sleep->wake();
+  return true;
+}
+
+// Ends the thread's wait for a run. An ended thread stays ended.
+void scheduleThreadObject::Members::wake(ConditionLock::Guard& guard) {
+  const int condition = m_conditionLock.condition();
+  guard.release(condition == kThreadEnded || condition == kMade ? condition : kWake);
+}
+
+// Requests and reports.
+
+void scheduleThreadObject::setImmediateEvent() {
+  Members& m = *members_;
+  {
+    const ConditionLock::Guard guard(m.m_conditionLock);
+    if (m.m_bCopyfile || m.isRunning) return;
+    m.m_bImmediateEvent = true;
+  }
+  m.sleep->wake();
+}
+
+bool scheduleThreadObject::requestRun(const RunOptions& options) {
+  Members& m = *members_;
+  {
+    const ConditionLock::Guard guard(m.m_conditionLock);
+    if (m.m_bTerminateThread || m.m_bCopyfile || m.isRunning || m.requested) return false;
+    m.requested = options;
+    m.m_bImmediateEvent = true;
+  }
+  m.sleep->wake();
+  return true;
+}
+
+void scheduleThreadObject::setCopyingState(bool copying) {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  members_->m_bCopyfile = copying;
+}
+
+bool scheduleThreadObject::isNowCopyingFile() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  return members_->m_bCopyfile || members_->isRunning;
+}
+
+// On the worker's thread.
+void scheduleThreadObject::Members::scheduleControlObjectNotification(const Notification& notification) {
+  const auto* sender = std::any_cast<copyFileThreadObject*>(&notification.object);
+  if (!sender || *sender != &m_copyFileThreadObject) return;
+  const RunReport report = m_copyFileThreadObject.lastReport();
+  ConditionLock::Guard guard(m_conditionLock);
+  // What the worker did by itself ends no run that was asked for.
+  if (report.request > lastEndedRequest) countEnd(report.request, report);
+  wake(guard);
+}
+
+// Under m_conditionLock.
+void scheduleThreadObject::Members::countEnd(std::uint64_t request, const RunReport& report) {
+  lastEndedRequest = std::max(lastEndedRequest, request);
+  ++ended.number;
+  ended.last = report;
+}
+
+std::string scheduleThreadObject::jobName() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  return members_->m_currentInfo.name;
+}
+
+std::string scheduleThreadObject::jobUuid() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  return members_->uuidString;
+}
+
+std::int32_t scheduleThreadObject::jobIndex() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  return members_->m_nJobIndex;
+}
+
+scheduleThreadObject::EndedRuns scheduleThreadObject::endedRuns() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  return members_->ended;
+}
+
+}  // namespace lumisk
