@@ -82,8 +82,15 @@ bool isSettled(const FileStamp& stamp) {
 }  // namespace
 
 struct UserDefaults::Loaded {
-  std::optional<FileStamp> stamp;  // the state of the file that `values` were read from, when it can be told again
   PropertyList::Dictionary values;
+  // The state of the file that they were read from, by its stamp where that can be told again, else by its bytes.
+  std::optional<FileStamp> stamp;
+  std::optional<std::string> bytes;
+
+  void readFrom(LoadedFile file) {
+    stamp = isSettled(file.stamp) ? std::optional(file.stamp) : std::nullopt;
+    bytes = stamp ? std::nullopt : std::optional(std::move(file.bytes));
+  }
 };
 
 class UserDefaults::Ownership {
@@ -134,23 +141,24 @@ std::vector<std::string> UserDefaults::takeWarnings() {
   return std::exchange(warnings_, {});
 }
 
+// A file that was written a moment ago is read at every call, but parsed once.
 Result<void> UserDefaults::refresh() {
   const auto stamp = stampOf(path_);
   if (stamp && loaded_ && loaded_->stamp == *stamp) return {};
-  loaded_.reset();
+  const auto before = std::exchange(loaded_, nullptr);
   auto file = loadFile(path_);
   if (!file && file.error().code != ENOENT) return fail(file.error());
-  Loaded loaded;
-  if (file) {
+  if (file && before && before->bytes == file->bytes) {
+    loaded_ = before;
+  } else {
+    loaded_ = std::make_shared<Loaded>();
+    if (!file) return {};
     auto parsed = parsePropertyList(file->bytes);
-    if (parsed && parsed->kind() == PropertyList::Kind::kDictionary) {
-      loaded.values = std::move(parsed->mutableDictionary());
-      if (isSettled(file->stamp)) loaded.stamp = file->stamp;
-    } else {
-      LUMISK_CHECK(setDamagedAside(parsed ? "not a dictionary" : parsed.error().detail));
-    }
+    if (!parsed || parsed->kind() != PropertyList::Kind::kDictionary)
+      return setDamagedAside(parsed ? "not a dictionary" : parsed.error().detail);
+    loaded_->values = std::move(parsed->mutableDictionary());
   }
-  loaded_ = std::make_shared<Loaded>(std::move(loaded));
+  loaded_->readFrom(std::move(*file));
   return {};
 }
 

@@ -1,9 +1,11 @@
 #include "platform/user_defaults.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <fstream>
 #include <thread>
 
 #include "support/temp_tree.h"
@@ -31,6 +33,20 @@ TEST(UserDefaults, Changes_AreOnDiskAndSeenByOthers) {
   ASSERT_TRUE(one.change([](PropertyList::Dictionary&) {}));
   ASSERT_EQ(::stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_ino, changed) << "nothing changed, but it was written";
+}
+
+TEST(UserDefaults, FileEditedInPlaceAMomentAgo_IsSeenThoughItsStampMayBeTheSame) {
+  TempTree home{
+      {"settings.plist", test::File{"<plist version=\"1.0\"><dict><key>x</key><string>a</string></dict></plist>"}}};
+  const std::string path = home / "settings.plist";
+  UserDefaults defaults(path);
+  struct stat status;
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(defaults.object("x")->text(), "a");
+  std::ofstream(path) << "<plist version=\"1.0\"><dict><key>x</key><string>b</string></dict></plist>";
+  const timespec times[] = {status.st_atim, status.st_mtim};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  EXPECT_EQ(defaults.object("x")->text(), "b");
 }
 
 TEST(UserDefaults, DamagedFile_IsSetAsideAndTold) {
