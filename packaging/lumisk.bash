@@ -25,7 +25,7 @@ _lumisk() {
   if [ -n "$words" ]; then
     :
   elif [ "$COMP_CWORD" -eq 1 ]; then
-    words='backup sync job run log versions restore --help --version'
+    words='backup sync job run log versions restore volumes disks --help --version'
   elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = job ]; then
     words='add list show edit rename remove enable disable'
   elif [[ $current == -* ]]; then
@@ -34,7 +34,7 @@ _lumisk() {
       sync*) words="--conflict --name $copy $run" ;;
       run*) words="$run --allow-deletions --accept-target --accept-source" ;;
       log*) words=--follow ;;
-      versions*) words=--json ;;
+      versions* | volumes* | disks*) words=--json ;;
       restore*) words='--version --to' ;;
       'job add') words="--type --conflict $kept $copy" ;;
       'job edit') words="--conflict $kept $copy" ;;

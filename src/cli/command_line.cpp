@@ -33,6 +33,8 @@ void addCommands(CLI::App& parser, CommandRun& chosen) {
   addLogCommand(parser, chosen);
   addVersionsCommand(parser, chosen);
   addRestoreCommand(parser, chosen);
+  addVolumesCommand(parser, chosen);
+  addDisksCommand(parser, chosen);
 }
 
 // The parser's own messages may show guarded texts and end with a hint on further lines.

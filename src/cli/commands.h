@@ -14,6 +14,8 @@ void addRunCommand(CLI::App& parent, CommandRun& chosen);
 void addLogCommand(CLI::App& parent, CommandRun& chosen);
 void addVersionsCommand(CLI::App& parent, CommandRun& chosen);
 void addRestoreCommand(CLI::App& parent, CommandRun& chosen);
+void addVolumesCommand(CLI::App& parent, CommandRun& chosen);
+void addDisksCommand(CLI::App& parent, CommandRun& chosen);
 
 // Below `lumisk job`.
 void addJobAddCommand(CLI::App& parent, CommandRun& chosen);

@@ -1,6 +1,7 @@
 #include "platform/block_device.h"
 
 #include <blkid/blkid.h>
+#include <libudev.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
@@ -38,13 +39,24 @@ bool isPluggableBus(const fs::path& component) {
   return isNumbered("usb") || isNumbered("fw");
 }
 
+// Numbers of buses ("0x1af4") and the bus itself instead of a maker say nothing to people.
+std::string makerOf(const fs::path& disk) {
+  const std::string maker = lineOf(disk / "device" / "vendor");
+  return maker == "ATA" || maker.rfind("0x", 0) == 0 ? "" : maker;
+}
+
+std::string modelOf(const fs::path& disk) {
+  const std::string model = lineOf(disk / "device" / "model");
+  return model.empty() ? lineOf(disk / "device" / "name") : model;  // of cards
+}
+
 Facts factsOfDisk(const fs::path& disk) {
   Facts found;
   const bool isCard = lineOf(disk / "device" / "type") == "SD";  // the kernel calls the reader's slot not removable
   found.isRemovable =
       isCard || lineOf(disk / "removable") == "1" || std::any_of(disk.begin(), disk.end(), isPluggableBus);
-  const std::string maker = lineOf(disk / "device" / "vendor");
-  const std::string model = lineOf(disk / "device" / "model");
+  const std::string maker = makerOf(disk);
+  const std::string model = modelOf(disk);
   found.description = maker + (maker.empty() || model.empty() ? "" : " ") + model;
   return found;
 }
@@ -62,6 +74,32 @@ Facts factsOfFolder(const fs::path& folder, int depth) {
     if (found.description.empty()) found.description = facts.description;
   }
   return found;
+}
+
+// "mmcblk0boot0", "mmcblk0rpmb": parts of a built-in card for its firmware, which the kernel lists as disks.
+bool isFirmwarePart(const std::string& name) {
+  return name.rfind("mmcblk", 0) == 0 &&
+         (name.find("boot") != std::string::npos || name.find("rpmb") != std::string::npos);
+}
+
+bool isDisk(const fs::path& folder) {
+  constexpr const char* kOptical = "5";  // SCSI's type of a drive for compact discs and their successors
+  std::error_code error;
+  return fs::exists(folder / "device", error) && lineOf(folder / "device" / "type") != kOptical &&
+         !isFirmwarePart(folder.filename().string());
+}
+
+Disk diskOf(const fs::path& folder) {
+  constexpr std::uint64_t kSector = 512;  // the kernel's unit, whatever the disk's own is
+  const Facts facts = factsOfFolder(folder, 0);
+  std::string name = folder.filename().string();
+  std::replace(name.begin(), name.end(), '!', '/');  // "cciss!c0d0"
+  Disk disk;
+  disk.node = "/dev/" + name;
+  disk.description = facts.description.empty() ? name : facts.description;
+  disk.bytes = std::strtoull(lineOf(folder / "size").c_str(), nullptr, 10) * kSector;
+  disk.isRemovable = facts.isRemovable;
+  return disk;
 }
 
 // udev writes what a file name cannot hold, and some more, as "\x2f".
@@ -93,9 +131,24 @@ std::string probed(const std::string& node, const char* tag) {
   const std::unique_ptr<blkid_struct_probe, ProbeDeleter> probe(blkid_new_probe_from_filename(node.c_str()));
   const char* value = nullptr;
   if (!probe || blkid_probe_enable_superblocks(probe.get(), 1) != 0) return {};
-  if (blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_UUID | BLKID_SUBLKS_LABEL) != 0) return {};
+  if (blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_UUID | BLKID_SUBLKS_LABEL | BLKID_SUBLKS_TYPE) != 0)
+    return {};
   if (blkid_do_safeprobe(probe.get()) != 0) return {};
   return blkid_probe_lookup_value(probe.get(), tag, &value, nullptr) == 0 ? value : "";
+}
+
+struct UdevDeleter {
+  void operator()(struct udev* udev) const { udev_unref(udev); }
+  void operator()(struct udev_device* device) const { udev_device_unref(device); }
+};
+
+// From udev's database, which every user may read.
+std::string udevProperty(std::uint64_t device, const char* key) {
+  const std::unique_ptr<struct udev, UdevDeleter> udev(udev_new());
+  if (!udev) return {};
+  const std::unique_ptr<struct udev_device, UdevDeleter> found(udev_device_new_from_devnum(udev.get(), 'b', device));
+  const char* const value = found ? udev_device_get_property_value(found.get(), key) : nullptr;
+  return value == nullptr ? "" : value;
 }
 
 }  // namespace
@@ -107,6 +160,18 @@ Facts facts(std::uint64_t device, const std::string& sysFolder) {
   return error ? Facts() : factsOfFolder(folder, 0);
 }
 
+std::vector<Disk> disks(const std::string& sysFolder) {
+  std::vector<Disk> found;
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(fs::path(sysFolder) / "block", error)) {
+    const fs::path folder = fs::canonical(entry.path(), error);
+    if (error || !isDisk(folder)) continue;
+    if (Disk disk = diskOf(folder); disk.bytes > 0) found.push_back(std::move(disk));
+  }
+  std::sort(found.begin(), found.end(), [](const Disk& a, const Disk& b) { return a.node < b.node; });
+  return found;
+}
+
 std::string uuid(std::uint64_t device, const std::string& node) {
   const std::string name = nameOfLink("/dev/disk/by-uuid", device);
   return name.empty() ? probed(node, "UUID") : name;
@@ -115,6 +180,11 @@ std::string uuid(std::uint64_t device, const std::string& node) {
 std::string label(std::uint64_t device, const std::string& node) {
   const std::string name = nameOfLink("/dev/disk/by-label", device);
   return name.empty() ? probed(node, "LABEL") : name;
+}
+
+std::string type(std::uint64_t device, const std::string& node) {
+  const std::string known = udevProperty(device, "ID_FS_TYPE");
+  return known.empty() ? probed(node, "TYPE") : known;
 }
 
 }  // namespace lumisk::block_device

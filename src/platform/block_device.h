@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace lumisk::block_device {
 
@@ -14,9 +15,22 @@ struct Facts {
 // `device` as in FileIdentity. Nothing is known of a device without a disk (a tmpfs, a server's).
 [[nodiscard]] Facts facts(std::uint64_t device, const std::string& sysFolder = "/sys");
 
+struct Disk {
+  std::string node;         // "/dev/sda"
+  std::string description;  // maker and model; the device's name where they are not told
+  std::uint64_t bytes = 0;
+  bool isRemovable = false;
+};
+
+// The machine's disks: what hangs on a bus and holds a medium. Loop devices, memory, layers over other devices, optical
+// drives and the boot partitions of built-in cards are none. By name.
+[[nodiscard]] std::vector<Disk> disks(const std::string& sysFolder = "/sys");
+
 // What the volume on the device calls itself: the names that udev keeps as links, else, when the device may be read,
 // what stands in its superblock. Empty when neither is to be had. `node`: the device's file, may be empty.
 [[nodiscard]] std::string uuid(std::uint64_t device, const std::string& node);
 [[nodiscard]] std::string label(std::uint64_t device, const std::string& node);
+// "ntfs", "exfat": as udev knows it, else as it stands in the superblock.
+[[nodiscard]] std::string type(std::uint64_t device, const std::string& node);
 
 }  // namespace lumisk::block_device

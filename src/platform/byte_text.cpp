@@ -98,6 +98,10 @@ std::string displayText(std::string_view bytes) {
   return result;
 }
 
+bool isStringIncluded(std::string_view text, std::string_view part) {
+  return !part.empty() && text.find(part) != std::string_view::npos;
+}
+
 std::string foldedName(std::string_view name) {
   if (!isValidUtf8(name) || name.find('\0') != std::string_view::npos) return asciiLower(name);
   const auto size = static_cast<gssize>(name.size());

@@ -30,6 +30,7 @@ MountEntry entryOf(libmnt_fs* mount) {
   entry.source = textOf(mnt_fs_get_source(mount));
   entry.id = static_cast<std::uint64_t>(mnt_fs_get_id(mount));
   entry.device = mnt_fs_get_devno(mount);
+  entry.root = textOf(mnt_fs_get_root(mount));
   entry.isReadOnly = mnt_fs_get_option(mount, "ro", nullptr, nullptr) == 0;
   return entry;
 }

@@ -15,6 +15,8 @@ struct MountEntry {
   std::uint64_t id = 0;      // of the mount
   std::uint64_t device = 0;  // as in FileIdentity
   bool isReadOnly = false;
+  std::string root =
+      "/";  // the folder of the file system that is seen here: another one for bind mounts and subvolumes
 };
 
 // All mounts of this process's namespace, in mount order (a later one hides an earlier one of the same place).

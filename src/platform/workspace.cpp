@@ -1,8 +1,5 @@
 #include "platform/workspace.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +10,7 @@
 #include "platform/block_device.h"
 #include "platform/home_folder.h"
 #include "platform/paths.h"
+#include "platform/volume.h"
 
 namespace lumisk::workspace {
 namespace {
@@ -29,32 +27,6 @@ const MountEntry* lastMount(const std::vector<MountEntry>& mounts, Fits fits) {
   return found == mounts.rend() ? nullptr : &*found;
 }
 
-Result<MountEntry> mountOf(const std::string& path) {
-  struct statx status;
-  if (::statx(AT_FDCWD, path.c_str(), AT_STATX_SYNC_AS_STAT, STATX_TYPE | STATX_MNT_ID, &status) != 0)
-    return fail("find the file system of", path, errno);
-  LUMISK_TRY(const auto mounts, mountTable());
-  const std::uint64_t device = makedev(status.stx_dev_major, status.stx_dev_minor);
-  const bool knowsMount = (status.stx_mask & STATX_MNT_ID) != 0;
-  const MountEntry* const mount = lastMount(
-      mounts, [&](const MountEntry& one) { return knowsMount ? one.id == status.stx_mnt_id : one.device == device; });
-  if (mount == nullptr) return fail("find the file system of", path, ENODEV);
-  return *mount;
-}
-
-struct Device {
-  std::uint64_t number = 0;
-  std::string node;  // empty when it has no file
-};
-
-// The mount's own number stands for no device on btrfs and for file systems in user space; its source does.
-Device deviceOf(const MountEntry& mount) {
-  struct stat status;
-  if (mount.source.rfind("/dev/", 0) == 0 && ::stat(mount.source.c_str(), &status) == 0 && S_ISBLK(status.st_mode))
-    return {status.st_rdev, mount.source};
-  return {mount.device, {}};
-}
-
 // Whether the path is `place` or lies below it.
 bool isBelow(const std::string& path, const std::string& place) {
   return path != place && paths::isInside(path, place);
@@ -67,8 +39,8 @@ constexpr std::array<const char*, 3> kPlaces = {"/media", "/run/media", kMnt};
 }  // namespace
 
 Result<FileSystemInfo> fileSystemInfo(const std::string& path) {
-  LUMISK_TRY(const auto mount, mountOf(path));
-  const Device device = deviceOf(mount);
+  LUMISK_TRY(const auto mount, volume::mountHolding(path));
+  const volume::Device device = volume::deviceOf(mount);
   const auto facts = block_device::facts(device.number);
   FileSystemInfo info;
   info.isRemovable = facts.isRemovable;
@@ -103,10 +75,8 @@ std::string computerName() {
 }
 
 std::string rootDisplayName() {
-  const auto mount = mountOf("/");
-  const Device device = mount ? deviceOf(*mount) : Device();
-  const std::string label = block_device::label(device.number, device.node);
-  return label.empty() ? "Root" : withoutSlashes(label);
+  const auto mount = volume::mountHolding("/");
+  return mount ? withoutSlashes(volume::name(*mount)) : "Root";
 }
 
 std::optional<std::string> volumeOf(const std::string& path, const std::vector<MountEntry>& mounts) {

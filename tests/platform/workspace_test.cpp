@@ -124,13 +124,23 @@ class BlockDeviceFacts : public ::testing::Test {
       {"devices",
        Dir{{"pci0",
             Dir{{"usb2", Dir{{"sdb", Dir{{"removable", File{"0\n"}},
+                                         {"size", File{"2048\n"}},
                                          {"device", Dir{{"vendor", File{"Maker   \n"}}, {"model", File{"Stick 3 \n"}}}},
                                          {"sdb1", Dir{{"partition", File{"1\n"}}}}}}}},
-                {"ata1", Dir{{"sda", Dir{{"removable", File{"0\n"}}, {"device", Dir{{"model", File{"Inside\n"}}}}}},
-                             {"sr0", Dir{{"removable", File{"1\n"}}}}}},
+                {"ata1",
+                 Dir{{"sda", Dir{{"removable", File{"0\n"}},
+                                 {"size", File{"4096\n"}},
+                                 {"device", Dir{{"vendor", File{"ATA\n"}}, {"model", File{"Inside\n"}}}}}},
+                     {"sr0",
+                      Dir{{"removable", File{"1\n"}}, {"size", File{"8\n"}}, {"device", Dir{{"type", File{"5\n"}}}}}}}},
                 {"mmc0", Dir{{"mmcblk0", Dir{{"removable", File{"0\n"}}, {"device", Dir{{"type", File{"SD\n"}}}}}}}}}},
            {"virtual", Dir{{"dm-0", Dir{{"removable", File{"0\n"}},
                                         {"slaves", Dir{{"sdb1", Link{"../../../pci0/usb2/sdb/sdb1"}}}}}}}}}},
+      {"block", Dir{{"sda", Link{"../devices/pci0/ata1/sda"}},
+                    {"sdb", Link{"../devices/pci0/usb2/sdb"}},
+                    {"sr0", Link{"../devices/pci0/ata1/sr0"}},
+                    {"mmcblk0", Link{"../devices/pci0/mmc0/mmcblk0"}},
+                    {"dm-0", Link{"../devices/virtual/dm-0"}}}},
       {"dev", Dir{{"block", Dir{{"8:17", Link{"../../devices/pci0/usb2/sdb/sdb1"}},
                                 {"8:0", Link{"../../devices/pci0/ata1/sda"}},
                                 {"11:0", Link{"../../devices/pci0/ata1/sr0"}},
@@ -152,6 +162,19 @@ TEST_F(BlockDeviceFacts, OfDisksOnDifferentBuses_SayWhatCanBeTakenOut) {
   EXPECT_TRUE(factsOf(253, 0).isRemovable);
   EXPECT_EQ(factsOf(253, 0).description, "Maker Stick 3");
   EXPECT_FALSE(factsOf(0, 42).isRemovable);
+}
+
+// Neither the optical drive nor the encrypted layer, nor the card reader without a card.
+TEST_F(BlockDeviceFacts, Disks_AreWhatHangsOnABusAndHoldsAMedium) {
+  const auto disks = block_device::disks(sys_.path());
+  ASSERT_EQ(disks.size(), 2U);
+  EXPECT_EQ(disks[0].node, "/dev/sda");
+  EXPECT_EQ(disks[0].description, "Inside");
+  EXPECT_EQ(disks[0].bytes, 4096U * 512);
+  EXPECT_FALSE(disks[0].isRemovable);
+  EXPECT_EQ(disks[1].node, "/dev/sdb");
+  EXPECT_EQ(disks[1].description, "Maker Stick 3");
+  EXPECT_TRUE(disks[1].isRemovable);
 }
 
 }  // namespace

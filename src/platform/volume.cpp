@@ -1,0 +1,83 @@
+#include "platform/volume.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/sysmacros.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+
+#include "platform/block_device.h"
+#include "platform/descriptor.h"
+#include "platform/paths.h"
+
+namespace lumisk::volume {
+namespace {
+
+constexpr const char* kFind = "find the file system of";
+
+bool isBlockDevice(const std::string& node, std::uint64_t& number) {
+  struct stat status;
+  if (::stat(node.c_str(), &status) != 0 || !S_ISBLK(status.st_mode)) return false;
+  number = status.st_rdev;
+  return true;
+}
+
+// "/dev/sda1" of its number, as the kernel names it.
+std::string nodeOf(std::uint64_t number) {
+  std::error_code error;
+  const auto folder =
+      std::filesystem::canonical(fmt::format("/sys/dev/block/{}:{}", major(number), minor(number)), error);
+  return error ? std::string() : "/dev/" + folder.filename().string();
+}
+
+}  // namespace
+
+Result<MountEntry> mountHolding(const std::string& path, FinalLink link) {
+  struct statx status;
+  const int flags = AT_STATX_SYNC_AS_STAT | (link == FinalLink::kItself ? AT_SYMLINK_NOFOLLOW : 0);
+  if (::statx(AT_FDCWD, path.c_str(), flags, STATX_TYPE | STATX_MNT_ID, &status) != 0) return fail(kFind, path, errno);
+  LUMISK_TRY(auto mounts, mountTable());
+  const std::uint64_t device = makedev(status.stx_dev_major, status.stx_dev_minor);
+  const bool knowsMount = (status.stx_mask & STATX_MNT_ID) != 0;
+  // The last that fits: a later mount hides an earlier one.
+  const auto found = std::find_if(mounts.rbegin(), mounts.rend(), [&](const MountEntry& one) {
+    return knowsMount ? one.id == status.stx_mnt_id : one.device == device;
+  });
+  if (found == mounts.rend()) return fail(kFind, path, ENODEV);
+  return std::move(*found);
+}
+
+Device deviceOf(const MountEntry& mount) {
+  Device device{mount.device, {}};
+  if (mount.source.rfind("/dev/", 0) != 0) return device;
+  // A kernel that mounted its root by itself calls it "/dev/root", which is no file.
+  device.node = isBlockDevice(mount.source, device.number) ? mount.source : nodeOf(device.number);
+  return device;
+}
+
+std::string name(const MountEntry& mount) {
+  const Device device = deviceOf(mount);
+  std::string label = block_device::label(device.number, device.node);
+  if (!label.empty()) return label;
+  return mount.mountPoint == "/" ? "Root" : paths::lastComponent(mount.mountPoint);
+}
+
+std::string fileSystemOf(const MountEntry& mount) {
+  if (mount.fileSystem != "fuseblk") return mount.fileSystem;
+  const Device device = deviceOf(mount);
+  const std::string type = block_device::type(device.number, device.node);
+  return type.empty() ? mount.fileSystem : type;
+}
+
+Result<SpaceStatus> space(const std::string& path, FinalLink link) {
+  const Descriptor entry(::open(path.c_str(), O_PATH | O_CLOEXEC | (link == FinalLink::kItself ? O_NOFOLLOW : 0)));
+  struct statvfs raw;
+  if (!entry.isOpen() || ::fstatvfs(entry.get(), &raw) != 0) return fail("ask for the free space of", path, errno);
+  return SpaceStatus{raw.f_blocks * raw.f_frsize, raw.f_bavail * raw.f_frsize};
+}
+
+}  // namespace lumisk::volume
