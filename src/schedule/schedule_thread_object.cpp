@@ -36,10 +36,13 @@ bool scheduleThreadObject::fetchCurrentInfo(const PropertyList::Array& jobs, std
   QUORVELPREFERENCEINFOtag_SchedulePart view;
   if (!schedulePartFromDictionary(job, view) || !m.m_copyFileThreadObject.fetchCurrentInfo(jobs, index)) return false;
   const auto begin = CalendarDate::parse(job[kLastBeginTimeKey].text());
-  const ConditionLock::Guard guard(m.m_conditionLock);
-  m.m_currentInfo = std::move(view);
-  m.uuidString = job[kUuidStringKey].text();
-  m.lastBegin = begin ? std::optional(begin->time()) : std::nullopt;
+  {
+    const ConditionLock::Guard guard(m.m_conditionLock);
+    m.m_currentInfo = std::move(view);
+    m.uuidString = job[kUuidStringKey].text();
+    m.lastBegin = begin ? std::optional(begin->time()) : std::nullopt;
+  }
+  m.sleep->wake();  // the next look may come earlier than before
   return true;
 }
 
@@ -77,11 +80,11 @@ bool scheduleThreadObject::postMessage(int message) {
   Members& m = *members_;
   {
     const ConditionLock::Guard guard(m.m_conditionLock);
-    if (message != kStopMessage || !m.m_currentInfo.bActive) return false;
+    if (message != kStopMessage || !m.m_currentInfo.bActive || m.m_bTerminateThread) return false;
   }
-  if (!m.requestStop()) return false;
+  // The worker first: whatever is started in between, a scheduler without its worker does not go on.
   m.m_copyFileThreadObject.postMessage(kStopMessage);
-  return true;
+  return m.requestStop();
 }
 
 bool scheduleThreadObject::stop() {
