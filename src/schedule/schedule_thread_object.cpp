@@ -136,16 +136,18 @@ void scheduleThreadObject::setImmediateEvent() {
   m.sleep->wake();
 }
 
-bool scheduleThreadObject::requestRun(const RunOptions& options) {
+std::optional<std::uint64_t> scheduleThreadObject::requestRun(const RunOptions& options) {
   Members& m = *members_;
+  std::uint64_t endedBefore = 0;
   {
     const ConditionLock::Guard guard(m.m_conditionLock);
-    if (m.m_bTerminateThread || m.m_bCopyfile || m.isRunning || m.requested) return false;
+    if (m.m_bTerminateThread || m.m_bCopyfile || m.isRunning || m.requested) return std::nullopt;
     m.requested = options;
     m.m_bImmediateEvent = true;
+    endedBefore = m.ended.number;
   }
   m.sleep->wake();
-  return true;
+  return endedBefore;
 }
 
 void scheduleThreadObject::setCopyingState(bool copying) {
@@ -174,6 +176,11 @@ void scheduleThreadObject::Members::countEnd(std::uint64_t request, const RunRep
   lastEndedRequest = std::max(lastEndedRequest, request);
   ++ended.number;
   ended.last = report;
+}
+
+bool scheduleThreadObject::isStarted() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  return !members_->m_bTerminateThread;
 }
 
 std::string scheduleThreadObject::jobName() {
