@@ -1,0 +1,149 @@
+#include "devices/mounted_images.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "devices/ag_keychain.h"
+#include "devices/data_list_object.h"
+#include "devices/image_commands.h"
+#include "jobs/job_record.h"
+#include "platform/byte_text.h"
+#include "platform/child_process.h"
+#include "platform/durable_file.h"
+#include "platform/home_folder.h"
+#include "platform/paths.h"
+#include "platform/process.h"
+
+namespace lumisk {
+namespace {
+
+using image_commands::Arguments;
+
+std::string volumeNameOf(const std::string& imagePath) {
+  return paths::withoutExtension(paths::lastComponent(imagePath));
+}
+
+int statusOfTool(const Arguments& arguments, const std::string& input) {
+  const auto result = runChild({.arguments = arguments, .input = input, .environment = {}});
+  return result ? result->status : -1;
+}
+
+bool isThere(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::exists(path, error);
+}
+
+std::string keptListPath() {
+  return homeFolder() + "/Library/Logs/lumiskTmpList.plist";
+}
+
+}  // namespace
+
+std::string imageToolPath() {
+  const std::string beside = paths::join(paths::parent(process::programPath()), "hdiutil");
+  return isThere(beside) ? beside : "/usr/bin/hdiutil";
+}
+
+int amountDMGFileAtPath(const std::string& imagePath, const std::string& password) {
+  return statusOfTool(image_commands::mount(imageToolPath(), imagePath), password);
+}
+
+int createDMGFileAtPath(const std::string& basePath, const std::string& password, const std::string& volumesName) {
+  return statusOfTool(image_commands::create(imageToolPath(), volumesName, basePath), password);
+}
+
+bool isAKeychainDMGAtPath(const std::string& imagePath) {
+  return AGKeychain::checkForExistanceOfKeychainItem(kImagePasswordItem, volumeNameOf(imagePath), process::userName(),
+                                                     imagePath);
+}
+
+bool mountTheLumiskDMGFileAtPath(const std::string& imagePath) {
+  if (!isThere(imagePath) || !isAKeychainDMGAtPath(imagePath)) return false;
+  const auto item = AGKeychain::getPasswordFromKeychainItem(kImagePasswordItem, volumeNameOf(imagePath),
+                                                            process::userName(), imagePath);
+  const auto password = item.find(kPasswordKey);
+  return password != item.end() && amountDMGFileAtPath(imagePath, password->second.text()) == 0;
+}
+
+bool detachImageAt(const std::string& mountPoint) {
+  return statusOfTool(image_commands::detach(imageToolPath(), mountPoint), "") == 0;
+}
+
+std::vector<std::string> dataListObject::mountedDmgList() {
+  const auto answer = runChild({.arguments = image_commands::list(imageToolPath()), .input = {}, .environment = {}});
+  if (!answer || answer->status != 0) return {};
+  const auto info = parsePropertyList(answer->output);
+  if (!info) return {};
+  (void)replaceFile(keptListPath(), answer->output, 0600);
+  return mountedPairs(*info);
+}
+
+std::optional<std::vector<std::string>> dataListObject::mountedDMGBSDNameList() {
+  const auto info = readPropertyListFile(keptListPath());
+  if (!info) return std::nullopt;
+  return deviceOfEach(*info);
+}
+
+PropertyList::Dictionary dataListObject::getDestinationDictionary(const std::string& destination) {
+  const auto pairs = mountedDmgList();
+  std::size_t index = 0;
+  const bool isImage = isADMGVolume(destination, pairs, index);
+  return {{kDestinationPathKey, destination}, {kDmgFilePathKey, isImage ? pairs.at(index) : ""}};
+}
+
+bool dataListObject::deleteDMGFileAtPath(const std::string& mountPoint) {
+  const auto pairs = mountedDmgList();
+  for (std::size_t i = 0; i + 1 < pairs.size(); i += 2) {
+    if (pairs[i + 1] != mountPoint) continue;
+    std::error_code error;
+    return detachImageAt(mountPoint) && std::filesystem::remove(pairs[i], error);
+  }
+  return false;
+}
+
+bool isADMGVolume(const std::string& path, const std::vector<std::string>& dmgPathList, std::size_t& index) {
+  index = 0;
+  const auto found = std::find(dmgPathList.begin(), dmgPathList.end(), path);
+  if (found == dmgPathList.end()) return false;
+  const auto place = static_cast<std::size_t>(found - dmgPathList.begin());
+  index = place == 0 ? 0 : place - 1;
+  return true;
+}
+
+bool isADMGDevice(const std::string& device, const std::vector<std::string>& dmgBSDPathList) {
+  return std::any_of(dmgBSDPathList.begin(), dmgBSDPathList.end(),
+                     [&](const std::string& path) { return isStringIncluded(path, device); });
+}
+
+std::vector<std::string> mountedPairs(const PropertyList& info) {
+  std::vector<std::string> pairs;
+  for (const PropertyList& image : info["images"].array()) {
+    for (const PropertyList& entity : image["system-entities"].array()) {
+      const std::string mountPoint = entity["mount-point"].text();
+      if (mountPoint.empty()) continue;
+      pairs.push_back(image["image-path"].text());
+      pairs.push_back(mountPoint);
+      break;
+    }
+  }
+  return pairs;
+}
+
+// Images with a partition map have the map's own device first, and some a second one of no use.
+std::vector<std::string> deviceOfEach(const PropertyList& info) {
+  std::vector<std::string> devices;
+  for (const PropertyList& image : info["images"].array()) {
+    const auto& entities = image["system-entities"].array();
+    if (entities.empty()) continue;
+    const std::size_t which = std::min<std::size_t>(entities.size(), 3) - 1;
+    devices.push_back(entities[which]["dev-entry"].text());
+  }
+  return devices;
+}
+
+bool checkTheDMGIsUsedOrNot(const std::string& imagePath, const PropertyList::Array& jobs) {
+  return std::any_of(jobs.begin(), jobs.end(),
+                     [&](const PropertyList& job) { return job[kDmgPathKey].text() == imagePath; });
+}
+
+}  // namespace lumisk

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/property_list.h"
+
+namespace lumisk {
+
+// Runs the disk-image tool and waits. A password goes to its standard input, without a line break; no shell is
+// involved. -1 when the tool could not be started, else its exit status.
+[[nodiscard]] std::string imageToolPath();  // beside our own program, else the system's
+int amountDMGFileAtPath(const std::string& imagePath, const std::string& password);
+int createDMGFileAtPath(const std::string& basePath, const std::string& password, const std::string& volumesName);
+
+// Whether the user's keychain holds the password of the image.
+[[nodiscard]] bool isAKeychainDMGAtPath(const std::string& imagePath);
+// With the stored password. False without one, without the file, and when the tool fails.
+bool mountTheLumiskDMGFileAtPath(const std::string& imagePath);
+bool detachImageAt(const std::string& mountPoint);
+
+// Pure, of the lists that dataListObject gives. `index` gets the place before the hit (the image path of a mount
+// point), 0 without one.
+[[nodiscard]] bool isADMGVolume(const std::string& path, const std::vector<std::string>& dmgPathList,
+                                std::size_t& index);
+[[nodiscard]] bool isADMGDevice(const std::string& device, const std::vector<std::string>& dmgBSDPathList);
+[[nodiscard]] std::vector<std::string> mountedPairs(const PropertyList& info);
+[[nodiscard]] std::vector<std::string> deviceOfEach(const PropertyList& info);
+// Whether a stored job needs the image.
+[[nodiscard]] bool checkTheDMGIsUsedOrNot(const std::string& imagePath, const PropertyList::Array& jobs);
+
+}  // namespace lumisk

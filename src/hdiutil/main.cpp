@@ -1,0 +1,17 @@
+#include <csignal>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+
+#include "devices/hdiutil_command.h"
+#include "platform/clock.h"
+#include "platform/real_file_calls.h"
+
+int main(int count, char** arguments) {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::error_code error;
+  lumisk::DiskImages images(lumisk::realFileCalls(), lumisk::systemClock());
+  lumisk::HdiutilIo io{std::cout, std::cerr, [] { return std::string(std::istreambuf_iterator<char>(std::cin), {}); },
+                       std::filesystem::current_path(error).string()};
+  return static_cast<int>(lumisk::runHdiutil({arguments + 1, arguments + count}, images, io));
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace lumisk {
+
+// Other processes of the machine, and this one's rights. Any thread.
+namespace process {
+
+// Whether the process runs (a zombie does not) and has this text in its command line, so that a number that was given
+// to somebody else meanwhile is not taken for it. From /proc/<pid>/stat and cmdline (proc(5)).
+[[nodiscard]] bool isRunning(std::int64_t pid, const std::string& inCommandLine);
+void askToEnd(std::int64_t pid);  // SIGTERM
+[[nodiscard]] bool isRoot();
+[[nodiscard]] std::uint32_t userId();
+[[nodiscard]] std::uint32_t groupId();
+[[nodiscard]] std::string userName();  // the login name of the user id; its number when it has none
+// The program that runs, as an absolute path; "" when it cannot be told.
+[[nodiscard]] std::string programPath();
+
+}  // namespace process
+}  // namespace lumisk
