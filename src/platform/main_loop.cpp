@@ -62,8 +62,12 @@ gboolean runWork(gpointer work) {
   return G_SOURCE_CONTINUE;
 }
 
-gboolean runReadable(gint, GIOCondition, gpointer work) {
+gboolean runReady(gint, GIOCondition, gpointer work) {
   return runWork(work);
+}
+
+GSource* readySource(int descriptor, GIOCondition condition) {
+  return g_unix_fd_source_new(descriptor, static_cast<GIOCondition>(condition | G_IO_HUP | G_IO_ERR));
 }
 
 GSource* attach(GSource* source, GSourceFunc function, Work work) {
@@ -122,9 +126,11 @@ MainLoop::SourceHandle MainLoop::every(std::chrono::milliseconds interval, std::
 }
 
 MainLoop::SourceHandle MainLoop::whenReadable(int descriptor, std::function<void()> work) {
-  constexpr auto kConditions = static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR);
-  GSource* const source = g_unix_fd_source_new(descriptor, kConditions);
-  return std::make_shared<Source>(attach(source, G_SOURCE_FUNC(runReadable), std::move(work)));
+  return std::make_shared<Source>(attach(readySource(descriptor, G_IO_IN), G_SOURCE_FUNC(runReady), std::move(work)));
+}
+
+MainLoop::SourceHandle MainLoop::whenWritable(int descriptor, std::function<void()> work) {
+  return std::make_shared<Source>(attach(readySource(descriptor, G_IO_OUT), G_SOURCE_FUNC(runReady), std::move(work)));
 }
 
 MainLoop::SourceHandle MainLoop::onSignal(int signal, std::function<void()> work) {

@@ -21,7 +21,9 @@ class MainLoop {
   class [[nodiscard]] Source;
   using SourceHandle = std::shared_ptr<Source>;
   SourceHandle every(std::chrono::milliseconds interval, std::function<void()> work);
+  // As long as it lasts, also when the other end has hung up.
   SourceHandle whenReadable(int descriptor, std::function<void()> work);
+  SourceHandle whenWritable(int descriptor, std::function<void()> work);
   // SIGINT, SIGTERM, SIGHUP, SIGUSR1 or SIGUSR2 (signal(7)), handled on the main thread.
   SourceHandle onSignal(int signal, std::function<void()> work);
 
