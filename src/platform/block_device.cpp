@@ -1,7 +1,6 @@
 #include "platform/block_device.h"
 
 #include <blkid/blkid.h>
-#include <libudev.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
@@ -9,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+
+#include "platform/udev_handle.h"
 
 namespace lumisk::block_device {
 namespace {
@@ -126,27 +127,28 @@ std::string nameOfLink(const std::string& folder, std::uint64_t device) {
   return {};
 }
 
+using Prober = std::unique_ptr<blkid_struct_probe, ProbeDeleter>;
+
+// Reads superblocks, for what the flags of libblkid say.
+Prober proberOf(const std::string& node, int wanted) {
+  Prober probe(node.empty() ? nullptr : blkid_new_probe_from_filename(node.c_str()));
+  const bool isReady = probe && blkid_probe_enable_superblocks(probe.get(), 1) == 0 &&
+                       blkid_probe_set_superblocks_flags(probe.get(), wanted) == 0;
+  return isReady ? std::move(probe) : Prober();
+}
+
 std::string probed(const std::string& node, const char* tag) {
-  if (node.empty()) return {};
-  const std::unique_ptr<blkid_struct_probe, ProbeDeleter> probe(blkid_new_probe_from_filename(node.c_str()));
+  const Prober probe = proberOf(node, BLKID_SUBLKS_UUID | BLKID_SUBLKS_LABEL | BLKID_SUBLKS_TYPE);
   const char* value = nullptr;
-  if (!probe || blkid_probe_enable_superblocks(probe.get(), 1) != 0) return {};
-  if (blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_UUID | BLKID_SUBLKS_LABEL | BLKID_SUBLKS_TYPE) != 0)
-    return {};
-  if (blkid_do_safeprobe(probe.get()) != 0) return {};
+  if (!probe || blkid_do_safeprobe(probe.get()) != 0) return {};
   return blkid_probe_lookup_value(probe.get(), tag, &value, nullptr) == 0 ? value : "";
 }
 
-struct UdevDeleter {
-  void operator()(struct udev* udev) const { udev_unref(udev); }
-  void operator()(struct udev_device* device) const { udev_device_unref(device); }
-};
-
 // From udev's database, which every user may read.
 std::string udevProperty(std::uint64_t device, const char* key) {
-  const std::unique_ptr<struct udev, UdevDeleter> udev(udev_new());
+  const UdevHandle<::udev> udev(udev_new());
   if (!udev) return {};
-  const std::unique_ptr<struct udev_device, UdevDeleter> found(udev_device_new_from_devnum(udev.get(), 'b', device));
+  const UdevHandle<udev_device> found(udev_device_new_from_devnum(udev.get(), 'b', device));
   const char* const value = found ? udev_device_get_property_value(found.get(), key) : nullptr;
   return value == nullptr ? "" : value;
 }
@@ -158,6 +160,10 @@ Facts facts(std::uint64_t device, const std::string& sysFolder) {
   std::error_code error;
   const fs::path folder = fs::canonical(fs::path(sysFolder) / "dev/block" / number, error);
   return error ? Facts() : factsOfFolder(folder, 0);
+}
+
+Facts factsOfEntry(const std::string& sysPath) {
+  return factsOfFolder(sysPath, 0);
 }
 
 std::vector<Disk> disks(const std::string& sysFolder) {
@@ -185,6 +191,15 @@ std::string label(std::uint64_t device, const std::string& node) {
 std::string type(std::uint64_t device, const std::string& node) {
   const std::string known = udevProperty(device, "ID_FS_TYPE");
   return known.empty() ? probed(node, "TYPE") : known;
+}
+
+bool holdsFileSystem(const std::string& node) {
+  const auto probe = proberOf(node, BLKID_SUBLKS_USAGE);
+  const char* usage = nullptr;
+  return probe && blkid_probe_enable_partitions(probe.get(), 1) == 0 && blkid_do_safeprobe(probe.get()) == 0 &&
+         blkid_probe_has_value(probe.get(), "PTTYPE") == 0 &&
+         blkid_probe_lookup_value(probe.get(), "USAGE", &usage, nullptr) == 0 &&
+         std::string_view(usage) == "filesystem";
 }
 
 }  // namespace lumisk::block_device

@@ -15,6 +15,9 @@ struct Facts {
 // `device` as in FileIdentity. Nothing is known of a device without a disk (a tmpfs, a server's).
 [[nodiscard]] Facts facts(std::uint64_t device, const std::string& sysFolder = "/sys");
 
+// The same, of an entry in /sys: "/sys/devices/.../block/sdb/sdb1".
+[[nodiscard]] Facts factsOfEntry(const std::string& sysPath);
+
 struct Disk {
   std::string node;         // "/dev/sda"
   std::string description;  // maker and model; the device's name where they are not told
@@ -32,5 +35,8 @@ struct Disk {
 [[nodiscard]] std::string label(std::uint64_t device, const std::string& node);
 // "ntfs", "exfat": as udev knows it, else as it stands in the superblock.
 [[nodiscard]] std::string type(std::uint64_t device, const std::string& node);
+
+// Whether a file system begins right at the device's beginning, as read there.
+[[nodiscard]] bool holdsFileSystem(const std::string& node);
 
 }  // namespace lumisk::block_device
