@@ -86,10 +86,7 @@ MergeVerdict add(const PropertyList& job, Array& jobs) {
 MergeVerdict remove(const PropertyList& job, Array& jobs) {
   const auto found = findJob(jobs, job);
   if (found == jobs.end()) return MergeVerdict::kConflict;
-  const auto differing = differingKeys(job, *found);
-  const bool isStill = std::all_of(differing.begin(), differing.end(),
-                                   [](const std::string& key) { return keysOfRuns().contains(key); });
-  if (!isStill) return MergeVerdict::kConflict;
+  if (differInSettings(job, *found)) return MergeVerdict::kConflict;
   jobs.erase(found);
   return MergeVerdict::kMerged;
 }
@@ -155,6 +152,12 @@ MergeVerdict mergeJobChanges(const Array& changes, Array& jobs) {
   }
   jobs = std::move(merged);
   return MergeVerdict::kMerged;
+}
+
+bool differInSettings(const PropertyList& one, const PropertyList& other) {
+  const auto differing = differingKeys(one, other);
+  return std::any_of(differing.begin(), differing.end(),
+                     [](const std::string& key) { return !keysOfRuns().contains(key); });
 }
 
 }  // namespace lumisk

@@ -19,4 +19,7 @@ enum class MergeVerdict {
 // The array with all the changes, or none.
 [[nodiscard]] MergeVerdict mergeJobChanges(const PropertyList::Array& changes, PropertyList::Array& jobs);
 
+// Whether they differ in anything but what runs write.
+[[nodiscard]] bool differInSettings(const PropertyList& one, const PropertyList& other);
+
 }  // namespace lumisk

@@ -33,14 +33,30 @@ class SyncControlObject {
   bool stopJob(std::int32_t index);
   bool deleteObject(std::int32_t index);  // later schedulers, and their workers, are told of their new index
 
+  // Re-reads the jobs and makes the schedulers fit them, whatever has become of the list: jobs go by their uuid. Of a
+  // job with other settings the run is stopped; status alone stops nothing. `runsEnded` is called when all that must
+  // stop has stopped, before the settings are read: what those runs have told must be stored by then.
+  bool bringInStep(const std::function<void()>& runsEnded);
+
   [[nodiscard]] scheduleThreadObject* object(std::int32_t index);  // null when there is none
 
  private:
+  struct Scheduled {
+    std::unique_ptr<scheduleThreadObject> scheduler;
+    PropertyList job;  // as the scheduler knows it
+  };
+
+  [[nodiscard]] bool hasObject(std::int32_t index) const;
+  void fetchAndStart(Scheduled& scheduled, std::int32_t index);
+  void addScheduler(std::int32_t index);
+  void stopWhatChanges(const PropertyList::Array& next);
+  void fit(std::vector<Scheduled>& before, std::int32_t index);
+
   UserDefaults& defaults_;
   const ScheduleServices services_;
   bool m_bTurnOnFlag = false;
   PropertyList::Array m_preferenceInfo;
-  std::vector<std::unique_ptr<scheduleThreadObject>> m_object;
+  std::vector<Scheduled> m_object;
 };
 
 }  // namespace lumisk

@@ -36,10 +36,13 @@ bool scheduleThreadObject::fetchCurrentInfo(const PropertyList::Array& jobs, std
   QUORVELPREFERENCEINFOtag_SchedulePart view;
   if (!schedulePartFromDictionary(job, view) || !m.m_copyFileThreadObject.fetchCurrentInfo(jobs, index)) return false;
   const auto begin = CalendarDate::parse(job[kLastBeginTimeKey].text());
-  const ConditionLock::Guard guard(m.m_conditionLock);
-  m.m_currentInfo = std::move(view);
-  m.uuidString = job[kUuidStringKey].text();
-  m.lastBegin = begin ? std::optional(begin->time()) : std::nullopt;
+  {
+    const ConditionLock::Guard guard(m.m_conditionLock);
+    m.m_currentInfo = std::move(view);
+    m.uuidString = job[kUuidStringKey].text();
+    m.lastBegin = begin ? std::optional(begin->time()) : std::nullopt;
+  }
+  m.sleep->wake();  // the next look may come earlier than before
   return true;
 }
 
@@ -77,11 +80,11 @@ bool scheduleThreadObject::postMessage(int message) {
   Members& m = *members_;
   {
     const ConditionLock::Guard guard(m.m_conditionLock);
-    if (message != kStopMessage || !m.m_currentInfo.bActive) return false;
+    if (message != kStopMessage || !m.m_currentInfo.bActive || m.m_bTerminateThread) return false;
   }
-  if (!m.requestStop()) return false;
+  // The worker first: whatever is started in between, a scheduler without its worker does not go on.
   m.m_copyFileThreadObject.postMessage(kStopMessage);
-  return true;
+  return m.requestStop();
 }
 
 bool scheduleThreadObject::stop() {
@@ -133,16 +136,18 @@ void scheduleThreadObject::setImmediateEvent() {
   m.sleep->wake();
 }
 
-bool scheduleThreadObject::requestRun(const RunOptions& options) {
+std::optional<std::uint64_t> scheduleThreadObject::requestRun(const RunOptions& options) {
   Members& m = *members_;
+  std::uint64_t endedBefore = 0;
   {
     const ConditionLock::Guard guard(m.m_conditionLock);
-    if (m.m_bTerminateThread || m.m_bCopyfile || m.isRunning || m.requested) return false;
+    if (m.m_bTerminateThread || m.m_bCopyfile || m.isRunning || m.requested) return std::nullopt;
     m.requested = options;
     m.m_bImmediateEvent = true;
+    endedBefore = m.ended.number;
   }
   m.sleep->wake();
-  return true;
+  return endedBefore;
 }
 
 void scheduleThreadObject::setCopyingState(bool copying) {
@@ -171,6 +176,11 @@ void scheduleThreadObject::Members::countEnd(std::uint64_t request, const RunRep
   lastEndedRequest = std::max(lastEndedRequest, request);
   ++ended.number;
   ended.last = report;
+}
+
+bool scheduleThreadObject::isStarted() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  return !members_->m_bTerminateThread;
 }
 
 std::string scheduleThreadObject::jobName() {

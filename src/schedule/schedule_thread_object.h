@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "engine/copy_file_thread_object.h"
@@ -37,11 +38,12 @@ class scheduleThreadObject : public RunScheduler {
   bool postMessage(int message);  // 1: stop, without waiting; anything else is refused
 
   void setImmediateEvent() override;  // nothing while a run is under way
-  // A run as soon as it can be, with options that hold for this run only; false while one is under way or when the
-  // thread does not run.
-  bool requestRun(const RunOptions& options);
+  // A run as soon as it can be, with options that hold for this run only: how many runs have ended before it. Nothing
+  // while one is under way or when the thread does not run.
+  std::optional<std::uint64_t> requestRun(const RunOptions& options);
   void setCopyingState(bool copying) override;
   [[nodiscard]] bool isNowCopyingFile();
+  [[nodiscard]] bool isStarted();  // the thread runs and has not been asked to stop
 
   [[nodiscard]] std::string jobName();
   [[nodiscard]] std::string jobUuid();
