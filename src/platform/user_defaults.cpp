@@ -103,6 +103,14 @@ class UserDefaults::Ownership {
 
 UserDefaults::UserDefaults(std::string path) : path_(std::move(path)), mutex_(mutexOf(path_)) {}
 
+UserDefaults UserDefaults::inMemory(PropertyList::Dictionary values) {
+  UserDefaults defaults;
+  defaults.mutex_ = std::make_shared<std::mutex>();
+  defaults.loaded_ = std::make_shared<Loaded>();
+  defaults.loaded_->values = std::move(values);
+  return defaults;
+}
+
 std::string UserDefaults::standardPath() {
   return paths::join(homeFolder(), fmt::format("Library/Preferences/{}.plist", kDefaultsDomain));
 }
@@ -112,6 +120,12 @@ Result<PropertyList> UserDefaults::object(const std::string& key) {
   LUMISK_CHECK(refresh());
   const auto found = loaded_->values.find(key);
   return found == loaded_->values.end() ? PropertyList() : found->second;
+}
+
+Result<PropertyList::Dictionary> UserDefaults::objects() {
+  const std::lock_guard guard(*mutex_);
+  LUMISK_CHECK(refresh());
+  return loaded_->values;
 }
 
 Result<void> UserDefaults::setObject(const std::string& key, PropertyList value) {
@@ -129,11 +143,22 @@ Result<void> UserDefaults::change(const std::function<void(PropertyList::Diction
   edit(changed);
   std::erase_if(changed, [](const auto& entry) { return entry.second.isNone(); });
   if (changed == loaded_->values) return {};
-  auto xml = propertyListToXml(std::move(changed));
-  if (!xml) return fail(xml.error().operation, path_, xml.error().code, xml.error().detail);
-  LUMISK_CHECK(makeFolders(paths::parent(path_)));
-  loaded_.reset();
-  return replaceFile(path_, *xml, kFileMode);
+  return store(std::move(changed));
+}
+
+Result<void> UserDefaults::store(PropertyList list) {
+  auto stored = std::make_shared<Loaded>();
+  if (!path_.empty()) {
+    auto xml = propertyListToXml(list);
+    if (!xml) return fail(xml.error().operation, path_, xml.error().code, xml.error().detail);
+    LUMISK_CHECK(makeFolders(paths::parent(path_)));
+    loaded_.reset();
+    LUMISK_CHECK(replaceFile(path_, *xml, kFileMode));
+    stored->bytes = std::move(*xml);
+  }
+  stored->values = std::move(list.mutableDictionary());
+  loaded_ = std::move(stored);
+  return {};
 }
 
 std::vector<std::string> UserDefaults::takeWarnings() {
@@ -143,6 +168,7 @@ std::vector<std::string> UserDefaults::takeWarnings() {
 
 // A file that was written a moment ago is read at every call, but parsed once.
 Result<void> UserDefaults::refresh() {
+  if (path_.empty()) return {};
   const auto stamp = stampOf(path_);
   if (stamp && loaded_ && loaded_->stamp == *stamp) return {};
   const auto before = std::exchange(loaded_, nullptr);
@@ -170,6 +196,7 @@ Result<void> UserDefaults::setDamagedAside(const std::string& why) {
 }
 
 Result<std::shared_ptr<UserDefaults::Ownership>> UserDefaults::own() {
+  if (path_.empty()) return fail("own the settings", "", ENOTSUP);
   LUMISK_CHECK(makeFolders(paths::parent(path_)));
   const std::string path = path_ + ".lock";
   Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kFileMode));

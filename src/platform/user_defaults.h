@@ -21,9 +21,12 @@ inline constexpr const char* kDefaultsDomain = "com.qelcorporation.lumisk";
 class UserDefaults {
  public:
   explicit UserDefaults(std::string path);
+  // Settings that are kept in memory only, with an empty path: to try changes on. Nobody owns them.
+  static UserDefaults inMemory(PropertyList::Dictionary values);
   static std::string standardPath();  // of kDefaultsDomain below the current home folder
 
   Result<PropertyList> object(const std::string& key);  // kNone when missing
+  Result<PropertyList::Dictionary> objects();           // all
   Result<void> setObject(const std::string& key, PropertyList value);
   Result<void> removeObject(const std::string& key);
   // All changes of `edit` in one write; nothing is written when it leaves the dictionary as it was. `edit` runs under
@@ -40,7 +43,9 @@ class UserDefaults {
 
  private:
   struct Loaded;
+  UserDefaults() = default;
   Result<void> refresh();
+  Result<void> store(PropertyList list);
   Result<void> setDamagedAside(const std::string& why);
 
   std::string path_;

@@ -49,6 +49,14 @@ TEST(UserDefaults, FileEditedInPlaceAMomentAgo_IsSeenThoughItsStampMayBeTheSame)
   EXPECT_EQ(defaults.object("x")->text(), "b");
 }
 
+TEST(UserDefaults, InMemory_NothingReachesADisk) {
+  UserDefaults defaults = UserDefaults::inMemory({{"x", 1}});
+  ASSERT_TRUE(defaults.setObject("y", 2));
+  EXPECT_EQ(defaults.objects()->size(), 2U);
+  EXPECT_EQ(defaults.object("x")->integer(), 1);
+  EXPECT_FALSE(defaults.own());
+}
+
 TEST(UserDefaults, DamagedFile_IsSetAsideAndTold) {
   for (const std::string damaged : {"<plist><dict><key>half", "", "<plist version=\"1.0\"><array/></plist>"}) {
     TempTree home{{"settings.plist", test::File{damaged}}};

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "cli/command_line.h"
+#include "platform/program_start.h"
 #include "platform/terminal.h"
 
 namespace {
@@ -26,6 +27,7 @@ std::optional<std::string> readLine(const std::function<bool()>& mustStop) {
 }  // namespace
 
 int main(int count, char** arguments) {
+  lumisk::programStart::openMissingStreams();
   // A reader that goes away (`lumisk log | head`) must not end a run in the middle of a file.
   std::signal(SIGPIPE, SIG_IGN);
   std::error_code error;
