@@ -6,10 +6,6 @@
 namespace lumisk {
 namespace {
 
-struct JobEnableOptions {
-  std::string name;
-};
-
 enum class Activity { kEnabled, kDisabled };
 
 // Disabled by hand also means that the job is not enabled again when its disk image appears.
@@ -23,33 +19,26 @@ Checked<void> setActivity(StoreAccess& access, const std::string& name, Activity
   return {};
 }
 
-Checked<Ending> jobEnable(const JobEnableOptions& options, CommandIo& io) {
+Checked<Ending> jobEnable(const NamedJob& options, CommandIo& io) {
   StoreAccess access(io);
   LUMISK_CHECK(access.change([&](JobStore&) { return setActivity(access, options.name, Activity::kEnabled); }));
   io.out << "Enabled the job " << displayText(options.name) << '\n';
   return Ending::kDone;
 }
 
-Checked<Ending> jobDisable(const JobEnableOptions& options, CommandIo& io) {
+Checked<Ending> jobDisable(const NamedJob& options, CommandIo& io) {
   StoreAccess access(io);
   LUMISK_CHECK(access.change([&](JobStore&) { return setActivity(access, options.name, Activity::kDisabled); }));
   io.out << "Disabled the job " << displayText(options.name) << '\n';
   return Ending::kDone;
 }
 
-void addCommand(CLI::App& parent, CommandRun& chosen, const char* word, const char* help,
-                Checked<Ending> (*run)(const JobEnableOptions&, CommandIo&)) {
-  auto* command = parent.add_subcommand(word, help);
-  auto options = std::make_shared<JobEnableOptions>();
-  addText(*command, "NAME", options->name, "The job's name")->required();
-  chooseWhenNamed(*command, chosen, options, run);
-}
-
 }  // namespace
 
 void addJobEnableCommands(CLI::App& parent, CommandRun& chosen) {
-  addCommand(parent, chosen, "enable", "Let a job take part in schedules again", &jobEnable);
-  addCommand(parent, chosen, "disable", "Leave a job out of schedules; it can still be run by hand", &jobDisable);
+  addNamedJobCommand(parent, chosen, "enable", "Let a job take part in schedules again", &jobEnable);
+  addNamedJobCommand(parent, chosen, "disable", "Leave a job out of schedules; it can still be run by hand",
+                     &jobDisable);
 }
 
 }  // namespace lumisk

@@ -7,10 +7,6 @@
 namespace lumisk {
 namespace {
 
-struct JobRemoveOptions {
-  std::string name;
-};
-
 Checked<void> remove(const std::string& name, StoreAccess& access, CommandIo& io) {
   LUMISK_TRY(const std::int32_t index, access.indexOf(name));
   LUMISK_CHECK(removeFileList(io.files, name));
@@ -18,7 +14,7 @@ Checked<void> remove(const std::string& name, StoreAccess& access, CommandIo& io
   return {};
 }
 
-Checked<Ending> jobRemove(const JobRemoveOptions& options, CommandIo& io) {
+Checked<Ending> jobRemove(const NamedJob& options, CommandIo& io) {
   StoreAccess access(io);
   LUMISK_CHECK(access.change([&](JobStore&) { return remove(options.name, access, io); }));
   io.out << "Removed the job " << displayText(options.name) << "; what it copied stays\n";
@@ -28,10 +24,7 @@ Checked<Ending> jobRemove(const JobRemoveOptions& options, CommandIo& io) {
 }  // namespace
 
 void addJobRemoveCommand(CLI::App& parent, CommandRun& chosen) {
-  auto* command = parent.add_subcommand("remove", "Forget a job; what it copied stays");
-  auto options = std::make_shared<JobRemoveOptions>();
-  addText(*command, "NAME", options->name, "The job's name")->required();
-  chooseWhenNamed(*command, chosen, options, &jobRemove);
+  addNamedJobCommand(parent, chosen, "remove", "Forget a job; what it copied stays", &jobRemove);
 }
 
 }  // namespace lumisk

@@ -42,12 +42,12 @@ Checked<KnownVersions> knownVersions(const AskedPath& asked, CommandIo& io) {
   return known;
 }
 
-std::string versionKindText(const Version& version) {
-  switch (version.kind) {
+const char* versionKindName(VersionKind kind) {
+  switch (kind) {
     case VersionKind::kCopy:
       return "copy";
     case VersionKind::kRevision:
-      return fmt::format("revision {}", version.revision);
+      return "revision";
     case VersionKind::kOld:
       return "old";
     case VersionKind::kSource:
@@ -56,6 +56,11 @@ std::string versionKindText(const Version& version) {
       break;
   }
   return "trash";
+}
+
+std::string versionKindText(const Version& version) {
+  const std::string name = versionKindName(version.kind);
+  return version.kind == VersionKind::kRevision ? fmt::format("{} {}", name, version.revision) : name;
 }
 
 std::string versionDateText(const Version& version) {

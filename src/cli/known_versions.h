@@ -23,7 +23,9 @@ Checked<AskedPath> askedPath(const std::string& given, CommandIo& io);
 // of them that is the complaint, otherwise status 3.
 Checked<KnownVersions> knownVersions(const AskedPath& asked, CommandIo& io);
 
-// "copy", "revision 3", "old", "trash".
+// "copy", "revision", "old", "source", "trash".
+[[nodiscard]] const char* versionKindName(VersionKind kind);
+// The same with the number of a revision: "revision 3".
 [[nodiscard]] std::string versionKindText(const Version& version);
 [[nodiscard]] std::string versionDateText(const Version& version);
 // "1.2 MB"; "folder", "link".

@@ -56,4 +56,12 @@ CLI::Option* addSwitch(CLI::App& command, const std::string& spelling, bool& fla
   return command.add_flag(spelling, flag, help);
 }
 
+void addNamedJobCommand(CLI::App& parent, CommandRun& chosen, const char* word, const char* help,
+                        Checked<Ending> (*run)(const NamedJob&, CommandIo&)) {
+  auto* command = parent.add_subcommand(word, help);
+  auto options = std::make_shared<NamedJob>();
+  addText(*command, "NAME", options->name, "The job's name")->required();
+  chooseWhenNamed(*command, chosen, options, run);
+}
+
 }  // namespace lumisk

@@ -31,4 +31,11 @@ void chooseWhenNamed(CLI::App& command, CommandRun& chosen, std::shared_ptr<Opti
   });
 }
 
+// A command whose only argument is a job's name.
+struct NamedJob {
+  std::string name;
+};
+void addNamedJobCommand(CLI::App& parent, CommandRun& chosen, const char* word, const char* help,
+                        Checked<Ending> (*run)(const NamedJob&, CommandIo&));
+
 }  // namespace lumisk

@@ -21,26 +21,10 @@ const char* typeName(FileType type) {
   return type == FileType::kLink ? "link" : "file";
 }
 
-const char* kindName(VersionKind kind) {
-  switch (kind) {
-    case VersionKind::kCopy:
-      return "copy";
-    case VersionKind::kRevision:
-      return "revision";
-    case VersionKind::kOld:
-      return "old";
-    case VersionKind::kSource:
-      return "source";
-    case VersionKind::kTrash:
-      break;
-  }
-  return "trash";
-}
-
 nlohmann::ordered_json jsonOf(const Version& version, std::size_t number) {
   nlohmann::ordered_json json;
   json["number"] = number;
-  json["kind"] = kindName(version.kind);
+  json["kind"] = versionKindName(version.kind);
   if (version.kind == VersionKind::kRevision) json["revision"] = version.revision;
   json["type"] = typeName(version.status.type);
   json["date"] = versionDateText(version);
