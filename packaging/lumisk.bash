@@ -20,12 +20,13 @@ _lumisk() {
     --pace) words='gentle full' ;;
     --type) words='backup sync-revisions sync clone' ;;
     --conflict) words='source target newer both' ;;
+    --action) words='101 102' ;;
     --include | --exclude | --every | --weekdays | --at) return ;;
   esac
   if [ -n "$words" ]; then
     :
   elif [ "$COMP_CWORD" -eq 1 ]; then
-    words='backup sync job run log versions restore volumes disks --help --version'
+    words='backup sync job run start stop status next daemon send log versions restore volumes disks --help --version'
   elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = job ]; then
     words='add list show edit rename remove enable disable'
   elif [[ $current == -* ]]; then
@@ -34,14 +35,15 @@ _lumisk() {
       sync*) words="--conflict --name $copy $run" ;;
       run*) words="$run --allow-deletions --accept-target --accept-source" ;;
       log*) words=--follow ;;
-      versions* | volumes* | disks*) words=--json ;;
+      versions* | volumes* | disks* | status* | next*) words=--json ;;
+      send*) words=--action ;;
       restore*) words='--version --to' ;;
       'job add') words="--type --conflict $kept $copy" ;;
       'job edit') words="--conflict $kept $copy" ;;
       'job list' | 'job show') words=--json ;;
     esac
     words+=' --help'
-  elif [[ ${COMP_WORDS[1]} =~ ^(run|log)$ && $COMP_CWORD -eq 2 ]] ||
+  elif [[ ${COMP_WORDS[1]} =~ ^(run|start|stop|next|log)$ && $COMP_CWORD -eq 2 ]] ||
     [[ ${COMP_WORDS[1]} == job && ${COMP_WORDS[2]} =~ ^(show|edit|rename|remove|enable|disable)$ && $COMP_CWORD -eq 3 ]]; then
     _lumisk_complete_names
     return

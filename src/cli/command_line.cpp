@@ -30,6 +30,10 @@ void addCommands(CLI::App& parser, CommandRun& chosen) {
   addJobCommands(parser, chosen);
   addSyncCommand(parser, chosen);
   addRunCommand(parser, chosen);
+  addStatusCommand(parser, chosen);
+  addNextCommand(parser, chosen);
+  addStartCommands(parser, chosen);
+  addSendCommand(parser, chosen);
   addLogCommand(parser, chosen);
   addVersionsCommand(parser, chosen);
   addRestoreCommand(parser, chosen);

@@ -16,6 +16,10 @@ void addVersionsCommand(CLI::App& parent, CommandRun& chosen);
 void addRestoreCommand(CLI::App& parent, CommandRun& chosen);
 void addVolumesCommand(CLI::App& parent, CommandRun& chosen);
 void addDisksCommand(CLI::App& parent, CommandRun& chosen);
+void addStartCommands(CLI::App& parent, CommandRun& chosen);  // and stop
+void addStatusCommand(CLI::App& parent, CommandRun& chosen);
+void addNextCommand(CLI::App& parent, CommandRun& chosen);
+void addSendCommand(CLI::App& parent, CommandRun& chosen);
 
 // Below `lumisk job`.
 void addJobAddCommand(CLI::App& parent, CommandRun& chosen);

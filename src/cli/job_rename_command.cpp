@@ -13,7 +13,9 @@ struct JobRenameOptions {
   std::string newName;
 };
 
-Checked<void> rename(const JobRenameOptions& options, StoreAccess& access, CommandIo& io) {
+enum class ListState { kUnderOldName, kUnderNewName };
+
+Checked<void> rename(const JobRenameOptions& options, ListState& list, StoreAccess& access, CommandIo& io) {
   JobStore& jobs = access.store();
   LUMISK_TRY(jobs.m_nIndex, access.indexOf(options.name));
   if (const auto problem = checkJobName(options.newName)) return refuse(problem->subject, problem->reason);
@@ -22,7 +24,8 @@ Checked<void> rename(const JobRenameOptions& options, StoreAccess& access, Comma
   }
   if (options.newName == options.name) return {};
   // The list goes first: without one, nothing is deleted for a job; with another's, something might be.
-  LUMISK_CHECK(renameFileList(io.files, options.name, options.newName));
+  if (list == ListState::kUnderOldName) LUMISK_CHECK(renameFileList(io.files, options.name, options.newName));
+  list = ListState::kUnderNewName;
   const auto setName = [&](PropertyList::Dictionary& job) { job[kObjectNameKey] = options.newName; };
   if (!jobs.changeJob(jobs.m_nIndex, setName)) return storeFailed(jobs);
   return {};
@@ -30,7 +33,8 @@ Checked<void> rename(const JobRenameOptions& options, StoreAccess& access, Comma
 
 Checked<Ending> jobRename(const JobRenameOptions& options, CommandIo& io) {
   StoreAccess access(io);
-  LUMISK_CHECK(access.change([&](JobStore&) { return rename(options, access, io); }));
+  auto list = ListState::kUnderOldName;
+  LUMISK_CHECK(access.change([&](JobStore&) { return rename(options, list, access, io); }));
   io.out << "Renamed the job " << displayText(options.name) << " to " << displayText(options.newName) << '\n';
   return Ending::kDone;
 }

@@ -17,8 +17,6 @@
 namespace lumisk {
 namespace {
 
-constexpr const char* kShortDateFormat = "%Y-%m-%d %H:%M";
-
 // What cannot be read as a job is listed all the same, with what it has.
 QUORVELPREFERENCEINFO recordOf(const PropertyList& job) {
   QUORVELPREFERENCEINFO record;
@@ -70,15 +68,44 @@ std::string statusLine(const PropertyList& job) {
 }
 
 std::string jobTable(const PropertyList::Array& jobs, WallTime now) {
-  if (jobs.empty()) return "No jobs. `lumisk job add` makes one.\n";
+  if (jobs.empty()) return noJobsText();
   Rows rows{{"NAME", "TYPE", "STATUS", "NEXT"}};
   for (const PropertyList& job : jobs) {
     const auto record = recordOf(job);
-    const bool isByHand = record.bActive && record.scheduling_method == SchedulingMethod::kNone;
     rows.push_back({displayText(record.name), jobTypeName(record.jobType), displayText(statusLine(job)),
-                    isByHand ? "by hand" : getNextScheduleString(job, now, kShortDateFormat)});
+                    nextRunText(job, now, kShortDateFormat)});
   }
   return columnsText(rows);
+}
+
+std::string noJobsText() {
+  return "No jobs. `lumisk job add` makes one.\n";
+}
+
+std::string nextRunText(const PropertyList& job, WallTime now, const char* dateFormat) {
+  const auto record = recordOf(job);
+  const bool isByHand = record.bActive && record.scheduling_method == SchedulingMethod::kNone;
+  return isByHand ? "by hand" : getNextScheduleString(job, now, dateFormat);
+}
+
+std::string nextTable(const PropertyList::Array& jobs, WallTime now) {
+  if (jobs.empty()) return noJobsText();
+  Rows rows{{"NAME", "NEXT"}};
+  for (const PropertyList& job : jobs) {
+    rows.push_back({displayText(job[kObjectNameKey].text()), nextRunText(job, now, kShortDateFormat)});
+  }
+  return columnsText(rows);
+}
+
+std::string nextJson(const PropertyList::Array& jobs, WallTime now) {
+  auto list = nlohmann::ordered_json::array();
+  for (const PropertyList& job : jobs) {
+    nlohmann::ordered_json entry;
+    entry["name"] = jsonOfText(job[kObjectNameKey].text());
+    entry["next"] = getNextScheduleString(job, now, kStoredDateFormat);
+    list.push_back(std::move(entry));
+  }
+  return printedJson(list);
 }
 
 std::string jobListJson(const PropertyList::Array& jobs, WallTime now) {

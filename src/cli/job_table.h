@@ -14,6 +14,14 @@ namespace lumisk {
 // far as the store knows, says so instead.
 [[nodiscard]] std::string statusLine(const PropertyList& job);
 [[nodiscard]] std::string jobTable(const PropertyList::Array& jobs, WallTime now);
+[[nodiscard]] std::string noJobsText();
+inline constexpr const char* kShortDateFormat = "%Y-%m-%d %H:%M";  // of the dates in tables
+
+// When a job runs next: a date in this format, or a few words.
+[[nodiscard]] std::string nextRunText(const PropertyList& job, WallTime now, const char* dateFormat);
+[[nodiscard]] std::string nextTable(const PropertyList::Array& jobs, WallTime now);
+[[nodiscard]] std::string nextJson(const PropertyList::Array& jobs, WallTime now);  // of objects with name and next
+
 // An array of objects with index, name, type, active, status, lastRan, next, sources, targets.
 [[nodiscard]] std::string jobListJson(const PropertyList::Array& jobs, WallTime now);
 

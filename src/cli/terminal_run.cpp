@@ -2,15 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <nlohmann/json.hpp>
-
 #include "app/foreground_run.h"
 #include "app/stored_run_status.h"
-#include "cli/json_text.h"
+#include "cli/instance_run.h"
 #include "cli/run_display.h"
+#include "cli/run_end.h"
 #include "cli/run_summary.h"
 #include "cli/terminal_dialogs.h"
-#include "log/log_file.h"
 #include "platform/byte_text.h"
 
 namespace lumisk {
@@ -62,7 +60,6 @@ class TerminalRun {
   RunOptions options();
   void showEntry(EntryOutcome outcome, const std::string& path, const std::string& reason);
   void stopRequested(int times);
-  void showEnd(const RunReport& report);
 
   const JobToRun& job_;
   const RunChoices choices_;
@@ -77,10 +74,10 @@ class TerminalRun {
 };
 
 void TerminalRun::useStore(StoreAccess& access) {
-  services_.preference = [&access](const std::string& key) { return access.store().preference(key); };
+  services_.preference = [&access](const std::string& key) { return access.stored().preference(key); };
   services_.getDataBit = [&access](std::int32_t index) {
     std::uint32_t bits = 0;
-    return access.store().getDataBit(index, bits) ? bits : 0;
+    return access.stored().getDataBit(index, bits) ? bits : 0;
   };
   if (choices_.dryRun) return;
   access.sayWarningsWith([this](const std::string& warning) { display_.message("jobs", warning); });
@@ -102,18 +99,13 @@ Checked<Ending> TerminalRun::run() {
   const auto report = runInForeground(io_.loop, services_, job_.jobs, job_.index, options(), events);
   display_.clearProgress();
   if (!report) return fail(complaintOf(report.error()));
-  showEnd(*report);
+  showRunEnd(job_.record.name, *report, choices_, display_, io_);
   const Ending ending = endingOf(*report);
   return ending == Ending::kDone && !statusIsKept_ ? Ending::kIncomplete : ending;
 }
 
 RunOptions TerminalRun::options() {
-  RunOptions options;
-  options.pace = choices_.pace;
-  options.dryRun = choices_.dryRun;
-  options.allowDeletions = choices_.allowDeletions;
-  options.acceptTarget = choices_.acceptTarget;
-  options.acceptSource = choices_.acceptSource;
+  RunOptions options = optionsOf(choices_);
   if (choices_.dryRun && !choices_.json) {
     options.onEntry = [this](EntryOutcome outcome, const std::string& path, const std::string& reason) {
       showEntry(outcome, path, reason);
@@ -133,23 +125,6 @@ void TerminalRun::stopRequested(int times) {
   display_.message(job_.record.name, times == 1 ? "stopping" : "already stopping; this takes a moment");
 }
 
-void TerminalRun::showEnd(const RunReport& report) {
-  // Every run that is not done says why, also where its dialogs are suppressed or it only looked.
-  const bool isExplained = display_.messages() > 0 || report.problemText.empty();
-  if (!isExplained) {
-    dialogs_.showPathProblem({report.problemText, report.problemPath, job_.record.name, job_.index});
-  }
-  if (choices_.json) {
-    io_.out << printedJson(summaryJson(job_.record.name, report)) << std::flush;
-    return;
-  }
-  if (report.refused) return;
-  io_.out << summaryText(report, choices_.dryRun ? RunKind::kDry : RunKind::kReal);
-  const bool hasMoreToRead = report.counts.errors > 0 || report.counts.skipped > 0 || report.counts.losses > 0;
-  if (hasMoreToRead && !choices_.dryRun) io_.out << "Log: " << displayText(jobLogPath(job_.record.name)) << '\n';
-  io_.out << std::flush;
-}
-
 Checked<JobToRun> storedJob(StoreAccess& access, const std::string& name) {
   JobToRun job;
   LUMISK_TRY(job.index, access.indexOf(name));
@@ -164,10 +139,23 @@ Checked<JobToRun> storedJob(StoreAccess& access, const std::string& name) {
 
 }  // namespace
 
+RunOptions optionsOf(const RunChoices& choices) {
+  RunOptions options;
+  options.pace = choices.pace;
+  options.dryRun = choices.dryRun;
+  options.allowDeletions = choices.allowDeletions;
+  options.acceptTarget = choices.acceptTarget;
+  options.acceptSource = choices.acceptSource;
+  return options;
+}
+
 Checked<Ending> runStoredJob(StoreAccess& access, const std::string& name, const RunChoices& choices, CommandIo& io) {
   LUMISK_TRY(const JobToRun job, storedJob(access, name));
-  // Whoever holds the store for longer also runs its jobs.
-  if (!choices.dryRun) LUMISK_CHECK(access.change([](JobStore&) { return Checked<void>{}; }));
+  if (!choices.dryRun) {
+    LUMISK_TRY(auto instance, access.instance());
+    // A disabled job has no scheduler there that could run it.
+    if (instance && job.record.bActive) return runThroughInstance(*instance, job.record, choices, io);
+  }
   TerminalRun run(job, choices, io);
   run.useStore(access);
   return run.run();

@@ -6,8 +6,10 @@ scratch=$(mktemp -d "${TMPDIR:-/tmp}/lumisk-system-XXXXXX")
 export LUMISK_HOME=$scratch/home
 mkdir "$LUMISK_HOME"
 mounted=()
+daemon=
 cleanup() {
   cd /
+  [ -n "$daemon" ] && kill -KILL "$daemon" 2>/dev/null
   local at
   for at in "${mounted[@]}"; do umount "$at" 2>/dev/null || umount -l "$at" 2>/dev/null; done
   chmod -R u+rwX "$scratch" 2>/dev/null
@@ -56,3 +58,37 @@ expectNoTemporaries() {
   left=$(find "$1" -name '.lumisk-*' 2>/dev/null | head -5)
   [ -z "$left" ] || fail "temporary files were left: $left"
 }
+
+# waitFor SECONDS COMMAND...: until it succeeds.
+waitFor() {
+  local end=$((SECONDS + $1))
+  shift
+  until "$@"; do
+    [ $SECONDS -lt $end ] || return 1
+    sleep 0.05
+  done
+}
+
+# The instance that the commands talk to; what it says goes to $scratch/daemon.out and $scratch/daemon.err.
+startDaemon() {
+  "$lumisk" daemon >"$scratch/daemon.out" 2>>"$scratch/daemon.err" &
+  daemon=$!
+  waitFor 20 grep -q '^lumisk: daemon: running, ' "$scratch/daemon.out" || fail "the daemon does not start: $(cat "$scratch/daemon.err")"
+}
+# endDaemon SIGNAL: its status is left in $daemonStatus.
+endDaemon() {
+  kill "-$1" "$daemon"
+  wait "$daemon" 2>/dev/null
+  daemonStatus=$?
+  daemon=
+}
+
+# state JOB KEY: of the job in `lumisk status --json`; "" when there is no such job.
+state() {
+  "$lumisk" status --json 2>/dev/null | python3 -c '
+import json, sys
+jobs = [job for job in json.load(sys.stdin)["jobs"] if job["name"] == sys.argv[1]]
+print(jobs[0][sys.argv[2]] if jobs else "")' "$1" "$2"
+}
+isState() { [ "$(state "$1" "$2")" = "$3" ]; }
+isCopying() { [ -n "$(find "$1" -name '.lumisk-*' -size +100k 2>/dev/null)" ]; }

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/job_progress_message.h"
+#include "platform/clock.h"
+#include "platform/property_list.h"
+#include "schedule/job_health.h"
+
+namespace lumisk {
+
+// What `lumisk status` shows. Pure.
+
+struct JobState {
+  PropertyList job;      // as it is stored
+  bool running = false;  // in the instance
+  std::optional<JobProgressMessage> progress;
+  // What is not as it should be; see schedule/job_health.h.
+  std::optional<WallTime> missed;
+  std::optional<Overdue> overdue;
+  std::optional<std::string> waitingFor;
+};
+
+struct InstanceState {
+  bool running = false;
+  std::vector<JobState> jobs;
+};
+
+// A line about the instance, then a table.
+[[nodiscard]] std::string statusTable(const InstanceState& state, WallTime now);
+// {"running": bool, "jobs": [...]}
+[[nodiscard]] std::string statusJson(const InstanceState& state, WallTime now);
+
+}  // namespace lumisk
