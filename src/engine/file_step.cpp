@@ -14,6 +14,12 @@ using namespace std::chrono_literals;
 // Up to here a later date may be nothing but what the target's file system cut off.
 constexpr auto kCoarsestDates = 2s;
 
+// Something newer there is left alone, but further names of the source's file are no names of it.
+bool isOneVersion(const WalkEntry& entry) {
+  return entry.source.size == entry.standing->size &&
+         isCloserThan(kCoarsestDates, entry.source.modified, entry.standing->modified);
+}
+
 EntryOutcome outcomeOf(const CopyDecision& decision) {
   return decision.verdict == CopyVerdict::kCopy ? EntryOutcome::kCopied : EntryOutcome::kReplaced;
 }
@@ -66,7 +72,7 @@ Result<void> FileStep::settleFile(const WalkEntry& entry) {
     decision = *ruled;
   }
   if (decision.verdict == CopyVerdict::kUnchanged) {
-    noteName(entry, entry.standing->identity);
+    if (isOneVersion(entry)) noteName(entry, entry.standing->identity);
     walk_.rules.isInStep(walk_.stack, entry);
     walk_.report.outcome(EntryOutcome::kUnchanged, entry.name, decision.reason);
     return {};

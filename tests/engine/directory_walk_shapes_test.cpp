@@ -104,6 +104,18 @@ TEST_P(WalkShapesTest, HardLinks_StayHardLinks) {
   EXPECT_EQ(inodeOf(tree / "t/s/z"), inodeOf(tree / "t/s/z2"));
 }
 
+// Its first name stands at the target with something newer, which is left alone and is no copy of the file.
+TEST_P(WalkShapesTest, HardLinkOfAFileThatIsNewerThere_IsCopied) {
+  makeTree(tree / "s", {{"a", File{"ours"}}});
+  std::filesystem::create_hard_link(tree / "s/a", tree / "s/b");
+  setModified(tree / "s/a", 1'000'000'000);
+  makeTree(tree / "t", {{"s", Dir{{"a", File{"theirs"}}}}});
+  setModified(tree / "t/s/a", 1'100'000'000);
+  backUp();
+  EXPECT_EQ(readFile(tree / "t/s/a"), "theirs");
+  EXPECT_EQ(readFile(tree / "t/s/b"), "ours");
+}
+
 TEST_P(WalkShapesTest, HardLinkThatTheTargetCannotMake_IsAFileOfItsOwn) {
   makeTree(tree / "s", {{"a", File{"text", 0644, 1000}}});
   fs::create_hard_link(tree / "s/a", tree / "s/b");
