@@ -9,6 +9,14 @@
 #include "platform/paths.h"
 
 namespace lumisk {
+namespace {
+
+bool isReplacement(PresentVerdict verdict) {
+  return verdict == PresentVerdict::kCopy || verdict == PresentVerdict::kCopyTrash ||
+         verdict == PresentVerdict::kCopyBack || verdict == PresentVerdict::kKeepBoth;
+}
+
+}  // namespace
 
 PresentQuestion TwoWayRules::questionOf(const WalkEntry& entry) const {
   PresentQuestion question;
@@ -27,7 +35,11 @@ std::optional<CopyDecision> TwoWayRules::presentAtBoth(FrameStack& at, const Wal
   PresentQuestion question = questionOf(entry);
   question.granularity = granularityOf(at, entry);
   if (isConflict(question)) question.choice = choose(at, entry);
-  switch (decidePresent(question)) {
+  const PresentVerdict verdict = decidePresent(question);
+  if (isReplacement(verdict) &&
+      !unlistBeforeReplacing(at, entry, verdict == PresentVerdict::kCopyBack ? *entry.standing : entry.source))
+    return std::nullopt;
+  switch (verdict) {
     case PresentVerdict::kInStep:
       return CopyDecision{CopyVerdict::kUnchanged, "unchanged"};
     case PresentVerdict::kLeave:

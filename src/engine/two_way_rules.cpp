@@ -93,20 +93,42 @@ void TwoWayRules::leaveFolder(FrameStack& at) {
     };
     level.from.keepOnly(stands);
     level.to.keepOnly(stands);
-    writeList(level.from, frame.source.get(), at.sourcePath());
-    writeList(level.to, frame.destination.get(), at.destinationPath());
+    writeListAtEnd(level.from, frame.source.get(), at.sourcePath());
+    writeListAtEnd(level.to, frame.destination.get(), at.destinationPath());
   }
   levels_.pop_back();
 }
 
-void TwoWayRules::writeList(SyncedEntries& list, int folder, const std::string& path) {
-  if (!list.isChanged()) return;
+void TwoWayRules::writeListAtEnd(SyncedEntries& list, int folder, const std::string& path) {
+  const auto written = writeList(list, folder, SyncedEntries::Durability::kWithTheRun);
+  if (!written) complain("write the list in", path, written.error());
+}
+
+Result<void> TwoWayRules::writeList(SyncedEntries& list, int folder, SyncedEntries::Durability durability) {
+  if (!list.isChanged()) return {};
   const auto before = run_.files.statusOf(folder);
-  const auto written = list.write(folder, SyncedEntries::Durability::kWithTheRun);
-  if (!written) return complain("write the list in", path, written.error());
-  if (!before) return;
+  LUMISK_CHECK(list.write(folder, durability));
+  if (!before) return {};
   run_.written.wrote(-1, folder, before->identity.device);
   (void)run_.files.setModified(folder, before->modified);
+  return {};
+}
+
+// The loser may be moved away some time before the winner has its place. A crash in between must not leave the winner
+// as what seems to be deleted on the other side; one that was changed since the last completed run never seems so.
+bool TwoWayRules::unlistBeforeReplacing(FrameStack& at, const WalkEntry& entry, const FileStatus& winner) {
+  Level& level = levels_.back();
+  const bool isListed =
+      level.isKept && level.from.findFileInArrayList(entry.name) && level.to.findFileInArrayList(entry.destinationName);
+  if (!isListed || run_.dryRun || !run_.lastCompleted) return true;
+  if (winner.type != FileType::kFolder && !isUnchangedSince(winner, *run_.lastCompleted)) return true;
+  level.from.deleteFileInArrayList(entry.name);
+  level.to.deleteFileInArrayList(entry.destinationName);
+  const FolderFrame& frame = at.top();
+  auto written = writeList(level.from, frame.source.get(), SyncedEntries::Durability::kNow);
+  if (written) written = writeList(level.to, frame.destination.get(), SyncedEntries::Durability::kNow);
+  if (!written) failed(at, entry, written.error());
+  return written.has_value();
 }
 
 // Not an error of the run: without a list more is copied and nothing is deleted.
@@ -156,7 +178,11 @@ WalkVerdict TwoWayRules::folderFound(FrameStack& at, const WalkEntry& entry) {
   if (entry.standing && entry.standing->type == FileType::kFolder) return WalkVerdict::kGoOn;
   if (entry.standing) {
     const PresentVerdict verdict = decidePresent(questionOf(entry));
-    if (verdict == PresentVerdict::kCopyBack) carryBack(at, entry);
+    const bool isBack = verdict == PresentVerdict::kCopyBack;
+    const bool isReplaced = isBack || verdict == PresentVerdict::kCopyTrash;
+    if (isReplaced && !unlistBeforeReplacing(at, entry, isBack ? *entry.standing : entry.source))
+      return WalkVerdict::kSettled;
+    if (isBack) carryBack(at, entry);
     return verdict == PresentVerdict::kCopyTrash ? WalkVerdict::kGoOn : WalkVerdict::kSettled;
   }
   if (takeRename(at, entry)) return WalkVerdict::kLookAgain;

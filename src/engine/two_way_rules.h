@@ -74,7 +74,9 @@ class TwoWayRules : public WalkRules {
   void followRename(FrameStack& at, Level& level);
   void flagFolders(FrameStack& at, Level& level, bool isNew);
   void flag(int folder, const std::string& path);
-  void writeList(SyncedEntries& list, int folder, const std::string& path);
+  Result<void> writeList(SyncedEntries& list, int folder, SyncedEntries::Durability durability);
+  void writeListAtEnd(SyncedEntries& list, int folder, const std::string& path);
+  bool unlistBeforeReplacing(FrameStack& at, const WalkEntry& entry, const FileStatus& winner);
   void complain(const char* what, const std::string& path, const Error& error);
 
   [[nodiscard]] bool isDeletionDue(const WalkEntry& entry) const;

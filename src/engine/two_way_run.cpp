@@ -26,6 +26,14 @@ Result<void> writeKeepingDate(FileCalls& files, SyncedEntries& list, int folder)
   return files.setModified(folder, before.modified);
 }
 
+// Of a folder, or of the one around a file.
+std::optional<FileIdentity> identityOf(FileCalls& files, const std::string& path) {
+  auto folder = files.openRoot(path);
+  if (!folder && folder.error().code == ENOTDIR) folder = files.openRoot(paths::parent(path));
+  const auto status = folder ? files.statusOf(folder->get()) : fail(folder.error());
+  return status ? std::optional(status->identity) : std::nullopt;
+}
+
 bool isSameState(const FileStatus& a, const FileStatus& b) {
   return a.type == b.type && a.identity == b.identity &&
          (a.type == FileType::kFolder || (a.modified == b.modified && a.size == b.size));
@@ -36,8 +44,16 @@ bool isSameState(const FileStatus& a, const FileStatus& b) {
 bool TwoWayRun::carry(const std::string& source, const std::string& opposite, int layer, int mode) {
   TwoWaySide here{withoutTrailingSlashes(source), {}, 0};
   TwoWaySide there{withoutTrailingSlashes(opposite), {}, 0};
+  const auto begun = identityOf(run_.files, here.path);
   if (!pass(Direction::kForward, here, there, layer, mode)) return false;
   if (run_.mustStop()) return true;
+  // A volume that was pulled away leaves an empty folder, which must not be filled.
+  if (identityOf(run_.files, here.path) != begun) {
+    run_.log.write("%s: ERROR: Nothing is carried back to \"%s\": it is another folder than before\n",
+                   run_.info.name.c_str(), shown(here.path).c_str());
+    run_.noteError(RunError::kFileCopy);
+    return false;
+  }
   // In a run that only looks the other side may not be there yet.
   const bool isThere = !run_.dryRun || run_.files.openRoot(there.path).has_value();
   if (isThere && !pass(Direction::kReverse, there, here, layer, mode)) return false;

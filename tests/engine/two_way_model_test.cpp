@@ -40,6 +40,7 @@ class TwoWayJob {
   bool run(int crashAt = 0) {
     waitForTick();
     FaultyFileCalls files;
+    if (prepare) prepare(files);
     if (crashAt > 0) files.fail(FileCall::kAny, EIO, {.nth = crashAt, .times = FaultyFileCalls::kAlways});
     RunFixture fixture(PaceKind::kFull, files);
     fixture.info = info;
@@ -89,6 +90,7 @@ class TwoWayJob {
   QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
   TempTree tree{{"s", Dir{}}, {"t", Dir{}}, {"home", Dir{}}};
   OwnHome home{tree / "home"};
+  std::function<void(FaultyFileCalls&)> prepare;  // of the next runs
   std::optional<CompletedRun> lastCompleted;
   bool lastRunCompleted = false;
   RunCounts counts;
@@ -326,6 +328,53 @@ TEST_F(TwoWayDeletion, BeyondTheBrake_IsHeldUntilLetThrough) {
   ASSERT_TRUE(job.run());
   EXPECT_EQ(job.counts.deleted, 25U);
   EXPECT_EQ(job.side("s"), job.side("t"));
+}
+
+// Where the file system knows neither hard links nor exchanges the loser of a conflict is moved away first. A crash
+// right after that leaves a winner whose counterpart is missing, which nobody has deleted.
+TEST_F(TwoWayDeletion, OfALoserThatWasMovedAwayBeforeACrash_IsNone) {
+  for (const ConflictChoice choice : {ConflictChoice::kSourceWins, ConflictChoice::kTargetWins}) {
+    job.info.fileConflictType = choice;
+    job.info.bMoveFileTrash = false;
+    const bool sourceWins = choice == ConflictChoice::kSourceWins;
+    const std::string winner = sourceWins ? "s/f" : "t/f";
+    const std::string loser = sourceWins ? "t/f" : "s/f";
+    put("s/f", "text 1");
+    ASSERT_TRUE(job.run());
+    put(loser, "text 2");
+    setModified(job.tree / loser, 1'200'000'000);
+    job.prepare = [&](FaultyFileCalls& files) {
+      files.fail(FileCall::kLink, EPERM, {.times = FaultyFileCalls::kAlways});
+      files.fail(FileCall::kExchange, EINVAL, {.times = FaultyFileCalls::kAlways});
+      files.before(FileCall::kRename,
+                   [&files] { files.fail(FileCall::kAny, EIO, {.nth = 1, .times = FaultyFileCalls::kAlways}); },
+                   {.name = "f"});
+    };
+    EXPECT_FALSE(job.run());
+    EXPECT_FALSE(exists(job.tree / loser)) << job.log << "the crash came at another step";
+    job.prepare = nullptr;
+    ASSERT_TRUE(job.run()) << job.log;
+    EXPECT_EQ(job.counts.deleted, 0U);
+    EXPECT_TRUE(exists(job.tree / winner) && readFile(job.tree / winner) == "text 1") << winner;
+    for (const char* side : {"s/f", "t/f"}) fs::remove(job.tree / side);
+    ASSERT_TRUE(job.run());
+  }
+}
+
+// What was swapped between the walk there and the walk back is not the folder that the run began with.
+TEST_F(TwoWayDeletion, SideThatIsSwappedBetweenTheWalks_ReceivesNothing) {
+  put("s/a", "text 1");
+  put("t/b", "text 2");
+  job.prepare = [&](FaultyFileCalls& files) {
+    files.before(FileCall::kRename,
+                 [&] {
+                   fs::rename(job.tree / "s", job.tree / "pulled");
+                   fs::create_directory(job.tree / "s");
+                 },
+                 {.name = "a"});
+  };
+  EXPECT_FALSE(job.run()) << job.log;
+  EXPECT_TRUE(fs::is_empty(job.tree / "s"));
 }
 
 TEST_F(TwoWayDeletion, RenamedFolder_IsRenamedThereWithOnePass) {
