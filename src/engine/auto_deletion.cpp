@@ -46,6 +46,7 @@ void AutoDeletion::autoDeleteion(const std::function<bool(const DeletionPlan&)>&
 Result<DeletionPlan> AutoDeletion::plan() {
   FileList list(run_.files, listFolder_);
   LUMISK_CHECK(list.openFilelist(run_.info.name, FileListMode::kRead));
+  disbelieveVanished(scope_);
   DeletionPlan planned;
   while (!run_.mustStop()) {
     LUMISK_TRY(const auto pair, list.readPair());
@@ -79,6 +80,8 @@ AutoDeletion::Passed AutoDeletion::deleteListed(FileList& list, const DeletionPl
     const auto doomed = judge(**pair);
     if (!doomed) complain((*pair)->source, doomed.error());
     if (!doomed || !*doomed) continue;
+    disbelieveVanished(scope_);
+    if (!isBelieved(scope_, (*pair)->source)) continue;
     if (passed.deleted >= plan.deletions)
       ++run_.counts.held;
     else if (remove(**doomed))

@@ -4,6 +4,7 @@
 
 #include "engine/copy_rule.h"
 #include "engine/folder_path.h"
+#include "platform/paths.h"
 
 namespace lumisk {
 namespace {
@@ -57,7 +58,7 @@ Result<void> TargetDeletions::beginRoot(FrameStack& at) {
   auto root = std::make_unique<Root>();
   LUMISK_TRY(root->source, run_.files.duplicate(at.top().source.get()));
   LUMISK_TRY(root->destination, run_.files.duplicate(at.top().destination.get()));
-  root->sourceLength = at.sourcePath().size();
+  root->sourcePath = at.sourcePath();
   root->destinationPath = at.destinationPath();
   root_ = roots_.emplace_back(std::move(root)).get();
   return {};
@@ -68,7 +69,7 @@ void TargetDeletions::collect(const FrameStack& at, const AutoDeletion::Doomed& 
   const std::uint64_t inside = isFolder ? countBelow(run_, doomed.place.folder, doomed.place.name) : 0;
   const std::string relative(at.belowDestinationRoot());
   root_->sourceFolders.try_emplace(
-      relative, withoutLeadingSlashes(std::string_view(at.sourcePath()).substr(root_->sourceLength)));
+      relative, withoutLeadingSlashes(std::string_view(at.sourcePath()).substr(root_->sourcePath.size())));
   root_->pending.add({relative, doomed.place.name, doomed.standing, inside + 1});
   held_ += inside;
   due_ += inside + 1;
@@ -108,6 +109,9 @@ Result<void> TargetDeletions::confirm(const Root& root, const std::string& relat
   }
   if (!source) return fail(source.error());
   LUMISK_TRY(const NameList names, listNames(run_.files, source->get()));
+  disbelieveVanished(scope_);
+  const std::string path = paths::join(root.sourcePath, root.sourceFolders.at(relative));
+  std::erase_if(due, [&](const PendingDeletion& one) { return !isBelieved(scope_, paths::join(path, one.name)); });
   std::erase_if(due, [&](const PendingDeletion& one) {
     if (isSkippedName(one.name)) return false;  // never carried, whether it stands or not
     const auto standing = run_.files.status(source->get(), one.name);

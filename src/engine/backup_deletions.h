@@ -38,7 +38,7 @@ class TargetDeletions : public NoWalkRules {
   struct Root {
     Descriptor source;
     Descriptor destination;
-    std::size_t sourceLength = 0;  // of its path
+    std::string sourcePath;
     std::string destinationPath;
     PendingDeletions pending;
     std::map<std::string, std::string>

@@ -30,6 +30,13 @@ bool isOrdinaryPlace(const std::vector<std::string>& inTarget) {
 
 }  // namespace
 
+void disbelieveVanished(DeletionScope& scope) {
+  if (!scope.lookAgain) return;
+  for (std::string& place : scope.lookAgain())
+    if (std::find(scope.unbelieved.begin(), scope.unbelieved.end(), place) == scope.unbelieved.end())
+      scope.unbelieved.push_back(std::move(place));
+}
+
 bool isBelieved(const DeletionScope& scope, std::string_view source) {
   return std::none_of(scope.unbelieved.begin(), scope.unbelieved.end(), [source](const std::string& place) {
     return paths::isInside(source, place) || paths::isInside(place, source);

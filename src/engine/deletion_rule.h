@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +23,8 @@ struct DeletionScope {
   std::vector<std::string> targets;
   // Below these places of the sources an absence proves nothing: mounts that were there and are gone.
   std::vector<std::string> unbelieved;
+  // Asked right before deletions: such places that have come to it since. May be empty.
+  std::function<std::vector<std::string>()> lookAgain = nullptr;
 };
 
 // A pair of the file list, placed: the root and the way below it, which is the same on both sides.
@@ -34,6 +37,8 @@ struct PlacedPair {
 [[nodiscard]] std::optional<PlacedPair> placePair(const DeletionScope& scope, std::string_view source,
                                                   std::string_view destination);
 
+// Takes what lookAgain() tells into `unbelieved`.
+void disbelieveVanished(DeletionScope& scope);
 // Whether the absence of this place of a source would be believed: it neither lies in a gone mount nor held one.
 [[nodiscard]] bool isBelieved(const DeletionScope& scope, std::string_view source);
 // Whether the place lies in a target of the job, outside Trash and revision folders, and holds no target or source

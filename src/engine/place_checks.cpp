@@ -16,7 +16,6 @@ PlaceChecks::PlaceChecks(const WorkerServices& services, const RunRequest& reque
       report_(report),
       isStored_(!request.info.uuidString.empty()),
       remembered_(fileSystemsFromList(request.info.rootFileSystems)) {
-  if (!isStored_) return;
   for (const std::string& source : request.info.sourcePaths) lookAt(source);
 }
 
@@ -32,7 +31,21 @@ void PlaceChecks::lookAt(const std::string& source) {
   seen_[source] = {std::move(*root), std::move(*mounts)};
 }
 
+std::vector<std::string> PlaceChecks::vanished() const {
+  std::vector<std::string> gone;
+  for (const auto& [source, seen] : seen_) {
+    const auto root = fileSystemNow(source);
+    if (!root || !isSameFileSystem(seen.root, *root)) gone.push_back(source);
+    const auto mounts = seen.mounts.empty() ? RememberedFileSystems() : mountsBelow(source);
+    if (!mounts) gone.push_back(source);
+    for (const auto& mount : mounts ? goneMounts(seen.mounts, source, *mounts) : seen.mounts)
+      gone.push_back(mount.place);
+  }
+  return gone;
+}
+
 std::optional<std::string> PlaceChecks::whyNotSource(const std::string& source) {
+  if (seen_.count(source) == 0) lookAt(source);  // it may have come during the run
   const auto seen = seen_.find(source);
   if (seen == seen_.end() || request_.options.acceptSource) return std::nullopt;
   const auto now = fileSystemNow(source);

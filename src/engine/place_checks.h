@@ -26,7 +26,9 @@ class PlaceChecks {
   std::optional<std::string> whyNotTarget(const std::string& path, const RunTarget& target);
   // Mounts below the sources that were there and are gone: below these places an absence proves nothing.
   const std::vector<std::string>& unbelieved() const { return unbelieved_; }
-  // The first of them below this source.
+  // What has gone since a source was looked at: sources, and mounts below them.
+  [[nodiscard]] std::vector<std::string> vanished() const;
+  // The first of the missing mounts below this source.
   struct MissingMount {
     std::string place;
     std::string text;  // a line for the user

@@ -67,6 +67,8 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   run_.onEntry = run_.dryRun ? countingOutcomes() : request.options.onEntry;
   run_.begin = request.begin;
   run_.lastCompleted = lastCompletedRun(request.info);
+  // The clock was set back: what was changed since then may look older than that run.
+  if (nanosecondsOf(request.begin) < request.info.lastCompletedEndNanoseconds) run_.lastCompleted.reset();
   run_.compareSizes =
       request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
   run_.postProgress = std::move(postProgress);
@@ -105,6 +107,7 @@ void RunSequence::perform() {
   countEntries();
   if (!terminated()) walkSources();
   if (deletions_) deletions_->settle();
+  noteVanishedMounts();
   walkEnd_ = services_.clock.now();
   settle();
   fillReport();
@@ -188,7 +191,12 @@ DeletionBrake RunSequence::deletionBrake() const {
 }
 
 DeletionScope RunSequence::deletionScope() const {
-  DeletionScope scope{{}, run_.info.targetPaths, places_->unbelieved()};
+  DeletionScope scope{{}, run_.info.targetPaths, places_->unbelieved(), {}};
+  scope.lookAgain = [this] {
+    auto places = places_->vanished();
+    places.insert(places.end(), places_->unbelieved().begin(), places_->unbelieved().end());
+    return places;
+  };
   for (const Pair& pair : pairs_) scope.roots.push_back({pair.source, oppositeOf(pair, SourceKind::kFolder)});
   return scope;
 }
@@ -386,6 +394,12 @@ void RunSequence::noteProblem(const std::string& path, const std::string& text) 
   if (!report_.problemText.empty()) return;  // the first one is told
   report_.problemPath = path;
   report_.problemText = text;
+}
+
+// What was pulled away during the run was not carried, or not all of it.
+void RunSequence::noteVanishedMounts() {
+  for (const std::string& place : places_->vanished())
+    noteSourceProblem(place, shown(place) + ": this part of the source was pulled away during the run");
 }
 
 // The end.

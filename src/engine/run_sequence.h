@@ -73,6 +73,7 @@ class RunSequence {
   [[nodiscard]] std::string oppositeOf(const Pair& pair, SourceKind kind) const;
   Result<void> makeParents(const std::string& target, const std::string& parent);
   void noteNewFolders(const std::string& target, std::string folder);
+  void noteVanishedMounts();
   void noteSourceProblem(const std::string& source);
   void noteSourceProblem(const std::string& source, const std::string& text);
   void noteTargetProblem(const std::string& target);

@@ -6,6 +6,7 @@
 #include "engine/directory_walk.h"
 #include "engine/remembered_file_systems.h"
 #include "support/faulty_file_calls.h"
+#include "support/mounted_volume.h"
 #include "support/own_home.h"
 #include "support/run_fixture.h"
 #include "support/worker_fixture.h"
@@ -147,6 +148,49 @@ TEST(KnownPlaces, SourceOnAnotherFileSystem_IsNotCarriedUntilAccepted) {
   EXPECT_TRUE(f.runOnce().completed);
   f.worker().setRunOptions({});
   EXPECT_TRUE(f.runOnce().completed);
+}
+
+// A volume below the source that is pulled away in the middle of a run takes nothing of its copy with it, neither by
+// what the walk misses nor by the list of the last run's files.
+TEST(KnownPlaces, MountThatGoesDuringTheRun_KeepsItsPartOfTheTarget) {
+  for (const char* step : {"walk", "list"}) {
+    MountedVolume volume("ext4", 16);
+    if (!volume.isMounted()) GTEST_SKIP() << volume.problem();
+    FaultyFileCalls files;
+    WorkerFixture f(files);
+    const std::string source = paths::parent(volume.path());
+    const std::string copy = f.tree / "target" + "/" + paths::lastComponent(source);
+    f.job.sourcePaths = {source};
+    f.job.nAutoDeletion = 1;
+    writeFile(volume / "a", "a");
+    makeTree(source, {{"zz", Dir{{"gone", File{"gone"}}}}});
+    ASSERT_TRUE(f.runOnce().completed) << f.log();
+    fs::remove(source + "/zz/gone");
+    const bool isWalk = std::string(step) == "walk";
+    files.before(isWalk ? FileCall::kOpenFolder : FileCall::kRename, [&] { volume.pullAway(); },
+                 {.name = isWalk ? "mount" : "gone"});
+    const RunReport report = f.runOnce();
+    EXPECT_TRUE(exists(copy + "/mount/a")) << step << "\n" << f.log();
+    EXPECT_FALSE(report.completed) << step;
+    EXPECT_TRUE(isWalk || !exists(copy + "/zz/gone"));
+  }
+}
+
+// A disk that is plugged in while other sources are carried is looked at like one that was there from the beginning.
+TEST(KnownPlaces, SourceThatComesDuringTheRun_IsChecked) {
+  FaultyFileCalls files;
+  WorkerFixture f(files);
+  const RememberedFileSystem other{f.tree / "late", "/mnt/x", "another", "ext4", "/dev/sdz9"};
+  f.job.otherKeys[kRootFileSystemsKey] = fileSystemsToList({other});
+  f.job.sourcePaths = {f.tree / "source", f.tree / "late"};
+  files.before(FileCall::kCreateFile,
+               [&] {
+                 makeTree(f.tree.path(), {{"late", Dir{{"x", File{"x"}}}}});
+               },
+               {.name = ".lumisk-*"});
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.sourceProblem && report.placeInDoubt) << f.log();
+  EXPECT_FALSE(exists(f.tree / "target/late"));
 }
 
 }  // namespace
