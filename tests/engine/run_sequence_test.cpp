@@ -193,6 +193,16 @@ TEST_F(RunTest, TwoWayJob_CarriesBothWays_AndADeletionOnceTheRunHasCompleted) {
   EXPECT_EQ(readFile(f.tree / "source/d/b.txt"), "second");
 }
 
+TEST_F(RunTest, TwoWayJobAfterTheClockWasSetBack_CarriesNoDeletion) {
+  f.job.jobType = JobType::kSyncWithConflicts;
+  f.clock.advance(systemClock().now() - f.clock.now() + std::chrono::seconds(10));
+  EXPECT_TRUE(f.runOnce().completed);
+  std::filesystem::remove(f.tree / "target/a.txt");
+  f.clock.advance(-std::chrono::hours(1));
+  EXPECT_EQ(f.runOnce().counts.deleted, 0U);
+  EXPECT_EQ(readFile(f.tree / "target/a.txt"), "first");
+}
+
 TEST_F(RunTest, TwoWayJob_LocksItsSourceToo) {
   f.job.jobType = JobType::kSyncWithConflicts;
   const auto other = realFileCalls().openRoot(f.tree / "source").value();
