@@ -12,6 +12,8 @@
 #include "finder/do_server.h"
 #include "jobs/job_store.h"
 #include "platform/main_loop.h"
+#include "platform/media_registry.h"
+#include "platform/mount_table.h"
 
 namespace lumisk {
 
@@ -21,6 +23,10 @@ struct AppServices {
   ScheduleServices schedule;  // without the functions that ask the store: the application sets those itself
   UserDefaults& defaults;
   std::string programPath;  // what is started at login
+  // Whether the dialogs reach somebody; without, nothing is asked that would be taken for an answer.
+  bool somebodyCanAnswer = false;
+  MediaRegistry* media = nullptr;  // null: devices that come start nothing
+  std::function<Result<std::vector<MountEntry>>()> mounts = mountTable;
 };
 
 // The application's controller, with or without windows: it owns the store for as long as it lives, runs the jobs by
@@ -45,6 +51,7 @@ class QuorvelAppObject : public MessageDelegate {
   bool setManullyDisableAtIndex(std::int32_t index, bool disabled);
   [[nodiscard]] bool getManullyDisableAtIndex(std::int32_t index);
   [[nodiscard]] bool jobIsBusyAtIndex(std::int32_t index);
+  bool stopJobAtIndex(std::int32_t index);                  // cancels its run; false when it does not run
   bool deleteJobButtonActionWithIndex(std::int32_t index);  // asks first
   bool deleteJobButtonActionWithOutPromptAtIndex(std::int32_t index);
   bool addJob(const QUORVELPREFERENCEINFO& job);
@@ -59,6 +66,7 @@ class QuorvelAppObject : public MessageDelegate {
   int USBDeviceHasAttached(int kind);  // the number of volumes that are new
   void checkingDestinationFolderForSync(const std::string& mountPath);
   void getAllVolumeName();
+  void CallbackMessageIOMedia(std::int32_t event, long parameter);
 
   [[nodiscard]] JobStore& jobs();
   [[nodiscard]] SyncControlObject& control();
@@ -66,9 +74,14 @@ class QuorvelAppObject : public MessageDelegate {
   [[nodiscard]] std::optional<JobProgressMessage> progressOf(const std::string& uuid);
   // Called on the main thread whenever a job or its progress has changed; for faces.
   void observeJobs(std::function<void()> changed);
+  // What a face with windows does with paths that a file manager sends: lets the user pick a job for them, or makes a
+  // job of them. Without, the paths go to the only job, and no job is made.
+  using TakePaths = std::function<void(const std::vector<std::string>& paths)>;
+  void setPathDialogs(TakePaths addToJob, TakePaths makeJob);
+
+  struct Members;  // for the sources of this folder
 
  private:
-  struct Members;
   std::unique_ptr<Members> members_;
 };
 

@@ -13,14 +13,6 @@ std::string textOf(const Dictionary& userInfo, const char* key) {
   return found == userInfo.end() ? "" : found->second.text();
 }
 
-std::int32_t jobIndex(JobStore& jobs, const Notification& notification) {
-  const std::string uuid = textOf(notification.userInfo, kJobUuidKey);
-  if (!uuid.empty()) return jobs.indexOfUuid(uuid);
-  if (const auto* index = std::any_cast<std::int32_t>(&notification.object)) return *index;
-  const auto found = notification.userInfo.find(kJobIndexKey);
-  return found == notification.userInfo.end() ? -1 : found->second.integer32();
-}
-
 // The begin that the run itself goes by, not the moment at which we heard of it.
 void runStarted(JobStore& jobs, const Clock& clock, std::int32_t index, const std::string& begin) {
   setStartJobStatus(jobs, clock, index, JobStatus::kRunning, 0);
@@ -46,9 +38,22 @@ void runEnded(JobStore& jobs, const Clock& clock, std::int32_t index) {
 
 }  // namespace
 
+std::int32_t jobIndexOfEvent(JobStore& jobs, const Notification& notification) {
+  const std::string uuid = textOf(notification.userInfo, kJobUuidKey);
+  if (!uuid.empty()) return jobs.indexOfUuid(uuid);
+  if (const auto* index = std::any_cast<std::int32_t>(&notification.object)) return *index;
+  const auto found = notification.userInfo.find(kJobIndexKey);
+  return found == notification.userInfo.end() ? -1 : found->second.integer32();
+}
+
 StoredRunStatus::StoredRunStatus(MainLoop& loop, NotificationCenter& notifications, const Clock& clock,
                                  WithStore withStore)
-    : loop_(loop), withStore_(std::move(withStore)) {
+    : StoredRunStatus([&loop](std::function<void()> work) { loop.perform(std::move(work)); }, notifications, clock,
+                      std::move(withStore)) {}
+
+StoredRunStatus::StoredRunStatus(OnMainThread onMainThread, NotificationCenter& notifications, const Clock& clock,
+                                 WithStore withStore)
+    : onMainThread_(std::move(onMainThread)), withStore_(std::move(withStore)) {
   on(notifications, kWillStartNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
     runStarted(jobs, clock, index, textOf(userInfo, kRunBeginKey));
   });
@@ -71,13 +76,13 @@ StoredRunStatus::StoredRunStatus(MainLoop& loop, NotificationCenter& notificatio
 
 void StoredRunStatus::on(NotificationCenter& notifications, const char* name, const Update& update) {
   observations_.push_back(notifications.observe(name, [this, update](const Notification& notification) {
-    loop_.perform([this, notification, update] { apply(notification, update); });
+    onMainThread_([this, notification, update] { apply(notification, update); });
   }));
 }
 
 void StoredRunStatus::apply(const Notification& notification, const Update& update) {
   withStore_([&](JobStore& jobs) {
-    const std::int32_t index = jobIndex(jobs, notification);
+    const std::int32_t index = jobIndexOfEvent(jobs, notification);
     if (index >= 0) update(jobs, index, notification.userInfo);
   });
 }

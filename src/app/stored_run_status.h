@@ -22,6 +22,10 @@ class StoredRunStatus {
  public:
   // Has its argument done on the store, read afresh and owned; `withStore` says itself what it could not do.
   using WithStore = std::function<void(const std::function<void(JobStore&)>& change)>;
+  // Has its argument done on the main thread, later and in order; called on any thread.
+  using OnMainThread = std::function<void(std::function<void()> work)>;
+  StoredRunStatus(OnMainThread onMainThread, NotificationCenter& notifications, const Clock& clock,
+                  WithStore withStore);
   StoredRunStatus(MainLoop& loop, NotificationCenter& notifications, const Clock& clock, WithStore withStore);
 
  private:
@@ -29,9 +33,12 @@ class StoredRunStatus {
   void on(NotificationCenter& notifications, const char* name, const Update& update);
   void apply(const Notification& notification, const Update& update);
 
-  MainLoop& loop_;
+  OnMainThread onMainThread_;
   WithStore withStore_;
   std::vector<NotificationCenter::Observation> observations_;
 };
+
+// The job that an event of a run is about: by its uuid, and only of an event without one by its index. -1: it is gone.
+[[nodiscard]] std::int32_t jobIndexOfEvent(JobStore& jobs, const Notification& notification);
 
 }  // namespace lumisk

@@ -21,6 +21,13 @@ bool isSameJob(const PropertyList& one, const PropertyList& other) {
   return !uuid.empty() || one[kObjectNameKey].text() == other[kObjectNameKey].text();
 }
 
+// That a job was disabled by hand concerns whoever enables it again, not its scheduler.
+bool needsRestart(PropertyList before, PropertyList after) {
+  before.mutableDictionary().erase(kManullyDisableKey);
+  after.mutableDictionary().erase(kManullyDisableKey);
+  return differInSettings(before, after);
+}
+
 }  // namespace
 
 SyncControlObject::SyncControlObject(UserDefaults& defaults, ScheduleServices services)
@@ -149,7 +156,7 @@ void SyncControlObject::stopWhatChanges(const PropertyList::Array& next) {
   std::vector<scheduleThreadObject*> stopping;
   for (const Scheduled& each : m_object) {
     const bool goesOn = std::any_of(next.begin(), next.end(), [&](const PropertyList& job) {
-      return isSameJob(job, each.job) && !differInSettings(job, each.job);
+      return isSameJob(job, each.job) && !needsRestart(each.job, job);
     });
     if (!goesOn) stopping.push_back(each.scheduler.get());
   }
@@ -166,7 +173,7 @@ void SyncControlObject::fit(std::vector<Scheduled>& before, std::int32_t index) 
   m_object.push_back(std::move(*old));
   before.erase(old);
   Scheduled& scheduled = m_object.back();
-  if (!differInSettings(scheduled.job, job)) return scheduled.scheduler->setJobIndex(index);
+  if (!needsRestart(scheduled.job, job)) return scheduled.scheduler->setJobIndex(index);
   scheduled.scheduler->stop();
   fetchAndStart(scheduled, index);
 }

@@ -156,6 +156,13 @@ bool JobStore::changeJob(std::int32_t index, const std::function<void(Dictionary
   return replaceJobs(std::move(next));
 }
 
+bool JobStore::replaceAll(const Array& expected, Array next) {
+  const std::lock_guard guard(m_lock);
+  succeeded();
+  if (m_preferenceInfo != expected) return false;
+  return next == m_preferenceInfo || replaceJobs(std::move(next));
+}
+
 void JobStore::init_tempInfo(bool keepSources) {
   std::vector<std::string> sources = std::move(m_tempInfo.sourcePaths);
   m_tempInfo = newJobDefaults(clock_.now());

@@ -52,6 +52,10 @@ class JobStore {
   // `edit` runs under m_lock.
   bool changeJob(std::int32_t index, const std::function<void(PropertyList::Dictionary&)>& edit);
 
+  // Puts a changed array in the place of the one that it was made from, in one step; false, with nothing changed, when
+  // the jobs are no longer `expected`.
+  bool replaceAll(const PropertyList::Array& expected, PropertyList::Array next);
+
   void preferenceInfoLock() { m_lock.lock(); }
   void preferenceInfoUnlock() { m_lock.unlock(); }
   bool readInfoWithUserName(const std::string&) { return false; }  // other users' stores are not kept

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/main_loop.h"
+
+namespace lumisk {
+
+// Work that other threads leave for the main thread, done by its loop in order; or earlier, when the main thread must
+// know all that has happened before it goes on. What has not been done when the queue goes is dropped.
+class MainThreadQueue {
+ public:
+  explicit MainThreadQueue(MainLoop& loop);
+  ~MainThreadQueue();
+  MainThreadQueue(const MainThreadQueue&) = delete;
+  MainThreadQueue& operator=(const MainThreadQueue&) = delete;
+
+  void post(std::function<void()> work);  // any thread
+  void drain();                           // main thread: all that has been posted, also from within such work
+
+ private:
+  struct State;
+  static void drain(State& state);
+
+  MainLoop& loop_;
+  std::shared_ptr<State> state_;  // shared with what the loop still has to do
+};
+
+}  // namespace lumisk
