@@ -32,6 +32,7 @@ void addCommands(CLI::App& parser, CommandRun& chosen) {
   addRunCommand(parser, chosen);
   addStatusCommand(parser, chosen);
   addNextCommand(parser, chosen);
+  addDaemonCommand(parser, chosen);
   addStartCommands(parser, chosen);
   addSendCommand(parser, chosen);
   addLogCommand(parser, chosen);

@@ -83,7 +83,7 @@ Checked<std::optional<Instance>> StoreAccess::instance() {
 }
 
 Checked<std::int32_t> StoreAccess::indexOf(const std::string& name) {
-  const std::int32_t index = store_.indexOfName(name);
+  const std::int32_t index = current_->indexOfName(name);
   if (index < 0) return noSuchJob(name);
   return index;
 }

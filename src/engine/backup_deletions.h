@@ -40,7 +40,7 @@ class TargetDeletions : public NoWalkRules {
     Descriptor destination;
     std::string sourcePath;
     std::string destinationPath;
-    PendingDeletions pending{"not in the source"};
+    PendingDeletions pending;
     std::map<std::string, std::string>
         sourceFolders;  // below the roots: where the absence shows, by destination folder
   };

@@ -73,7 +73,7 @@ waitFor() {
 startDaemon() {
   "$lumisk" daemon >"$scratch/daemon.out" 2>>"$scratch/daemon.err" &
   daemon=$!
-  waitFor 20 grep -q '^lumisk: daemon: running, ' "$scratch/daemon.out" || fail "the daemon does not start: $(cat "$scratch/daemon.err")"
+  waitFor 20 grep -qs '^lumisk: daemon: running, ' "$scratch/daemon.out" || fail "the daemon does not start: $(cat "$scratch/daemon.err")"
 }
 # endDaemon SIGNAL: its status is left in $daemonStatus.
 endDaemon() {
