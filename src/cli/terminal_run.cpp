@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "app/foreground_run.h"
+#include "app/keychain_images.h"
 #include "app/stored_run_status.h"
 #include "cli/instance_run.h"
 #include "cli/run_display.h"
@@ -67,7 +68,7 @@ class TerminalRun {
   RunDisplay display_;
   TerminalDialogs dialogs_;
   NotificationCenter notifications_;
-  NoImages images_;
+  KeychainImages images_;
   WorkerServices services_;
   std::optional<StoredRunStatus> status_;
   bool statusIsKept_ = true;

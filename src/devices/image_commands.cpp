@@ -40,9 +40,10 @@ constexpr const char* kSecret = "secret,id=password,file=/dev/stdin";
 
 }  // namespace
 
-Arguments create(const std::string& tool, const std::string& volumeName, const std::string& basePath) {
+Arguments create(const std::string& tool, const std::string& volumeName, const std::string& basePath,
+                 const std::string& size) {
   return {tool,     "create", "-volname", volumeName, "-stdinpass", "-encryption", "-type",
-          "SPARSE", "-size",  "4g",       "-fs",      "HFS+",       basePath};
+          "SPARSE", "-size",  size,       "-fs",      "HFS+",       basePath};
 }
 
 Arguments mount(const std::string& tool, const std::string& imagePath) {

@@ -14,7 +14,8 @@ namespace image_commands {
 using Arguments = std::vector<std::string>;
 
 // Our own tool, as the engine and the faces call it; the password goes to its standard input.
-[[nodiscard]] Arguments create(const std::string& tool, const std::string& volumeName, const std::string& basePath);
+[[nodiscard]] Arguments create(const std::string& tool, const std::string& volumeName, const std::string& basePath,
+                               const std::string& size = "4g");
 [[nodiscard]] Arguments mount(const std::string& tool, const std::string& imagePath);
 [[nodiscard]] Arguments list(const std::string& tool);
 [[nodiscard]] Arguments detach(const std::string& tool, const std::string& mountPoint);

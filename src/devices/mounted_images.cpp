@@ -1,6 +1,7 @@
 #include "devices/mounted_images.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 
 #include "devices/ag_keychain.h"
@@ -44,6 +45,16 @@ std::string imageToolPath() {
   return isThere(beside) ? beside : "/usr/bin/hdiutil";
 }
 
+// The tool says in one line why it could not.
+Result<std::string> runImageTool(const Arguments& arguments, const std::string& input) {
+  LUMISK_TRY(auto result, runChild({.arguments = arguments, .input = input, .environment = {}}));
+  if (result.status == 0) return std::move(result.output);
+  std::string why = result.errors.substr(0, result.errors.find('\n'));
+  constexpr std::string_view kPrefix = "hdiutil: ";
+  if (why.starts_with(kPrefix)) why.erase(0, kPrefix.size());
+  return fail(arguments.at(1), arguments.back(), result.status == 16 ? EBUSY : 0, why);
+}
+
 int amountDMGFileAtPath(const std::string& imagePath, const std::string& password) {
   return statusOfTool(image_commands::mount(imageToolPath(), imagePath), password);
 }
@@ -65,16 +76,16 @@ bool mountTheLumiskDMGFileAtPath(const std::string& imagePath) {
   return password != item.end() && amountDMGFileAtPath(imagePath, password->second.text()) == 0;
 }
 
-bool detachImageAt(const std::string& mountPoint) {
-  return statusOfTool(image_commands::detach(imageToolPath(), mountPoint), "") == 0;
+bool detachImageAt(const std::string& place) {
+  return statusOfTool(image_commands::detach(imageToolPath(), place), "") == 0;
 }
 
 std::vector<std::string> dataListObject::mountedDmgList() {
-  const auto answer = runChild({.arguments = image_commands::list(imageToolPath()), .input = {}, .environment = {}});
-  if (!answer || answer->status != 0) return {};
-  const auto info = parsePropertyList(answer->output);
+  const auto answer = runImageTool(image_commands::list(imageToolPath()));
+  if (!answer) return {};
+  const auto info = parsePropertyList(*answer);
   if (!info) return {};
-  (void)replaceFile(keptListPath(), answer->output, 0600);
+  (void)replaceFile(keptListPath(), *answer, 0600);
   return mountedPairs(*info);
 }
 

@@ -10,6 +10,8 @@ namespace lumisk {
 // Runs the disk-image tool and waits. A password goes to its standard input, without a line break; no shell is
 // involved. -1 when the tool could not be started, else its exit status.
 [[nodiscard]] std::string imageToolPath();  // beside our own program, else the system's
+Result<std::string> runImageTool(const std::vector<std::string>& arguments,
+                                 const std::string& input = {});  // its output
 int amountDMGFileAtPath(const std::string& imagePath, const std::string& password);
 int createDMGFileAtPath(const std::string& basePath, const std::string& password, const std::string& volumesName);
 
@@ -17,7 +19,7 @@ int createDMGFileAtPath(const std::string& basePath, const std::string& password
 [[nodiscard]] bool isAKeychainDMGAtPath(const std::string& imagePath);
 // With the stored password. False without one, without the file, and when the tool fails.
 bool mountTheLumiskDMGFileAtPath(const std::string& imagePath);
-bool detachImageAt(const std::string& mountPoint);
+bool detachImageAt(const std::string& place);  // a mount point or an image
 
 // Pure, of the lists that dataListObject gives. `index` gets the place before the hit (the image path of a mount
 // point), 0 without one.

@@ -1,4 +1,5 @@
 #include "engine/copy_file_thread_members.h"
+#include "engine/path_texts.h"
 
 // The worker's thread: takes up requests, has each run, and tells what became of it.
 
@@ -68,7 +69,16 @@ bool copyFileThreadObject::Members::runOnce(const RunRequest& request) {
 
 RunResult copyFileThreadObject::Members::perform(const RunRequest& request) {
   const auto log = openLog(request.options.dryRun);
-  RunSequence sequence(services, memory, request, RunSwitches{m_bTerminateThread, m_bCanceled}, *log,
+  const RunResult result = runSequence(request, *log);
+  if (result.detachesImage && !services.images.detachImage(request.info.dmgPath)) {
+    log->write("%s: WARNING: the image \"%s\" could not be detached\n", request.info.name.c_str(),
+               shown(request.info.dmgPath).c_str());
+  }
+  return result;
+}
+
+RunResult copyFileThreadObject::Members::runSequence(const RunRequest& request, JobLog& log) {
+  RunSequence sequence(services, memory, request, RunSwitches{m_bTerminateThread, m_bCanceled}, log,
                        [this](const JobProgressMessage& message) { postProgress(message); });
   return sequence.run();
 }

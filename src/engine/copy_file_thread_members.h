@@ -41,6 +41,7 @@ struct copyFileThreadObject::Members {
   bool takeRequest(RunRequest& request);
   bool runOnce(const RunRequest& request);
   RunResult perform(const RunRequest& request);
+  RunResult runSequence(const RunRequest& request, JobLog& log);
   void endRun(const RunRequest& request, const RunResult& result);
   void keepResult(const RunRequest& request, const RunResult& result);
   void postEnd(const RunRequest& request, const RunResult& result);

@@ -44,9 +44,10 @@ Result<FileCopier::Copied> FileCopier::copyFile(const Place& source, const FileS
 
 // A full disk is met once, not once for every file that is left.
 Result<void> FileCopier::checkSpace(const FileStatus& seen, const Place& destination) {
+  const std::uint64_t needed = std::min(seen.size, seen.blocks * 512);
+  if (run_.hasRoomFor && !run_.hasRoomFor(needed)) return fail("copy", destination.path, ENOSPC);
   if (run_.m_nErrorCode != RunError::kOutOfSpace) return {};
   const auto space = run_.files.spaceOf(destination.folder);
-  const std::uint64_t needed = std::min(seen.size, seen.blocks * 512);
   if (space && space->available < needed) return fail("copy", destination.path, ENOSPC);
   return {};
 }

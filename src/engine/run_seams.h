@@ -51,6 +51,7 @@ class ImageMounter {
  public:
   virtual ~ImageMounter() = default;
   virtual bool mountTheLumiskDMGFileAtPath(const std::string& path) = 0;
+  virtual bool detachImage(const std::string& path) = 0;  // all that was written is in the image then
   // Whether the keychain can open the image without asking.
   virtual bool isAKeychainDMGAtPath(const std::string& path) = 0;
 };
@@ -59,6 +60,7 @@ class ImageMounter {
 class NoImages : public ImageMounter {
  public:
   bool mountTheLumiskDMGFileAtPath(const std::string&) override { return false; }
+  bool detachImage(const std::string&) override { return false; }
   bool isAKeychainDMGAtPath(const std::string&) override { return false; }
 };
 

@@ -60,6 +60,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
            services.dialogs),
       targets_(services, run_),
       dialogs_(services, memory, request, run_),
+      image_(services, request.info),
       report_(result_.report) {
   run_.terminate = &switches.m_bTerminateThread;
   run_.cancelled = &switches.m_bCanceled;
@@ -102,8 +103,7 @@ void RunSequence::perform() {
   }
   run_.pace.beginRun();
   // Before anything is counted: the way back of a two-way job starts in the image.
-  mountImage();
-  if (!openTargets()) return logRefusal();
+  if (!mountImage() || !openTargets()) return logRefusal();
   countEntries();
   if (!terminated()) walkSources();
   if (deletions_) deletions_->settle();
@@ -220,10 +220,14 @@ void RunSequence::logRefusal() {
   showMessages();
 }
 
-void RunSequence::mountImage() {
-  const auto& info = run_.info;
-  if (run_.dryRun || info.dmgPath.empty() || !info.bAutoMount) return;
-  if (!isFolder(run_.files, info.targetPaths.front())) services_.images.mountTheLumiskDMGFileAtPath(info.dmgPath);
+bool RunSequence::mountImage() {
+  if (run_.dryRun || run_.info.dmgPath.empty()) return true;
+  image_.mountIfNeeded();
+  result_.detachesImage = image_.isToBeDetached();
+  run_.hasRoomFor = [this](std::uint64_t bytes) { return image_.hasRoomFor(bytes); };
+  const std::string problem = image_.roomProblem();
+  if (!problem.empty()) refuse(run_.info.targetPaths.front(), problem);
+  return problem.empty();
 }
 
 // Counting.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engine/backup_deletions.h"
+#include "engine/image_target.h"
 #include "engine/place_checks.h"
 #include "engine/run_dialogs.h"
 #include "engine/run_request.h"
@@ -28,6 +29,7 @@ struct RunResult {
   RunReport report;
   bool m_bHasError = false;
   bool firstCopyOver = false;
+  bool detachesImage = false;  // the run has mounted the job's image; it can go once the run is over
 };
 
 // One run of a one-way job, from the choice of its sources to the dialogs at its end. Lives on the worker's thread for
@@ -52,7 +54,7 @@ class RunSequence {
   [[nodiscard]] bool isToBeSkipped(const std::string& source) const;
   [[nodiscard]] bool terminated() const { return switches_.m_bTerminateThread; }
 
-  void mountImage();
+  [[nodiscard]] bool mountImage();
   [[nodiscard]] bool checkJob();
   [[nodiscard]] bool openTargets();
   void refuse(const std::string& path, const std::string& text);
@@ -92,6 +94,7 @@ class RunSequence {
   RunState run_;
   RunTargets targets_;
   RunDialogs dialogs_;
+  ImageTarget image_;
   std::unique_ptr<RunRecorder> recorder_;
   std::optional<PlaceChecks> places_;
   std::unique_ptr<BackupDeletions> deletions_;  // of a backup that follows them

@@ -89,6 +89,9 @@ struct RunState {
   void noteOutOfSpace();
   std::function<void()> onOutOfSpace;  // told each time; shows the warning once per worker; may be empty
 
+  // Whether so many bytes may be written, where more than the target's own room counts; may be empty.
+  std::function<bool(std::uint64_t bytes)> hasRoomFor;
+
   // A destination folder could not be made; its path. Told each time; may be empty.
   std::function<void(const std::string& path)> onFolderNotMade;
 

@@ -64,7 +64,7 @@ enum class FileCall {
   kLockExclusively
 };
 
-class FaultyFileCalls final : public FileCalls {
+class FaultyFileCalls : public FileCalls {
  public:
   explicit FaultyFileCalls(FileCalls& real = realFileCalls()) : real_(real) {}
 

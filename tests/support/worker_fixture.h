@@ -21,6 +21,11 @@ class RecordingImages : public ImageMounter {
     return true;
   }
   bool isAKeychainDMGAtPath(const std::string&) override { return keychainOpens; }
+  bool detachImage(const std::string& path) override {
+    detached.push_back(path);
+    return true;
+  }
+  std::vector<std::string> detached;
   std::vector<std::string> mounted;
   std::function<void()> onMount;
   bool keychainOpens = false;

@@ -1,0 +1,54 @@
+#include "engine/image_target.h"
+
+#include <algorithm>
+
+#include "engine/path_texts.h"
+#include "platform/paths.h"
+
+namespace lumisk {
+namespace {
+
+constexpr std::uint64_t kBlock = 512;
+constexpr const char* kDetachKey = "SGDetachImages";
+
+// On unless the preference says otherwise. A real-time job writes whenever something changes: its image stays.
+bool detachesImages(const WorkerServices& services, const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
+  if (info.scheduling_method == SchedulingMethod::kRealTime) return false;
+  const PropertyList wanted = services.preference ? services.preference(kDetachKey) : PropertyList();
+  return wanted.isNone() || wanted.boolean();
+}
+
+}  // namespace
+
+bool fitsHost(const HostRoom& room, std::uint64_t bytes) {
+  if (room.available >= room.growth) return true;
+  const std::uint64_t reserve = std::min(room.growth, kHostReserve);
+  return room.available >= reserve && room.available - reserve >= bytes;
+}
+
+std::optional<HostRoom> hostRoomOf(FileCalls& files, const std::string& imagePath) {
+  const auto folder = files.openRoot(paths::parent(imagePath));
+  if (!folder) return std::nullopt;
+  const auto image = files.status(folder->get(), paths::lastComponent(imagePath));
+  const auto space = files.spaceOf(folder->get());
+  if (!image || !space || image->type != FileType::kRegular) return std::nullopt;
+  return HostRoom{space->available, image->size - std::min(image->size, image->blocks * kBlock)};
+}
+
+void ImageTarget::mountIfNeeded() {
+  if (info_.dmgPath.empty() || !info_.bAutoMount || services_.files.openRoot(info_.targetPaths.front())) return;
+  isMountedHere_ = services_.images.mountTheLumiskDMGFileAtPath(info_.dmgPath) && detachesImages(services_, info_);
+}
+
+std::string ImageTarget::roomProblem() const {
+  if (hasRoomFor(0)) return "";
+  return "there is not enough room on the disk that holds the image " + shown(info_.dmgPath);
+}
+
+bool ImageTarget::hasRoomFor(std::uint64_t bytes) const {
+  if (info_.dmgPath.empty()) return true;
+  const auto room = hostRoomOf(services_.files, info_.dmgPath);
+  return !room || fitsHost(*room, bytes);
+}
+
+}  // namespace lumisk
