@@ -42,6 +42,7 @@ class SendCommand : public CommandLineFixture {
 
 TEST_F(SendCommand, RunningInstance_GetsAbsolutePathsOfAnyBytes) {
   Instance instance;
+  instance.answer = {{"result", 0}};
   EXPECT_EQ(sendTo(instance, {"send", "--action", "102", "--", "docs", "-\xff\n\"$x"}).status, 0);
   const PropertyList::Array paths{work_ / "docs", work_ / "-\xff\n\"$x"};
   EXPECT_EQ(instance.request, (PropertyList::Dictionary{{"action_Type", 102}, {"selected_Array", paths}}));
@@ -54,8 +55,8 @@ TEST_F(SendCommand, RefusalOrNobodyThere_IsOneLine) {
   EXPECT_EQ(refused.status, 2);
   EXPECT_EQ(refused.err, "lumisk: send: not today\n");
   const Outcome alone = run({"send", "--action", "101", "docs"});
-  EXPECT_EQ(alone.status, 1);
-  EXPECT_EQ(alone.err, "lumisk: send: lumisk does not run\n");
+  EXPECT_EQ(alone.status, 2);
+  EXPECT_EQ(alone.err, "lumisk: running instance: there is none; `lumisk daemon` starts one\n");
   EXPECT_EQ(run({"send", "--action", "1001", "docs"}).status, 2);
 }
 
