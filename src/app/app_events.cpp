@@ -74,7 +74,7 @@ void QuorvelAppObject::Members::QelLumiskObjectEvent(const Notification& notific
 
 // Only after success: what failed can be run again.
 void QuorvelAppObject::Members::removeOneTimeClone(const Notification& notification) {
-  const PropertyList clone = job(jobIndexOfEvent(store, notification));
+  const PropertyList clone = store.job(jobIndexOfEvent(store, notification));
   const std::string uuid = clone[kUuidStringKey].text();
   if (!isCompleted(notification) || !isOneTimeClone(clone) || uuid.empty()) return;
   later([this, uuid] { app.deleteJobButtonActionWithOutPromptAtIndex(store.indexOfUuid(uuid)); });

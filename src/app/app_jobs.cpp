@@ -37,7 +37,10 @@ bool QuorvelAppObject::startNowButtonActionWithJobIndex(std::int32_t index) {
 }
 
 bool QuorvelAppObject::stopJobAtIndex(std::int32_t index) {
-  const bool isBusy = index != kAnyJob && jobIsBusyAtIndex(index);
+  auto* const scheduler = members_->m_controlObject.object(index);
+  if (!scheduler) return false;
+  if (scheduler->cancelRequestedRun()) return true;
+  const bool isBusy = jobIsBusyAtIndex(index);
   if (isBusy) members_->cancelRun(index);
   return isBusy;
 }
@@ -48,7 +51,7 @@ bool QuorvelAppObject::jobIsBusyAtIndex(std::int32_t index) {
 
 void QuorvelAppObject::Members::cancelRun(std::int32_t index) {
   NotificationCenter& center = services.schedule.worker.notifications;
-  const PropertyList::Dictionary userInfo{{kJobIndexKey, index}, {kJobUuidKey, job(index)[kUuidStringKey]}};
+  const PropertyList::Dictionary userInfo{{kJobIndexKey, index}, {kJobUuidKey, store.job(index)[kUuidStringKey]}};
   center.post({kCancelNotification, index, userInfo});
   center.post({kUserCancelNotification, index, userInfo});
 }
@@ -68,7 +71,7 @@ void QuorvelAppObject::Members::noteStoppedRuns(const std::vector<std::string>& 
   for (const std::string& uuid : wereRunning) {
     const std::int32_t index = store.indexOfUuid(uuid);
     auto* const scheduler = schedulerOf(uuid);
-    if ((scheduler && scheduler->isStarted()) || !isStoredAsRunning(job(index))) continue;
+    if ((scheduler && scheduler->isStarted()) || !isStoredAsRunning(store.job(index))) continue;
     store.changeJob(index, [&now](PropertyList::Dictionary& stopped) {
       stopped[kJobStatusKey] = static_cast<std::int32_t>(JobStatus::kCompleted);
       stopped[kCancelStatusKey] = static_cast<std::int32_t>(CancelStatus::kCancelled);
@@ -105,7 +108,7 @@ bool QuorvelAppObject::disableJobAtIndex(std::int32_t index) {
 }
 
 bool QuorvelAppObject::Members::setActive(std::int32_t index, bool active) {
-  const PropertyList before = job(index);
+  const PropertyList before = store.job(index);
   if (before.isNone() || before[kActiveKey].boolean() == active) return false;
   const bool isStored = store.changeJob(index, [active](PropertyList::Dictionary& job) { job[kActiveKey] = active; });
   if (isStored) restart(index);
@@ -118,11 +121,15 @@ bool QuorvelAppObject::setManullyDisableAtIndex(std::int32_t index, bool disable
 }
 
 bool QuorvelAppObject::getManullyDisableAtIndex(std::int32_t index) {
-  return members_->job(index)[kManullyDisableKey].boolean();
+  return members_->store.job(index)[kManullyDisableKey].boolean();
 }
 
-void QuorvelAppObject::Members::refresh(std::int32_t index) {
-  const PropertyList looked = job(index);
+void QuorvelAppObject::freshTheJobStatus() {
+  std::int32_t index = 0;
+  for (const PropertyList& job : members_->store.jobs()) members_->refresh(index++, job);
+}
+
+void QuorvelAppObject::Members::refresh(std::int32_t index, const PropertyList& looked) {
   if (looked[kDmgPathKey].text().empty() || looked[kManullyDisableKey].boolean()) return;
   const std::string target = looked[kBackupFoldersKey].at(2).text();
   const bool exists = !target.empty() && files().openRoot(target).has_value();
@@ -147,7 +154,11 @@ bool QuorvelAppObject::addJob(const QUORVELPREFERENCEINFO& job) {
   m.removeFileList(job.name);
   m.store.m_currentInfo = job;
   const bool isStored = m.store.addPreferenceInfo(-1);
-  if (isStored) m.bringInStep();
+  if (isStored) {
+    m.m_controlObject.reloadPreferenceInfo();
+    if (!m.m_controlObject.addObject(m.store.count() - 1)) m.bringInStep();
+    m.changed();
+  }
   m.tellTrouble();
   return isStored;
 }
@@ -168,7 +179,7 @@ std::optional<std::string> QuorvelAppObject::Members::addSources(std::int32_t in
     if (!isKnown) info.sourcePaths.push_back(path);
   }
   if (const auto problem = checkJobPaths(info)) return textOf(*problem);
-  const std::string computer = job(index)[kComputerNameKey].text();
+  const std::string computer = store.job(index)[kComputerNameKey].text();
   if (const auto problem =
           checkJobFolders(files(), info.jobType, info.bRetainFullPath, info.sourcePaths, info.targetPaths, computer)) {
     return textOf(*problem);
@@ -191,15 +202,15 @@ std::optional<std::string> QuorvelAppObject::Members::storeJobs(const PropertyLi
 
 bool QuorvelAppObject::deleteJobButtonActionWithIndex(std::int32_t index) {
   Members& m = *members_;
-  const std::string uuid = m.job(index)[kUuidStringKey].text();
-  if (m.job(index).isNone() || !m.dialogs().ask(kApplicationTitle, kDeleteText, "OK", "Cancel")) return false;
+  const std::string uuid = m.store.job(index)[kUuidStringKey].text();
+  if (m.store.job(index).isNone() || !m.dialogs().ask(kApplicationTitle, kDeleteText, "OK", "Cancel")) return false;
   if (!m.isLaunched) return false;
   return m.deleteJob(uuid.empty() ? index : m.store.indexOfUuid(uuid));  // others may have gone meanwhile
 }
 
 bool QuorvelAppObject::deleteJobButtonActionWithOutPromptAtIndex(std::int32_t index) {
   Members& m = *members_;
-  const std::string name = m.job(index)[kObjectNameKey].text();
+  const std::string name = m.store.job(index)[kObjectNameKey].text();
   if (!m.deleteJob(index)) return false;
   m.dialogs().showMessage(name, name, kCloneDoneText);
   return true;
@@ -208,7 +219,7 @@ bool QuorvelAppObject::deleteJobButtonActionWithOutPromptAtIndex(std::int32_t in
 // The run is stopped before anything goes, so that it leaves no list behind. Where the job cannot be removed from the
 // store, its scheduler comes back.
 bool QuorvelAppObject::Members::deleteJob(std::int32_t index) {
-  const PropertyList gone = job(index);
+  const PropertyList gone = store.job(index);
   if (gone.isNone()) return false;
   m_controlObject.stopJob(index);
   events.drain();
@@ -259,11 +270,6 @@ bool QuorvelAppObject::reload() {
 }
 
 // Finding.
-
-PropertyList QuorvelAppObject::Members::job(std::int32_t index) {
-  const auto jobs = store.jobs();
-  return index < 0 ? PropertyList() : PropertyList(jobs).at(static_cast<std::size_t>(index));
-}
 
 scheduleThreadObject* QuorvelAppObject::Members::schedulerOf(const std::string& uuid) {
   for (std::int32_t index = 0; auto* const scheduler = m_controlObject.object(index); ++index) {

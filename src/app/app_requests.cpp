@@ -137,7 +137,7 @@ RunOptions RequestAnswer::options() {
 Dictionary RequestAnswer::start() {
   const std::int32_t job = index();
   if (job < 0) return answer(RequestResult::kNoSuchJob);
-  if (!members_.job(job)[kActiveKey].boolean()) return answer(RequestResult::kRefused, "the job is disabled");
+  if (!members_.store.job(job)[kActiveKey].boolean()) return answer(RequestResult::kRefused, "the job is disabled");
   auto* const scheduler = members_.m_controlObject.object(job);
   if (!scheduler || !scheduler->isStarted()) return answer(RequestResult::kRefused, "nothing runs this job");
   const auto endedRuns = scheduler->requestRun(options());

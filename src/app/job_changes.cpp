@@ -16,17 +16,11 @@ constexpr const char* kAfterKey = "after";
 
 // What runs write. That a run has begun or ended meanwhile is no reason to keep a job that shall go.
 const std::set<std::string, std::less<>>& keysOfRuns() {
-  static const std::set<std::string, std::less<>> keys{kLastRanTimeKey,
-                                                       kLastBeginTimeKey,
-                                                       kJobStatusKey,
-                                                       kCancelStatusKey,
-                                                       kFirstCopyKey,
-                                                       kDataBitKey,
-                                                       kLastCompletedBeginKey,
-                                                       kMarkedTargetsKey,
-                                                       kLastCompletedBeginNanosecondsKey,
-                                                       kRootFileSystemsKey,
-                                                       kLastCompletedEndNanosecondsKey};
+  static const std::set<std::string, std::less<>> keys{
+      kLastRanTimeKey,        kLastBeginTimeKey,  kJobStatusKey,
+      kCancelStatusKey,       kFirstCopyKey,      kDataBitKey,
+      kLastCompletedBeginKey, kMarkedTargetsKey,  kLastCompletedBeginNanosecondsKey,
+      kRootFileSystemsKey,    kCapacityWarnedKey, kLastCompletedEndNanosecondsKey};
   return keys;
 }
 

@@ -34,7 +34,7 @@ struct QuorvelAppObject::Members {
   void cancelRun(std::int32_t index);
   void restart(std::int32_t index);
   void bringInStep();
-  void refresh(std::int32_t index);
+  void refresh(std::int32_t index, const PropertyList& looked);
   [[nodiscard]] std::vector<std::string> runningJobs();
   void noteStoppedRuns(const std::vector<std::string>& wereRunning);
   bool deleteJob(std::int32_t index);
@@ -44,7 +44,6 @@ struct QuorvelAppObject::Members {
   std::optional<std::string> storeJobs(const PropertyList::Array& before, PropertyList::Array after);
   [[nodiscard]] bool isTriggered(const PropertyList& job, const std::string& mountPath);
   [[nodiscard]] scheduleThreadObject* schedulerOf(const std::string& uuid);
-  [[nodiscard]] PropertyList job(std::int32_t index);
   [[nodiscard]] UserDialogs& dialogs() const { return services.schedule.worker.dialogs; }
   [[nodiscard]] FileCalls& files() const { return services.schedule.worker.files; }
 

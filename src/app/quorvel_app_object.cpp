@@ -166,11 +166,6 @@ void QuorvelAppObject::applicationWillTerminate() {
 
 // For others.
 
-void QuorvelAppObject::freshTheJobStatus() {
-  Members& m = *members_;
-  for (std::int32_t index = 0; index < m.store.count(); ++index) m.refresh(index);
-}
-
 PropertyList::Dictionary QuorvelAppObject::doDelegateMessageEvent(const PropertyList::Dictionary& request) {
   return answerRequest(*this, *members_, request);
 }

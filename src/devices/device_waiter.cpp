@@ -15,12 +15,6 @@ namespace {
 
 constexpr std::chrono::seconds kBetweenLooks{1};
 
-constexpr long kUnmounted = 0;
-
-long mounted(MediaType type) {
-  return 1 | static_cast<long>(type) << 4;
-}
-
 bool holdsAllOf(const std::set<MountedPlace>& places, const std::set<MountedPlace>& others) {
   return std::includes(places.begin(), places.end(), others.begin(), others.end());
 }
@@ -66,8 +60,9 @@ std::vector<long> WaitingMessages::look(const std::set<MountedPlace>& before, co
                                            [](const Waiting& one) { return one.message == DeviceMessage::kAttached; });
   const bool hasNew = !holdsAllOf(before, after);
   std::vector<long> parameters;
-  if (hasNew && waitsForDevices) parameters.push_back(mounted(kind()));
-  if (!holdsAllOf(after, before) || hasDetached_ || (hasNew && !waitsForDevices)) parameters.push_back(kUnmounted);
+  if (hasNew && waitsForDevices) parameters.push_back(volumesMounted(kind()));
+  if (!holdsAllOf(after, before) || hasDetached_ || (hasNew && !waitsForDevices))
+    parameters.push_back(kVolumesUnmounted);
   hasDetached_ = false;
   for (Waiting& one : waiting_) --one.looksLeft;
   std::erase_if(waiting_, [](const Waiting& one) { return one.looksLeft == 0; });

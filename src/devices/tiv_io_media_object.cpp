@@ -37,6 +37,7 @@ MediaType typeOr(MediaType otherwise, const Result<std::vector<DeviceClass>>& li
 int TivIOMediaObject::start(MediaCallback newCallback, void* newContext) {
   callback = newCallback;
   context = newContext;
+  source_.reset();  // of an earlier start, whose monitor goes
   if (const auto done = registry_.connect(); !done)
     return failed(fmt::format("ERR: Couldn't create a master IOKit port({:08x})", done.error().code));
   if (!registry_.openMonitor()) return failed("Failed to create notification port!");

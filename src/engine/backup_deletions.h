@@ -40,7 +40,7 @@ class TargetDeletions : public NoWalkRules {
     Descriptor destination;
     std::string sourcePath;
     std::string destinationPath;
-    PendingDeletions pending;
+    PendingDeletions pending{"not in the source"};
     std::map<std::string, std::string>
         sourceFolders;  // below the roots: where the absence shows, by destination folder
   };

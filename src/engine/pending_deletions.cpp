@@ -78,7 +78,7 @@ void PendingDeletions::carryOutFolder(RunState& run, Trash& trash, int root, con
     run.log.write("%s: Auto deletion . . . %s\n", run.info.name.c_str(), displayText(path).c_str());
     run.counts.deleted += deletion.entries;
     run.written.wrote(-1, folder->get(), before->identity.device);
-    if (run.onEntry) run.onEntry(EntryOutcome::kDeleted, path, "deleted on the other side");
+    if (run.onEntry) run.onEntry(EntryOutcome::kDeleted, path, reason_);
   }
   // Its date says when the user last changed it, not when we did; a failure leaves only a newer date.
   (void)run.files.setModified(folder->get(), before->modified);
@@ -87,7 +87,7 @@ void PendingDeletions::carryOutFolder(RunState& run, Trash& trash, int root, con
 void PendingDeletions::tell(RunState& run, const std::string& rootPath) {
   run.counts.deleted += entries_;
   for (const PendingDeletion& deletion : deletions_)
-    if (run.onEntry) run.onEntry(EntryOutcome::kDeleted, pathOf(rootPath, deletion), "deleted on the other side");
+    if (run.onEntry) run.onEntry(EntryOutcome::kDeleted, pathOf(rootPath, deletion), reason_);
   deletions_.clear();
   entries_ = 0;
 }

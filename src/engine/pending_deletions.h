@@ -22,6 +22,8 @@ struct PendingDeletion {
 // lets them pass. What cannot be proven once more by then stays. Belongs to the run's thread.
 class PendingDeletions {
  public:
+  // reason: a short phrase, for those who list what is deleted.
+  PendingDeletions(const char* reason = "deleted on the other side") : reason_(reason) {}
   void add(PendingDeletion deletion);
   [[nodiscard]] std::uint64_t entries() const { return entries_; }
   [[nodiscard]] bool isEmpty() const { return deletions_.empty(); }
@@ -47,6 +49,7 @@ class PendingDeletions {
   void carryOutFolder(RunState& run, Trash& trash, int root, const std::string& rootPath,
                       std::vector<PendingDeletion> due, const Confirm& confirm);
 
+  const char* reason_;
   std::vector<PendingDeletion> deletions_;
   std::uint64_t entries_ = 0;
 };

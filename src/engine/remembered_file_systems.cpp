@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "platform/file_calls.h"
 #include "platform/mount_table.h"
 #include "platform/paths.h"
+#include "platform/trash_finder.h"
 #include "platform/workspace.h"
 
 namespace lumisk {
@@ -29,6 +31,13 @@ bool isBelow(std::string_view place, std::string_view source) {
 bool isPassing(const std::string& fileSystem) {
   return isPseudoFileSystem(fileSystem) || fileSystem == "tmpfs" || fileSystem == "overlay" ||
          fileSystem == "squashfs" || fileSystem == "fuse.portal" || fileSystem == "fuse.gvfsd-fuse";
+}
+
+// As the mount table spells it: the way to a source may go through links.
+std::string realPathOf(const std::string& source) {
+  const auto folder = realFileCalls().openRoot(source);
+  const std::string path = folder ? pathOfOpenFolder(folder->get()) : std::string();
+  return path.empty() ? source : path;
 }
 
 }  // namespace
@@ -86,10 +95,16 @@ Result<RememberedFileSystem> fileSystemNow(const std::string& place) {
 
 Result<RememberedFileSystems> mountsBelow(const std::string& source) {
   RememberedFileSystems found;
+  const std::string real = realPathOf(source);
   LUMISK_TRY(const auto mounts, mountTable());
   for (const MountEntry& mount : mounts) {
-    if (isPassing(mount.fileSystem) || !isBelow(mount.mountPoint, source) || find(found, mount.mountPoint)) continue;
-    if (auto now = fileSystemNow(mount.mountPoint)) found.push_back(std::move(*now));
+    if (isPassing(mount.fileSystem) || !isBelow(mount.mountPoint, real)) continue;
+    const std::string place = paths::join(source, std::string_view(mount.mountPoint).substr(real.size()));
+    if (find(found, place)) continue;
+    if (auto now = fileSystemNow(mount.mountPoint)) {
+      now->place = now->mountPoint = place;
+      found.push_back(std::move(*now));
+    }
   }
   return found;
 }

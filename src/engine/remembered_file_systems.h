@@ -36,7 +36,8 @@ enum class RootVerdict { kSame, kUnknown /* nothing is remembered of it */, kAno
 
 // What the system says now. An error for a place that is not there.
 Result<RememberedFileSystem> fileSystemNow(const std::string& place);
-// The mounts below a source, those without users' files left out.
+// The mounts below a source, those without users' files left out; their places and mount points are spelled below the
+// source as it is given, also where it leads there by a link.
 Result<RememberedFileSystems> mountsBelow(const std::string& source);
 
 }  // namespace lumisk

@@ -28,14 +28,15 @@ RunMessages RunDialogs::decide(const RunReport& report, bool lastProblemWasTarge
   return decideRunMessages(end);
 }
 
-void RunDialogs::showCapacity(const RunTarget& target) {
+void RunDialogs::showCapacity(const RunTarget& target, PropertyList::Dictionary& jobKeys) {
   if (run_.dryRun || !run_.info.bDisplayWarning || needSuppressWarningMessage()) return;
   const auto space = run_.files.spaceOf(target.folder.get());
   if (!space) return;
   const auto used = checkIfNeedShowWarnningWindow(*space, run_.info.capacityPercentage);
-  if (used && !memory_._ifDisplayed)
+  if (used && !memory_._ifDisplayed && !run_.info.capacityWarned)
     run_.dialogs.showMessage(run_.info.name, kWarningTitle, capacityWarning(target.path, *used));
   memory_._ifDisplayed = used.has_value();
+  if (run_.info.capacityWarned != used.has_value()) jobKeys[kCapacityWarnedKey] = used.has_value();
 }
 
 void RunDialogs::showNoSpace() {

@@ -14,8 +14,8 @@ class RunDialogs {
 
   // What the end of the run means, after it has been shown and the stored job's first-copy flag has followed.
   RunMessages showEnd(const RunReport& report, bool lastProblemWasTarget);
-  // Once for each time that the target fills up, not after every run.
-  void showCapacity(const RunTarget& target);
+  // Once for each time that the target fills up, not after every run: that it was shown is stored with the job.
+  void showCapacity(const RunTarget& target, PropertyList::Dictionary& jobKeys);
   void showNoSpace();  // once in the worker's life
 
  private:

@@ -446,7 +446,7 @@ void RunSequence::showMessages() {
   result_.m_bHasError = messages.hasError;
   result_.firstCopyOver = messages.firstCopyOver;
   RunTarget* const target = targets_.first();
-  if (target && report_.errorCode != RunError::kOutOfSpace) dialogs_.showCapacity(*target);
+  if (target && report_.errorCode != RunError::kOutOfSpace) dialogs_.showCapacity(*target, report_.jobKeys);
 }
 
 }  // namespace lumisk

@@ -51,6 +51,8 @@ inline constexpr const char* kLastCompletedEndNanosecondsKey = "NSLastCompletedE
 inline constexpr const char* kMarkedTargetsKey = "NSMarkedTargets";
 // The file systems that the sources, and the mounts below them, were found on: an array of dictionaries.
 inline constexpr const char* kRootFileSystemsKey = "NSRootFileSystems";
+// The user was told that the target is nearly full, and it has had no room since.
+inline constexpr const char* kCapacityWarnedKey = "NSCapacityWarned";
 // The computer's name and the display name of "/" as they were when the job was made: how jobs that retain full paths
 // go on spelling their places below the target.
 inline constexpr const char* kComputerNameKey = "NSComputerName";

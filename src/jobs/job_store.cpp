@@ -214,6 +214,11 @@ PropertyList::Array JobStore::jobs() {
   return m_preferenceInfo;
 }
 
+PropertyList JobStore::job(std::int32_t index) {
+  const std::lock_guard guard(m_lock);
+  return isIndex(index) ? m_preferenceInfo[static_cast<std::size_t>(index)] : PropertyList();
+}
+
 std::int32_t JobStore::count() {
   const std::lock_guard guard(m_lock);
   return static_cast<std::int32_t>(m_preferenceInfo.size());

@@ -81,6 +81,7 @@ class JobStore {
   bool setDataBit(std::int32_t index, std::uint32_t bits);  // does nothing, true
   bool setFirstCopyFlag(std::int32_t index);                // in memory, too, so that no later save brings it back
   [[nodiscard]] PropertyList::Array jobs();                 // a copy of the array
+  [[nodiscard]] PropertyList job(std::int32_t index);       // kNone when there is none
   [[nodiscard]] std::int32_t count();
   [[nodiscard]] std::int32_t indexOfName(const std::string& name);  // -1 when there is none
   [[nodiscard]] std::int32_t indexOfUuid(const std::string& uuid);

@@ -50,6 +50,7 @@ struct QUORVELPREFERENCEINFOtag_CopyFileObjectPart {
   std::int64_t lastCompletedEndNanoseconds = 0;
   std::vector<std::string> markedTargets;  // that carry, or carried, the job's marker
   PropertyList rootFileSystems;            // of the sources; engine/remembered_file_systems.h
+  bool capacityWarned = false;             // the target has had no room since the user was told so
   // Names for retained full paths, from when the job was made; empty in jobs that do not know them.
   std::string computerName;
   std::string rootDisplayName;

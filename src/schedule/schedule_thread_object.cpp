@@ -150,6 +150,18 @@ std::optional<std::uint64_t> scheduleThreadObject::requestRun(const RunOptions& 
   return endedBefore;
 }
 
+bool scheduleThreadObject::cancelRequestedRun() {
+  Members& m = *members_;
+  const ConditionLock::Guard guard(m.m_conditionLock);
+  if (!m.requested) return false;
+  m.requested.reset();
+  m.m_bImmediateEvent = false;
+  RunReport report;
+  report.cancelled = true;
+  m.countEnd(0, report);
+  return true;
+}
+
 void scheduleThreadObject::setCopyingState(bool copying) {
   const ConditionLock::Guard guard(members_->m_conditionLock);
   members_->m_bCopyfile = copying;

@@ -106,8 +106,10 @@ TEST_F(BackupDeletionsTest, TooMany_AreCountedWithAllTheyHoldAndHeld) {
 TEST_F(BackupDeletionsTest, DryRun_TellsAndDeletesNothing) {
   std::vector<std::string> told;
   fixture.run.dryRun = true;
-  fixture.run.onEntry = [&](EntryOutcome outcome, const std::string& path, const std::string&) {
-    if (outcome == EntryOutcome::kDeleted) told.push_back(path);
+  fixture.run.onEntry = [&](EntryOutcome outcome, const std::string& path, const std::string& reason) {
+    if (outcome != EntryOutcome::kDeleted) return;
+    told.push_back(path);
+    EXPECT_EQ(reason, "not in the source");
   };
   run();
   EXPECT_EQ(told, (std::vector<std::string>{tree / "t/docs/f", tree / "t/docs/d/e", tree / "t/docs/d/y"}));
@@ -174,6 +176,20 @@ TEST(KnownPlaces, MountThatGoesDuringTheRun_KeepsItsPartOfTheTarget) {
     EXPECT_FALSE(report.completed) << step;
     EXPECT_TRUE(isWalk || !exists(copy + "/zz/gone"));
   }
+}
+
+TEST(KnownPlaces, MountBelowASourceThatIsALink_IsRemembered) {
+  MountedVolume volume("ext4", 16);
+  if (!volume.isMounted()) GTEST_SKIP() << volume.problem();
+  WorkerFixture f;
+  fs::create_symlink(paths::parent(volume.path()), f.tree / "link");
+  f.job.sourcePaths = {f.tree / "link"};
+  f.job.nAutoDeletion = 1;
+  writeFile(volume / "a", "a");
+  ASSERT_TRUE(f.runOnce().completed) << f.log();
+  volume.pullAway();
+  EXPECT_TRUE(f.runOnce().sourceProblem);
+  EXPECT_TRUE(exists(f.tree / "target/link/mount/a"));
 }
 
 // A disk that is plugged in while other sources are carried is looked at like one that was there from the beginning.

@@ -374,10 +374,19 @@ TEST(LastCompletedRun, WithoutItsExactTimes_IsUnknown) {
 TEST_F(RunTest, FullVolume_IsToldOnceUntilItHasRoomAgain) {
   f.job.bDisplayWarning = true;
   f.job.capacityPercentage = -1;  // free space is always below 101 percent
-  f.runOnce();
+  EXPECT_TRUE(f.runOnce().jobKeys[kCapacityWarnedKey].boolean());
   f.runOnce();
   f.stop();
   EXPECT_THAT(f.dialogs.messages, ElementsAre(HasSubstr("job: Warning: The destination " + f.tree / "target")));
+}
+
+TEST_F(RunTest, FullVolumeThatAnotherProcessTold_IsNotToldAgain) {
+  f.job.bDisplayWarning = true;
+  f.job.capacityPercentage = -1;
+  f.job.otherKeys[kCapacityWarnedKey] = true;
+  EXPECT_FALSE(f.runOnce().jobKeys.contains(kCapacityWarnedKey));
+  f.stop();
+  EXPECT_THAT(f.dialogs.messages, IsEmpty());
 }
 
 TEST_F(RunTest, DryRun_WritesNothingAndTellsWhatItWould) {
