@@ -424,25 +424,42 @@ TEST_F(AppFixture, Reload_FollowsAStoreThatWasChangedByHand) {
 TEST_F(AppFixture, AnyCommandsWhileJobsRun_NothingIsLostOrStuck) {
   for (const char* name : {"a", "b", "c", "d", "e"}) store(makeJob(name));
   launch();
-  const auto uuid = [](int step) { return Dictionary{{kRequestUuidKey, std::string("uuid-") + "abcde"[step % 5]}}; };
-  for (int step = 0; step < 150; ++step) {
-    ask(RequestAction::kStart, uuid(step));
+  const auto request = [](RequestAction action, int step) {
+    return Dictionary{{kActionTypeKey, static_cast<std::int32_t>(action)},
+                      {kRequestUuidKey, std::string("uuid-") + "abcde"[step % 5]}};
+  };
+  constexpr int kSteps = 100;
+  std::atomic<int> clients{2};
+  const auto client = [&](int first) {
+    return std::async(std::launch::async, [&, first] {
+      doClient connection;
+      int answers = 0;
+      for (int step = first; connection.connect() && step < first + kSteps; ++step) {
+        answers +=
+            connection.request(request(step % 7 == 0 ? RequestAction::kStop : RequestAction::kStart, step)) ? 1 : 0;
+        answers += connection.request(request(RequestAction::kStatus, step)) ? 1 : 0;
+      }
+      --clients;
+      return answers;
+    });
+  };
+  auto one = client(0), two = client(3);
+  for (int step = 0; clients > 0 || step <= 20; ++step) {
     serve();
-    if (step % 7 == 0) ask(RequestAction::kStop, uuid(step + 3));
     if (step % 11 == 0) app->disableJobAtIndex(step % 5);
     if (step % 5 == 0) app->enableJobAtIndex((step + 2) % 5);
-    if (step % 13 == 0) {
-      const auto before = app->jobs().jobs();
-      auto after = before;
-      after[0].mutableDictionary()[kRetainFullPathKey] = step % 2 == 0;
-      EXPECT_EQ(resultOf(ask(RequestAction::kChangeJobs, {{kRequestChangesKey, jobChanges(before, after)}})),
-                RequestResult::kDone);
-    }
-    if (step == 100) {
+    if (step == 20) {
       EXPECT_TRUE(app->deleteJobButtonActionWithOutPromptAtIndex(0));
     }
-    ask(RequestAction::kStatus);
+    if (step % 13 != 0) continue;
+    const auto before = app->jobs().jobs();
+    auto after = before;
+    after[0].mutableDictionary()[kRetainFullPathKey] = step % 2 == 0;
+    EXPECT_EQ(resultOf(ask(RequestAction::kChangeJobs, {{kRequestChangesKey, jobChanges(before, after)}})),
+              RequestResult::kDone);
   }
+  EXPECT_EQ(one.get(), 2 * kSteps);
+  EXPECT_EQ(two.get(), 2 * kSteps);
   ASSERT_EQ(app->jobs().count(), 4);
   for (std::int32_t index = 0; index < 4; ++index) {
     app->enableJobAtIndex(index);
