@@ -26,9 +26,11 @@ _lumisk() {
   if [ -n "$words" ]; then
     :
   elif [ "$COMP_CWORD" -eq 1 ]; then
-    words='backup sync job run start stop status next daemon send log versions restore volumes disks --help --version'
+    words='backup sync job run start stop status next daemon send log versions restore volumes disks image --help --version'
   elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = job ]; then
     words='add list show edit rename remove enable disable'
+  elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = image ]; then
+    words='create list mount detach delete password'
   elif [[ $current == -* ]]; then
     case "${COMP_WORDS[1]} ${COMP_WORDS[2]}" in
       backup*) words="$copy $run" ;;
@@ -37,6 +39,9 @@ _lumisk() {
       log*) words=--follow ;;
       versions* | volumes* | disks* | status* | next*) words=--json ;;
       send*) words=--action ;;
+      'image create') words='--size --keep-password' ;;
+      'image mount' | 'image password') words=--keep-password ;;
+      'image list') words=--json ;;
       restore*) words='--version --to' ;;
       'job add') words="--type --conflict $kept $copy" ;;
       'job edit') words="--conflict $kept $copy" ;;

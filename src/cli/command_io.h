@@ -25,6 +25,9 @@ struct CommandIo {
   // The answer to a question on io.err; nothing when there is none, or once `mustStop` says so. Empty when nobody is
   // there to be asked.
   std::function<std::optional<std::string>(const std::function<bool()>& mustStop)> readLine{};
+  // A password: asked for on a terminal and typed unseen, else the next line of standard input, which may lack its end.
+  // Nothing at the input's end.
+  std::function<std::optional<std::string>(const std::string& question)> readPassword{};
 };
 
 // What a command does once its options have been read.

@@ -39,6 +39,7 @@ void addCommands(CLI::App& parser, CommandRun& chosen) {
   addVersionsCommand(parser, chosen);
   addRestoreCommand(parser, chosen);
   addVolumesCommand(parser, chosen);
+  addImageCommand(parser, chosen);
   addDisksCommand(parser, chosen);
 }
 

@@ -16,6 +16,7 @@ void addVersionsCommand(CLI::App& parent, CommandRun& chosen);
 void addRestoreCommand(CLI::App& parent, CommandRun& chosen);
 void addVolumesCommand(CLI::App& parent, CommandRun& chosen);
 void addDisksCommand(CLI::App& parent, CommandRun& chosen);
+void addImageCommand(CLI::App& parent, CommandRun& chosen);  // and all below it
 void addDaemonCommand(CLI::App& parent, CommandRun& chosen);
 void addStartCommands(CLI::App& parent, CommandRun& chosen);  // and stop
 void addStatusCommand(CLI::App& parent, CommandRun& chosen);

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 
+#include "app/keychain_images.h"
 #include "app/quorvel_app_object.h"
 #include "cli/commands.h"
 #include "cli/options.h"
@@ -60,7 +61,7 @@ struct Daemon {
   UserDefaults defaults{UserDefaults::standardPath()};
   DaemonDialogs dialogs;
   NotificationCenter notifications;
-  NoImages images;
+  KeychainImages images;
   std::unique_ptr<MediaRegistry> media = makeMediaRegistry();
   QuorvelAppObject app;
 };

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
 #include <charconv>
 
 #include "platform/byte_text.h"
@@ -143,10 +142,10 @@ Result<std::uint64_t> sizeOf(const std::string& text) {
   const bool hasUnit = read.ec == std::errc() && read.ptr + 1 == end;
   const std::uint64_t unit = hasUnit ? unitBytes(*read.ptr) : 1;
   if (read.ec != std::errc() || (read.ptr != end && !hasUnit) || unit == 0) {
-    return fail("make an image of this size", text, EINVAL);
+    return fail("make an image of this size", text, 0, "give a number with k, m, g or t behind it");
   }
-  if (number > UINT64_MAX / 2 / unit) return fail("make an image of this size", text, EFBIG);
-  if (number * unit < kSmallestImage) return fail("make an image of this size", text, EINVAL, "less than 64 MB");
+  if (number > UINT64_MAX / 2 / unit) return fail("make an image of this size", text, 0, "too large");
+  if (number * unit < kSmallestImage) return fail("make an image of this size", text, 0, "less than 64 MB");
   return number * unit;
 }
 

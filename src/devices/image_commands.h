@@ -45,7 +45,7 @@ inline constexpr int kImageIsInUse = 75;  // openImage()'s exit status when some
 [[nodiscard]] Arguments mountBlocks(const std::string& blocksPath, const std::string& mountPoint);
 [[nodiscard]] Arguments changePassword(const std::string& imagePath);  // old and new on standard input, a line each
 
-// "4g", "512m", "100k", "2t", or bytes; EINVAL for anything else and for what is below 64 MiB.
+// "4g", "512m", "100k", "2t", or bytes; anything else and what is below 64 MiB is an error, which says why.
 [[nodiscard]] Result<std::uint64_t> sizeOf(const std::string& text);
 // A file system's label: the name's first whole characters that fit into 16 bytes.
 [[nodiscard]] std::string labelOf(const std::string& volumeName);

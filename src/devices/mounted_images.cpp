@@ -7,6 +7,7 @@
 #include "devices/ag_keychain.h"
 #include "devices/data_list_object.h"
 #include "devices/image_commands.h"
+#include "devices/image_folder.h"
 #include "jobs/job_record.h"
 #include "platform/byte_text.h"
 #include "platform/child_process.h"
@@ -74,6 +75,16 @@ bool mountTheLumiskDMGFileAtPath(const std::string& imagePath) {
                                                             process::userName(), imagePath);
   const auto password = item.find(kPasswordKey);
   return password != item.end() && amountDMGFileAtPath(imagePath, password->second.text()) == 0;
+}
+
+Result<void> deleteImageFile(FileCalls& files, const std::string& imagePath) {
+  LUMISK_CHECK(image_folder::checkIsImage(files, imagePath));
+  const auto pairs = dataListObject::mountedDmgList();
+  if (std::find(pairs.begin(), pairs.end(), imagePath) != pairs.end()) {
+    LUMISK_CHECK(runImageTool(image_commands::detach(imageToolPath(), imagePath)));
+  }
+  LUMISK_TRY(const Descriptor folder, files.openRoot(paths::parent(imagePath)));
+  return files.removeFile(folder.get(), paths::lastComponent(imagePath));
 }
 
 bool detachImageAt(const std::string& place) {

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/file_calls.h"
 #include "platform/property_list.h"
 
 namespace lumisk {
@@ -19,6 +20,8 @@ int createDMGFileAtPath(const std::string& basePath, const std::string& password
 [[nodiscard]] bool isAKeychainDMGAtPath(const std::string& imagePath);
 // With the stored password. False without one, without the file, and when the tool fails.
 bool mountTheLumiskDMGFileAtPath(const std::string& imagePath);
+// Detaches it first where it is mounted. Refuses anything but an image; EBUSY while it is in use.
+Result<void> deleteImageFile(FileCalls& files, const std::string& imagePath);
 bool detachImageAt(const std::string& place);  // a mount point or an image
 
 // Pure, of the lists that dataListObject gives. `index` gets the place before the hit (the image path of a mount

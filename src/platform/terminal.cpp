@@ -3,6 +3,7 @@
 #include <glib.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -81,6 +82,38 @@ std::optional<std::string> readLine(int descriptor, const std::function<bool()>&
     line += byte;
   }
   return std::nullopt;
+}
+
+namespace {
+
+// Hides what is typed, for a scope. A signal that ends the program leaves the terminal to the shell, which sets it
+// right.
+class Hidden {
+ public:
+  explicit Hidden(int descriptor) : descriptor_(descriptor), isOn_(tcgetattr(descriptor, &before_) == 0) {
+    if (!isOn_) return;
+    termios hidden = before_;
+    hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    hidden.c_lflag |= ECHONL;
+    tcsetattr(descriptor, TCSAFLUSH, &hidden);
+  }
+  ~Hidden() {
+    if (isOn_) tcsetattr(descriptor_, TCSAFLUSH, &before_);
+  }
+  Hidden(const Hidden&) = delete;
+  Hidden& operator=(const Hidden&) = delete;
+
+ private:
+  const int descriptor_;
+  termios before_{};
+  const bool isOn_;
+};
+
+}  // namespace
+
+std::optional<std::string> readHiddenLine(int descriptor) {
+  const Hidden hidden(descriptor);
+  return readLine(descriptor, [] { return false; });
 }
 
 }  // namespace lumisk::terminal

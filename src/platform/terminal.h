@@ -23,5 +23,8 @@ enum class Stream { kInput = 0, kOutput = 1, kError = 2 };
 // or soon after `mustStop` began to say so.
 std::optional<std::string> readLine(int descriptor, const std::function<bool()>& mustStop);
 
+// A line that is typed unseen; nothing at the input's end. What is no terminal is read as it is.
+std::optional<std::string> readHiddenLine(int descriptor);
+
 }  // namespace terminal
 }  // namespace lumisk

@@ -24,6 +24,16 @@ std::optional<std::string> readLine(const std::function<bool()>& mustStop) {
   return lumisk::terminal::readLine(0, mustStop);
 }
 
+std::optional<std::string> readPassword(const std::string& question) {
+  if (canAsk()) {
+    std::cerr << question << ": " << std::flush;
+    return lumisk::terminal::readHiddenLine(0);
+  }
+  std::string line;
+  if (!std::getline(std::cin, line) && line.empty()) return std::nullopt;
+  return line;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -37,5 +47,6 @@ int main(int count, char** arguments) {
       std::cout,      std::cerr, lumisk::systemClock(), lumisk::realFileCalls(), loop, error ? "" : workingFolder,
       progressColumns};
   if (canAsk()) io.readLine = readLine;
+  io.readPassword = readPassword;
   return lumisk::runCommandLine({arguments + 1, arguments + count}, io);
 }
