@@ -1,5 +1,6 @@
 #include "engine/directory_walk.h"
 
+#include "engine/copy_rule.h"
 #include "engine/file_step.h"
 #include "engine/folder_step.h"
 #include "engine/walk_roots.h"
@@ -42,6 +43,7 @@ void DirectoryWalk::Walker::step(int mode) {
   entry_.name.assign(frame.sourceNames.name(frame.next));
   const FileType listedType = frame.sourceNames.type(frame.next++);
   if (const char* reason = whyNotCopied(entry_.name)) {
+    frame.passedBy += isTemporaryName(entry_.name) ? 0 : 1;
     // Nobody misses what we keep there for ourselves.
     if (!entry_.name.starts_with(".lumisk")) walk_.report.skipped(entry_.name, reason);
     return;

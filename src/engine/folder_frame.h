@@ -35,7 +35,8 @@ struct FolderFrame {
   DestinationState destinationState = DestinationState::kAbsent;
   FolderMetadata metadata = FolderMetadata::kFromSource;
 
-  std::size_t next = 0;  // the source's name that comes next
+  std::size_t next = 0;      // the source's name that comes next
+  std::size_t passedBy = 0;  // of the names so far, those that are never copied
   int layer = 0;
   bool isPackageUnit = false;  // raised m_nFilterCount
   bool isSingleEntry = false;  // stands for one file, not for all that the folders hold

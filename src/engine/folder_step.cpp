@@ -26,6 +26,7 @@ void FolderStep::enter(WalkEntry& entry) {
   if (const char* reason = whyNotWalked(name)) return walk_.report.skipped(name, reason);
   const bool isPackage = workspace::isPackageName(name);
   if (isPackage && isPackageFiltered(name)) return walk_.report.filtered(name);
+  if (walk_.rules.passesBy(walk_.stack, name)) return;
   FolderFrame child;
   child.layer = walk_.stack.top().layer - 1;
   child.isPackageUnit = isPackage && run_.info.bDealPackage;

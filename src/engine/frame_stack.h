@@ -26,6 +26,7 @@ class FrameStack {
 
   [[nodiscard]] bool isEmpty() const { return levels_.empty(); }
   [[nodiscard]] FolderFrame& top() { return levels_.back().frame; }
+  [[nodiscard]] const FolderFrame& top() const { return levels_.back().frame; }
   [[nodiscard]] const FolderFrame& roots() const { return levels_.front().frame; }
   // Of the folders that the walk is in.
   [[nodiscard]] const std::string& sourcePath() const { return source_; }

@@ -31,7 +31,10 @@ PresentQuestion TwoWayRules::questionOf(const WalkEntry& entry) const {
 
 std::optional<CopyDecision> TwoWayRules::presentAtBoth(FrameStack& at, const WalkEntry& entry, CopyDecision decision) {
   losers_.setLoser(LoserKeeper::Loser::kByJob);
-  if (isInfoFileName(entry.name)) return leave(at, entry);
+  if (isInfoFileName(entry.name)) {
+    noteInStep(at, levels_.back());
+    return leave(at, entry);
+  }
   PresentQuestion question = questionOf(entry);
   question.granularity = granularityOf(at, entry);
   if (isConflict(question)) question.choice = choose(at, entry);

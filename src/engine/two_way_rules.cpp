@@ -1,8 +1,10 @@
 #include "engine/two_way_rules.h"
 
+#include "engine/copy_rule.h"
 #include "engine/folder_flags.h"
 #include "engine/folder_proof.h"
 #include "engine/info_files.h"
+#include "engine/walk_borders.h"
 #include "platform/paths.h"
 
 namespace lumisk {
@@ -11,6 +13,21 @@ namespace {
 // What a folder that lies in a renamed one was called before.
 std::optional<std::string> below(const std::optional<std::string>& oldFolder, const std::string& path) {
   return oldFolder ? std::optional(paths::join(*oldFolder, paths::lastComponent(path))) : std::nullopt;
+}
+
+std::string joined(const std::string& folder, const std::string& name) {
+  return folder.empty() ? name : paths::join(folder, name);
+}
+
+// Whether the other side has nothing that the walk there did not look at.
+bool hasNothingElse(const NameList& there, const NameList& here) {
+  for (std::size_t i = 0, k = 0; i < there.size(); ++i) {
+    while (k < here.size() && here.name(k) < there.name(i)) ++k;
+    if (k < here.size() && here.name(k) == there.name(i)) continue;
+    const std::string name(there.name(i));
+    if (!whyNotCopied(name) || isTemporaryName(name)) return false;
+  }
+  return true;
 }
 
 }  // namespace
@@ -83,9 +100,38 @@ void TwoWayRules::flag(int folder, const std::string& path) {
   (void)run_.files.setModified(folder, before->modified);
 }
 
+bool TwoWayRules::passesBy(const FrameStack& at, const std::string& name) {
+  return direction_ == Direction::kReverse && settled_.contains(joined(relativeFolder(at), name));
+}
+
+// A file of several names is looked at both ways: its other names may be in other folders.
+void TwoWayRules::noteInStep(const FrameStack& at, Level& level) {
+  const std::size_t place = at.top().next;
+  level.inStep += level.lastInStep == place ? 0 : 1;
+  level.lastInStep = place;
+}
+
+void TwoWayRules::noteSettled(const FrameStack& at, Level& level) {
+  if (direction_ == Direction::kReverse) return;
+  const FolderFrame& frame = at.top();
+  const bool isSettled = level.isKept && !level.fromOldPath && !frame.isLost &&
+                         level.inStep + frame.passedBy == frame.sourceNames.size() &&
+                         hasNothingElse(frame.destinationNames, frame.sourceNames);
+  if (!isSettled) {
+    for (const std::string& name : level.settledFolders) settled_.add(joined(relativeFolder(at), name));
+    return;
+  }
+  settled_.addEntries(level.inStep, frame.layer > 0 ? level.inStep : 0);
+  if (levels_.size() == 1) return settled_.add("");
+  Level& above = levels_[levels_.size() - 2];
+  ++above.inStep;
+  above.settledFolders.push_back(paths::lastComponent(at.sourcePath()));
+}
+
 void TwoWayRules::leaveFolder(FrameStack& at) {
   const FolderFrame& frame = at.top();
   Level& level = levels_.back();
+  noteSettled(at, level);
   if (level.isKept && !frame.isLost && !run_.dryRun) {
     // What stands on neither side any more proves nothing.
     const auto stands = [&](const std::string& name) {
@@ -137,8 +183,10 @@ void TwoWayRules::complain(const char* what, const std::string& path, const Erro
                  shown(error.text()).c_str());
 }
 
-void TwoWayRules::isInStep(FrameStack&, const WalkEntry& entry) {
+void TwoWayRules::isInStep(FrameStack& at, const WalkEntry& entry) {
   Level& level = levels_.back();
+  const bool hasSeveralNames = entry.source.links > 1 || (entry.standing && entry.standing->links > 1);
+  if (!hasSeveralNames) noteInStep(at, level);
   if (!level.isKept || isInfoFileName(entry.name)) return;
   level.from.addFileToArrayList(entry.name);
   level.to.addFileToArrayList(entry.destinationName);

@@ -3,10 +3,12 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "engine/file_copier.h"
 #include "engine/loser_keeper.h"
 #include "engine/pending_deletions.h"
+#include "engine/settled_folders.h"
 #include "engine/synced_entries.h"
 #include "engine/time_granularity.h"
 #include "engine/two_way_rule.h"
@@ -36,17 +38,19 @@ class TwoWayRules : public WalkRules {
  public:
   enum class Direction { kForward, kReverse };
   TwoWayRules(RunState& run, FileCopier& copier, Trash& trash, LoserKeeper& losers, ConflictMemory& conflicts,
-              Direction direction, TwoWaySide& from, TwoWaySide& to)
+              SettledFolders& settled, Direction direction, TwoWaySide& from, TwoWaySide& to)
       : run_(run),
         copier_(copier),
         trash_(trash),
         losers_(losers),
         conflicts_(conflicts),
+        settled_(settled),
         direction_(direction),
         from_(from),
         to_(to) {}
 
   void enterFolder(FrameStack& at) override;
+  bool passesBy(const FrameStack& at, const std::string& name) override;
   WalkVerdict folderFound(FrameStack& at, const WalkEntry& entry) override;
   WalkVerdict missingAtDestination(FrameStack& at, const WalkEntry& entry) override;
   std::optional<CopyDecision> presentAtBoth(FrameStack& at, const WalkEntry& entry, CopyDecision decision) override;
@@ -64,12 +68,18 @@ class TwoWayRules : public WalkRules {
     std::optional<std::string> fromOldPath;
     std::optional<std::string> toOldPath;
     bool isKept = true;  // false: around a single file
+    // Of the entries, those that are the same on both sides with all that they hold.
+    std::size_t inStep = 0;
+    std::size_t lastInStep = 0;  // where the last of them stands in the listing
+    std::vector<std::string> settledFolders;
   };
   struct Renamed {
     std::string fromOldPath;
     std::string toOldPath;
   };
 
+  static void noteInStep(const FrameStack& at, Level& level);
+  void noteSettled(const FrameStack& at, Level& level);
   void readLists(FrameStack& at, Level& level);
   void followRename(FrameStack& at, Level& level);
   void flagFolders(FrameStack& at, Level& level, bool isNew);
@@ -102,6 +112,7 @@ class TwoWayRules : public WalkRules {
   Trash& trash_;
   LoserKeeper& losers_;
   ConflictMemory& conflicts_;
+  SettledFolders& settled_;  // found by the walk there, used by the walk back
   Direction direction_;
   TwoWaySide& from_;
   TwoWaySide& to_;

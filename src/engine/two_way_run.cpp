@@ -44,6 +44,7 @@ bool isSameState(const FileStatus& a, const FileStatus& b) {
 bool TwoWayRun::carry(const std::string& source, const std::string& opposite, int layer, int mode) {
   TwoWaySide here{withoutTrailingSlashes(source), {}, 0};
   TwoWaySide there{withoutTrailingSlashes(opposite), {}, 0};
+  settled_ = {};
   const auto begun = identityOf(run_.files, here.path);
   if (!pass(Direction::kForward, here, there, layer, mode)) return false;
   if (run_.mustStop()) return true;
@@ -56,16 +57,24 @@ bool TwoWayRun::carry(const std::string& source, const std::string& opposite, in
   }
   // In a run that only looks the other side may not be there yet.
   const bool isThere = !run_.dryRun || run_.files.openRoot(there.path).has_value();
-  if (isThere && !pass(Direction::kReverse, there, here, layer, mode)) return false;
+  if (isThere && !passBack(there, here, layer, mode)) return false;
   if (run_.mustStop() || run_.dryRun) return true;
   settleDeletions(here, there);
   settleDeletions(there, here);
   return true;
 }
 
+// What the walk there left the same on both sides counts as looked at.
+bool TwoWayRun::passBack(TwoWaySide& from, TwoWaySide& to, int layer, int mode) {
+  run_.counts.entries += settled_.entries();
+  run_.m_nFileCount += settled_.shallowEntries();
+  from.entries += settled_.entries();
+  return settled_.contains("") || pass(Direction::kReverse, from, to, layer, mode);
+}
+
 bool TwoWayRun::pass(Direction direction, TwoWaySide& from, TwoWaySide& to, int layer, int mode) {
   const std::uint64_t entriesBefore = run_.counts.entries;
-  TwoWayRules rules(run_, copier_, trash_, losers_, conflicts_, direction, from, to);
+  TwoWayRules rules(run_, copier_, trash_, losers_, conflicts_, settled_, direction, from, to);
   DirectoryWalk walk(run_, copier_, recorder_, rules);
   losers_.setLoser(LoserKeeper::Loser::kByJob);
   const bool walked = walk.copyDirectory(from.path, to.path, layer, mode);

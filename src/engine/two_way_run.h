@@ -5,6 +5,7 @@
 #include "engine/file_copier.h"
 #include "engine/run_seams.h"
 #include "engine/run_state.h"
+#include "engine/settled_folders.h"
 #include "engine/two_way_rules.h"
 
 namespace lumisk {
@@ -35,6 +36,7 @@ class TwoWayRun {
  private:
   using Direction = TwoWayRules::Direction;
   bool pass(Direction direction, TwoWaySide& from, TwoWaySide& to, int layer, int mode);
+  bool passBack(TwoWaySide& from, TwoWaySide& to, int layer, int mode);
   void settleDeletions(TwoWaySide& side, const TwoWaySide& other);
   Result<void> confirm(int folder, const std::string& path, int otherFolder, const std::string& otherPath,
                        std::vector<PendingDeletion>& due);
@@ -46,6 +48,7 @@ class TwoWayRun {
   RunRecorder& recorder_;
   ConflictMemory& conflicts_;
   DeletionBrake brake_;
+  SettledFolders settled_;  // of the pair that is carried
   LoserKeeper losers_;
   FileCopier copier_;
 };

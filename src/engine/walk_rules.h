@@ -31,6 +31,8 @@ class WalkRules {
   virtual ~WalkRules() = default;
   // A pair was opened and listed (or, at the destination, made); none of its entries has been looked at.
   virtual void enterFolder(FrameStack& at) = 0;
+  // A sub-folder of the source of which it is known that nothing is to be done in it: it is not opened.
+  virtual bool passesBy(const FrameStack&, const std::string&) { return false; }
   // A sub-folder of the source, open and listed; `standing` is the open folder of its name there, if there is one, or
   // what stands in its way.
   virtual WalkVerdict folderFound(FrameStack& at, const WalkEntry& entry) = 0;
