@@ -36,11 +36,12 @@ void appendLine(std::string& text, const std::string& line) {
 
 }  // namespace
 
-bool setStartJobStatus(JobStore& jobs, const Clock& clock, std::int32_t index, JobStatus status, std::int32_t flag) {
+bool setStartJobStatus(JobStore& jobs, const Clock& clock, std::int32_t index, JobStatus status, std::int32_t flag,
+                       const std::string& begin) {
   if (flag != 0) return false;
   const std::string now = storedDate(clock.now());
   return jobs.changeJob(index, [&](Dictionary& job) {
-    job[kLastBeginTimeKey] = now;
+    job[kLastBeginTimeKey] = begin.empty() ? now : begin;
     if (status == JobStatus::kCompleted) recordLastRun(job, now);
     job[kJobStatusKey] = stored(status);
     job[kCancelStatusKey] = stored(CancelStatus::kNone);
@@ -65,6 +66,19 @@ bool setCancelStatus(JobStore& jobs, const Clock& clock, std::int32_t index, Can
 bool setLastCompletedBegin(JobStore& jobs, std::int32_t index, const std::string& begin) {
   if (!CalendarDate::parse(begin)) return false;
   return jobs.changeJob(index, [&](Dictionary& job) { job[kLastCompletedBeginKey] = begin; });
+}
+
+bool setRunEnded(JobStore& jobs, const Clock& clock, std::int32_t index, const Dictionary& keys,
+                 const std::string& completedBegin) {
+  const bool isCompleted = CalendarDate::parse(completedBegin).has_value();
+  return jobs.changeJob(index, [&](Dictionary& job) {
+    for (const auto& [key, value] : keys) job[key] = value;
+    job[kLastRanTimeKey] = storedDate(clock.now());
+    job[kJobStatusKey] = stored(JobStatus::kCompleted);
+    if (!isCompleted) return;
+    job[kFirstCopyKey] = false;
+    job[kLastCompletedBeginKey] = completedBegin;
+  });
 }
 
 bool setRunKeys(JobStore& jobs, std::int32_t index, const PropertyList::Dictionary& keys) {

@@ -13,27 +13,15 @@ std::string textOf(const Dictionary& userInfo, const char* key) {
   return found == userInfo.end() ? "" : found->second.text();
 }
 
-// The begin that the run itself goes by, not the moment at which we heard of it.
-void runStarted(JobStore& jobs, const Clock& clock, std::int32_t index, const std::string& begin) {
-  setStartJobStatus(jobs, clock, index, JobStatus::kRunning, 0);
-  if (!begin.empty()) jobs.changeJob(index, [&](Dictionary& job) { job[kLastBeginTimeKey] = begin; });
-}
-
-void runCompleted(JobStore& jobs, const Clock& clock, std::int32_t index, const std::string& begin) {
-  setJobStatus(jobs, clock, index, JobStatus::kCompleted, 0);
-  setLastCompletedBegin(jobs, index, begin);
-}
-
-void keepRunKeys(JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
+const Dictionary& runKeys(const Dictionary& userInfo) {
+  static const Dictionary none;
   const auto keys = userInfo.find(kRunJobKeysKey);
-  if (keys != userInfo.end() && !keys->second.dictionary().empty()) setRunKeys(jobs, index, keys->second.dictionary());
+  return keys == userInfo.end() ? none : keys->second.dictionary();
 }
 
-void runEnded(JobStore& jobs, const Clock& clock, std::int32_t index) {
-  jobs.changeJob(index, [&](Dictionary& job) {
-    job[kLastRanTimeKey] = storedDate(clock.now());
-    job[kJobStatusKey] = static_cast<std::int32_t>(JobStatus::kCompleted);
-  });
+std::string completedBegin(const Dictionary& userInfo) {
+  const auto completed = userInfo.find(kRunCompletedKey);
+  return completed != userInfo.end() && completed->second.boolean() ? textOf(userInfo, kRunBeginKey) : "";
 }
 
 }  // namespace
@@ -55,17 +43,14 @@ StoredRunStatus::StoredRunStatus(OnMainThread onMainThread, NotificationCenter& 
                                  WithStore withStore)
     : onMainThread_(std::move(onMainThread)), withStore_(std::move(withStore)) {
   on(notifications, kWillStartNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
-    runStarted(jobs, clock, index, textOf(userInfo, kRunBeginKey));
+    setStartJobStatus(jobs, clock, index, JobStatus::kRunning, 0, textOf(userInfo, kRunBeginKey));
   });
   on(notifications, kDidFinishNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
-    const auto completed = userInfo.find(kRunCompletedKey);
-    keepRunKeys(jobs, index, userInfo);
-    const bool isCompleted = completed != userInfo.end() && completed->second.boolean();
-    if (isCompleted) return runCompleted(jobs, clock, index, textOf(userInfo, kRunBeginKey));
-    runEnded(jobs, clock, index);
+    setRunEnded(jobs, clock, index, runKeys(userInfo), completedBegin(userInfo));
   });
-  on(notifications, kLearnedNotification,
-     [](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) { keepRunKeys(jobs, index, userInfo); });
+  on(notifications, kLearnedNotification, [](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
+    if (!runKeys(userInfo).empty()) setRunKeys(jobs, index, runKeys(userInfo));
+  });
   on(notifications, kErrorMessageNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary&) {
     setCancelStatus(jobs, clock, index, CancelStatus::kError);
   });

@@ -40,6 +40,10 @@ void RunDisplay::progress(const JobProgressMessage& message) {
   drawn_ = now;
 }
 
+bool RunDisplay::showsProgress() const {
+  return progress_ == Progress::kOnTerminal && io_.progressColumns().has_value();
+}
+
 void RunDisplay::clearProgress() {
   const std::lock_guard lock(mutex_);
   clearLocked();

@@ -22,6 +22,7 @@ class RunDisplay {
   void line(const std::string& text);
   void progress(const JobProgressMessage& message);
   void clearProgress();
+  [[nodiscard]] bool showsProgress() const;
   // Writes the question on standard error and waits for a line; see CommandIo::readLine.
   std::optional<std::string> ask(const std::string& question, const std::function<bool()>& mustStop);
 

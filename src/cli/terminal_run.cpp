@@ -107,6 +107,7 @@ Checked<Ending> TerminalRun::run() {
 
 RunOptions TerminalRun::options() {
   RunOptions options = optionsOf(choices_);
+  options.countsFirst = display_.showsProgress();
   if (choices_.dryRun && !choices_.json) {
     options.onEntry = [this](EntryOutcome outcome, const std::string& path, const std::string& reason) {
       showEntry(outcome, path, reason);

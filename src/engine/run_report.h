@@ -21,6 +21,7 @@ struct RunOptions {
   bool allowDeletions = false;  // this once, however many there are
   bool acceptTarget = false;    // this once, a target without the job's marker is meant
   bool acceptSource = false;    // this once, sources on other file systems than before are meant
+  bool countsFirst = true;      // false: nobody watches, so the progress need not know the total beforehand
   std::function<void(EntryOutcome, const std::string& path, const std::string& reason)> onEntry{};
 };
 

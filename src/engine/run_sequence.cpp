@@ -244,12 +244,7 @@ void RunSequence::countSources() {
   run_.log.write("%s: Preparing to synchronize the following:\n", name);
   std::uint64_t total = 0;
   for (const Pair& pair : pairs_) {
-    total += calculateDirectoryNumbers(run_, pair.source, kLayers);
-    if (isSync(run_.info.jobType)) {
-      const auto kind = checkSource(run_.files, pair.source);
-      const std::string opposite = oppositeOf(pair, kind.value_or(SourceKind::kFolder));
-      if (run_.files.openRoot(opposite)) total += calculateDirectoryNumbers(run_, opposite, kLayers);
-    }
+    if (request_.options.countsFirst) total += countPair(pair);
     run_.log.write("%s: source path: %s\n", name, shown(pair.source).c_str());
     if (terminated()) return;
   }
@@ -257,6 +252,14 @@ void RunSequence::countSources() {
   // What a cancel cut short, and what only some of the sources hold, is no total to remember.
   run_.m_nFileTotal = total;
   if (!run_.mustStop() && report_.wholeJob) memory_.fileTotal = total;
+}
+
+std::uint64_t RunSequence::countPair(const Pair& pair) {
+  const std::uint64_t entries = calculateDirectoryNumbers(run_, pair.source, kLayers);
+  if (!isSync(run_.info.jobType)) return entries;
+  const auto kind = checkSource(run_.files, pair.source);
+  const std::string opposite = oppositeOf(pair, kind.value_or(SourceKind::kFolder));
+  return entries + (run_.files.openRoot(opposite) ? calculateDirectoryNumbers(run_, opposite, kLayers) : 0);
 }
 
 // Walking.

@@ -62,6 +62,7 @@ class RunSequence {
 
   void countEntries();
   void countSources();
+  [[nodiscard]] std::uint64_t countPair(const Pair& pair);
   void walkSources();
   void walkSource(const Pair& pair);
   void walkFile(const Pair& pair, RunTarget& target, SourceKind kind);
