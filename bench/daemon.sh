@@ -10,7 +10,7 @@ scratch=$(mktemp -d "${SCRATCH:-/tmp}/lumisk-daemon-XXXXXX")
 export LUMISK_HOME=$scratch/home
 mkdir -p "$LUMISK_HOME"
 daemon=
-trap '[ -z "$daemon" ] || kill -KILL $daemon 2>/dev/null; rm -rf "$scratch"' EXIT
+trap '[ -z "$daemon" ] || kill -KILL $daemon 2>/dev/null; [ -n "${KEEP:-}" ] || rm -rf "$scratch"' EXIT
 mkdir -p "$scratch/source/1" "$scratch/target/1"
 "$lumisk" job add first --source "$scratch/source/1" --target "$scratch/target/1" --every 1d >/dev/null
 # The others are made of the first: timers and week days, real time, by hand.
@@ -40,8 +40,9 @@ until grep -q running "$scratch/out"; do
   sleep 0.005
 done
 printf 'start-up of %d jobs: %d ms\n' "$jobs" $((($(date +%s%N) - begin) / 1000000))
-sleep 10 # real-time jobs run once at the start
 ticks() { awk '{ print $14 + $15 }' "/proc/$daemon/stat"; }
+# Real-time jobs run once at the start, and so do timers that were made a second before.
+sleep "${SETTLE:-30}"
 before=$(ticks)
 sleep "$seconds"
 awk -v ticks=$(($(ticks) - before)) -v hz="$(getconf CLK_TCK)" -v seconds="$seconds" \
