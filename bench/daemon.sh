@@ -27,6 +27,8 @@ for n in range(1, count + 1):
     open(source + "/file", "w").write("text")
     job["NSObjectName"], job["NSUuidString"] = "job %d" % n, str(uuid.uuid4()).upper()
     job["NSBackupFolders"][1:3] = [source, target]
+    # Timers have their first run one second after they are made.
+    job["NSJobModifyTime"] = "2024-01-01 00:30:00 +0000"
     job["NSScheduling"]["NSMethod"] = (1, 2, 1, 0, 3)[n % 5]
     jobs.append(job)
 stored["Qel LumiskSettings"] = jobs
@@ -42,7 +44,7 @@ done
 printf 'start-up of %d jobs: %d ms\n' "$jobs" $((($(date +%s%N) - begin) / 1000000))
 ticks() { awk '{ print $14 + $15 }' "/proc/$daemon/stat"; }
 # Real-time jobs run once at the start, and so do timers that were made a second before.
-sleep "${SETTLE:-30}"
+sleep "${SETTLE:-10}"
 before=$(ticks)
 sleep "$seconds"
 awk -v ticks=$(($(ticks) - before)) -v hz="$(getconf CLK_TCK)" -v seconds="$seconds" \
