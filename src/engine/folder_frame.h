@@ -19,7 +19,8 @@ enum class DestinationState : std::uint8_t {
 // What the walk does with the destination folder's own dates and permissions.
 enum class FolderMetadata : std::uint8_t {
   kFromSource,
-  kItsOwn,  // a root of the job, or the folder around a single file
+  kDateOnly,  // the rest stays its own
+  kItsOwn,    // a root of the job, or the folder around a single file
 };
 
 // A pair of folders that the walk is in.

@@ -36,12 +36,22 @@ bool giveMetadata(WalkState& walk, const FolderFrame& frame) {
   return true;
 }
 
+void giveDate(WalkState& walk, const FolderFrame& frame) {
+  FileCalls& files = walk.run.files;
+  const FileTime date = frame.sourceInfo.status.modified;
+  const auto standing = files.statusOf(frame.destination.get());
+  if (!standing || standing->modified == date) return;
+  if (!files.setModified(frame.destination.get(), date)) return walk.report.metadataFailed(walk.stack.destinationPath());
+  walk.wroteInto(frame.destination, *standing);
+}
+
 }  // namespace
 
 void settleFolderMetadata(WalkState& walk) {
   const FolderFrame& frame = walk.stack.top();
   if (walk.run.dryRun || !frame.destination.isOpen()) return;
   if (frame.metadata == FolderMetadata::kFromSource && giveMetadata(walk, frame)) return;
+  if (frame.metadata == FolderMetadata::kDateOnly) giveDate(walk, frame);
   if (!frame.wasMadeWritable) return;
   const auto restored = walk.run.files.setMode(frame.destination.get(), frame.destinationStatus.mode);
   if (!restored) walk.report.metadataFailed(walk.stack.destinationPath());

@@ -35,8 +35,11 @@ bool hasNothingElse(const NameList& there, const NameList& here) {
 // Folders.
 
 void TwoWayRules::enterFolder(FrameStack& at) {
-  const FolderFrame& frame = at.top();
+  FolderFrame& frame = at.top();
   const bool isRoot = levels_.empty();
+  // A target that cannot hold a folder's owner or permissions would take them from the source on the way back.
+  const bool isTheirs = direction_ == Direction::kReverse && frame.destinationState == DestinationState::kStood;
+  if (isTheirs && frame.metadata == FolderMetadata::kFromSource) frame.metadata = FolderMetadata::kDateOnly;
   Level& level = levels_.emplace_back(run_.files, at.sourcePath(), at.destinationPath());
   level.isKept = !frame.isSingleEntry;
   if (!level.isKept) return;

@@ -142,6 +142,19 @@ TEST_F(RunTest, ImageWithTheTarget_IsMountedFirst) {
   ExpectSameTrees(f.tree / "source", f.tree / "image/target/source");
 }
 
+TEST_F(RunTest, TargetThatKeepsNoPermissions_LeavesTheSourcesFoldersTheirs) {
+  f.job.jobType = JobType::kSyncWithConflicts;
+  std::filesystem::permissions(f.tree / "source/d", std::filesystem::perms(0750));
+  EXPECT_TRUE(f.runOnce().completed);
+  makeTree(f.tree / "target/d", {{"new.txt", File{"made there"}}});
+  std::filesystem::permissions(f.tree / "target/d", std::filesystem::perms(0700));
+  files.fail(FileCall::kSetMode, EPERM, {.name = "d"});  // once: on the way there
+  f.runOnce();
+  EXPECT_TRUE(exists(f.tree / "source/d/new.txt"));
+  EXPECT_EQ(std::filesystem::status(f.tree / "source/d").permissions(), std::filesystem::perms(0750));
+  EXPECT_EQ(std::filesystem::status(f.tree / "target/d").permissions(), std::filesystem::perms(0700));
+}
+
 // Where sources go.
 
 TEST_F(RunTest, SeveralTargets_EachSourceGoesToItsOwn) {
