@@ -24,6 +24,19 @@ std::string completedBegin(const Dictionary& userInfo) {
   return completed != userInfo.end() && completed->second.boolean() ? textOf(userInfo, kRunBeginKey) : "";
 }
 
+bool isPass(const Dictionary& userInfo) {
+  const auto pass = userInfo.find(kRunPassKey);
+  return pass != userInfo.end() && pass->second.boolean();
+}
+
+// A pass is no run of the job, and its begin is not stored.
+void passStarted(JobStore& jobs, std::int32_t index) {
+  jobs.changeJob(index, [](Dictionary& job) {
+    job[kJobStatusKey] = static_cast<std::int32_t>(JobStatus::kRunning);
+    job[kCancelStatusKey] = static_cast<std::int32_t>(CancelStatus::kNone);
+  });
+}
+
 }  // namespace
 
 std::int32_t jobIndexOfEvent(JobStore& jobs, const Notification& notification) {
@@ -43,6 +56,7 @@ StoredRunStatus::StoredRunStatus(OnMainThread onMainThread, NotificationCenter& 
                                  WithStore withStore)
     : onMainThread_(std::move(onMainThread)), withStore_(std::move(withStore)) {
   on(notifications, kWillStartNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
+    if (isPass(userInfo)) return passStarted(jobs, index);
     setStartJobStatus(jobs, clock, index, JobStatus::kRunning, 0, textOf(userInfo, kRunBeginKey));
   });
   on(notifications, kDidFinishNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {

@@ -47,6 +47,10 @@ struct copyFileThreadObject::Members {
   void postEnd(const RunRequest& request, const RunResult& result);
   void endThread();
 
+  bool takeListened(RunRequest& request, const std::vector<std::string>& folders);
+  void endListened(const RunRequest& request, const RunResult& result);
+  void setCopyingState(bool copying);
+
   void post(const char* name, std::any object, PropertyList::Dictionary userInfo = {});
   void postProgress(const JobProgressMessage& message) { post(kProgressNotification, message); }
   std::unique_ptr<JobLog> openLog(bool dryRun);
@@ -66,7 +70,7 @@ struct copyFileThreadObject::Members {
   enum class Listens { kNot, kToEvents, kForTarget } listens = Listens::kNot;
 
   std::mutex _threadLock;  // held for the whole of one run; taken before m_conditionLock
-  RunMemory memory;        // the thread's own
+  RunMemory memory;        // of whoever holds it
 
   ConditionLock m_conditionLock{kCreated};
   // Guarded by m_conditionLock; the two that a run looks at between entries are read without it.
@@ -74,6 +78,7 @@ struct copyFileThreadObject::Members {
   std::atomic<bool> m_bCanceled{false};
   bool m_bThreadDied = true;
   bool m_bBusy = false;
+  bool isPassing = false;  // a pass over listened folders is under way
   bool _needScan = false;
   bool _runByFindTarget = false;
   CopyMethod m_nCopyMethod = CopyMethod::kNothing;

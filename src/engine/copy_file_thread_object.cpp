@@ -124,7 +124,7 @@ std::uint64_t copyFileThreadObject::setCopyMethod(CopyMethod method) {
   m.m_nCopyMethod = method;
   if (m.m_bTerminateThread) return 0;  // an ended thread stays ended
   // What was cancelled before this request was another run.
-  if (!m.m_bBusy) m.m_bCanceled = false;
+  if (!m.m_bBusy && !m.isPassing) m.m_bCanceled = false;
   const std::uint64_t request = ++m.lastRequest;
   guard.release(kRequested);
   return request;
@@ -137,14 +137,8 @@ void copyFileThreadObject::setFirstCopy() {
 
 void copyFileThreadObject::setCancelFlag(bool cancelled) {
   Members& m = *members_;
-  {
-    const ConditionLock::Guard guard(m.m_conditionLock);
-    m.m_bCanceled = cancelled;
-  }
-  const std::lock_guard life(m.m_lifeLock);
-  if (m.listens != Members::Listens::kToEvents) return;
-  m.listening->stopFSEventThread();
-  m.listening->startFSEventThread();
+  const ConditionLock::Guard guard(m.m_conditionLock);
+  m.m_bCanceled = cancelled;
 }
 
 void copyFileThreadObject::setRunOptions(RunOptions options) {
@@ -164,7 +158,7 @@ void copyFileThreadObject::setScheduleThread(RunScheduler* scheduler) {
 
 bool copyFileThreadObject::isBusy() {
   const ConditionLock::Guard guard(members_->m_conditionLock);
-  return members_->m_bBusy;
+  return members_->m_bBusy || members_->isPassing;
 }
 
 bool copyFileThreadObject::needScan() {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ inline constexpr const char* kJobUuidKey = "JOBUUIDKEY";
 // disk.
 inline constexpr const char* kRunCompletedKey = "RUNCOMPLETED";
 inline constexpr const char* kRunBeginKey = "RUNBEGIN";
+// "RUNPASS" (bool) in both: a pass over some folders, which is no run of the job.
+inline constexpr const char* kRunPassKey = "RUNPASS";
 // Posted in the middle of a run for what must be stored at once: "JOBUUIDKEY", "JOBINDEXKEY" and "RUNJOBKEYS".
 inline constexpr const char* kLearnedNotification = "SyncObjectLearnedNotification";
 // "RUNJOBKEYS", a dictionary: keys of the stored job that the run has changed, to be stored as they are.
@@ -61,6 +64,20 @@ class copyFileThreadObject {
   void setRunOptions(RunOptions options);  // for the runs requested from now on
   void setRunByFindTarget();               // the coming run was asked for because the target appeared
 
+  // For what listens for this worker, on threads of its own that end with it.
+  // Looks at these folders again, on the calling thread, as a run does: it waits for one that is under way, and none
+  // begins meanwhile. Nothing when the worker was stopped. Folders that are no matter of the job are left out.
+  std::optional<RunReport> runListenedFolders(const std::vector<std::string>& folders);
+  // Has the scheduler, or without one the worker itself, run the whole job as soon as it can be. False while a run is
+  // under way: it may have passed by what this one is wanted for.
+  bool requestWholeRun();
+  [[nodiscard]] QUORVELPREFERENCEINFOtag_CopyFileObjectPart currentJob();
+  // The first target is there and, when the job has written to it before, carries its marker.
+  [[nodiscard]] bool isTargetAvailabe();
+  void logLine(const std::string& text);  // into the job's log
+  void postFinishedMessage();
+
+  [[nodiscard]] WatchedCounts watchedCounts();  // of a real-time job: how many folders are watched
   [[nodiscard]] bool isBusy();
   [[nodiscard]] bool needScan();  // a real-time job with sources on volumes that come and go
   [[nodiscard]] bool isADMGJobNeedListenTarget();

@@ -9,7 +9,7 @@
 namespace lumisk {
 
 // What a worker is asked for.
-enum class CopyMethod : int { kNothing = -1, kNormal = 0, kUnmountableSources = 1 };
+enum class CopyMethod : int { kNothing = -1, kNormal = 0, kUnmountableSources = 1, kListenedFolders = 2 };
 
 // How the next run differs from the usual.
 struct RunOptions {
@@ -32,6 +32,7 @@ struct RunReport {
   bool wholeJob = true;       // false: sources were left out because the request did not ask for them
   bool cancelled = false;     // by the user, or because the worker was stopped
   bool refused = false;       // nothing was walked; problemText says why
+  bool targetLocked = false;  // refused because another run writes to a target
   bool held = false;          // deletions were held back
   bool sourceProblem = false;
   bool targetProblem = false;

@@ -2,13 +2,16 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "engine/run_report.h"
 #include "engine/two_way_rules.h"
 
 namespace lumisk {
 
-// What a worker remembers from one run to the next. Belongs to the worker's thread.
+// What a worker remembers from one run to the next. Belongs to whoever holds the lock of
+// the runs.
 struct RunMemory {
   std::uint64_t fileTotal = 0;  // entries of the sources: counted once in the worker's life; 0 until then
   bool neededShowFinishDialog = true;
@@ -18,6 +21,7 @@ struct RunMemory {
   // tell.
   std::optional<bool> settled;
   ConflictMemory conflicts;
+  CompletedPasses passes;  // since the last completed run of the whole job
 };
 
 // One request, with the settings as they were when it was taken up.
@@ -25,6 +29,7 @@ struct RunRequest {
   QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
   std::int32_t jobIndex = -1;
   CopyMethod method = CopyMethod::kNothing;
+  std::vector<std::string> listenedFolders;  // of kListenedFolders: a pass over these and all below them
   std::uint64_t number = 0;
   RunOptions options;
   WallTime begin{};

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/file_calls.h"
+#include "platform/file_event_stream.h"
 
 namespace lumisk {
 
@@ -68,7 +69,8 @@ class NoImages : public ImageMounter {
 class RunScheduler {
  public:
   virtual ~RunScheduler() = default;
-  virtual void setImmediateEvent() = 0;            // a full run, as soon as it can be; nothing while one is under way
+  // A full run, as soon as it can be. False, and nothing, while one is under way.
+  virtual bool setImmediateEvent() = 0;
   virtual void setCopyingState(bool copying) = 0;  // a pass of the listening began or ended
 };
 
@@ -81,6 +83,7 @@ class EventListening {
   // For jobs that do not listen but must wait for a target that they cannot mount themselves.
   virtual void startCheckTargetThreadWithoutFSEvent() {}
   virtual void stopCheckTargetThread() {}
+  [[nodiscard]] virtual WatchedCounts counts() { return {}; }  // any thread
 };
 
 // Listens to nothing: a real-time job runs when it is asked to.

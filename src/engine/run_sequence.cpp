@@ -1,7 +1,10 @@
 #include "engine/run_sequence.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <set>
 
+#include "engine/folder_path.h"
 #include "engine/full_path.h"
 #include "engine/type_filter.h"
 #include "jobs/job_checks.h"
@@ -70,6 +73,8 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   run_.lastCompleted = lastCompletedRun(request.info);
   // The clock was set back: what was changed since then may look older than that run.
   if (nanosecondsOf(request.begin) < request.info.lastCompletedEndNanoseconds) run_.lastCompleted.reset();
+  memory.passes.forgetAfter(timeOf(nanosecondsOf(request.begin)));
+  run_.passes = &memory.passes;
   run_.compareSizes =
       request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
   run_.postProgress = std::move(postProgress);
@@ -92,11 +97,11 @@ RunResult RunSequence::run() {
 }
 
 void RunSequence::perform() {
-  const bool known = request_.method == CopyMethod::kNormal || request_.method == CopyMethod::kUnmountableSources;
-  report_.wholeJob = known;
+  const bool known = request_.method != CopyMethod::kNothing;
+  report_.wholeJob = known && !isPass();
   if (!known) return;
   if (!checkJob()) return logRefusal();
-  pairs_ = chooseSources();
+  pairs_ = isPass() ? chooseParts() : chooseSources();
   if (pairs_.empty()) {
     result_.end = RunResult::End::kNothingToDo;
     return;
@@ -104,6 +109,7 @@ void RunSequence::perform() {
   run_.pace.beginRun();
   // Before anything is counted: the way back of a two-way job starts in the image.
   if (!mountImage() || !openTargets()) return logRefusal();
+  narrowParts();
   countEntries();
   if (!terminated()) walkSources();
   if (deletions_) deletions_->settle();
@@ -115,8 +121,10 @@ void RunSequence::perform() {
     result_.end = RunResult::End::kTerminated;
     return;
   }
-  run_.log.write("%s: Synchronization completion\n", run_.info.name.c_str());
-  run_.log.write("%s\n\n", kSeparator.c_str());
+  if (!isPass()) {
+    run_.log.write("%s: Synchronization completion\n", run_.info.name.c_str());
+    run_.log.write("%s\n\n", kSeparator.c_str());
+  }
   showMessages();
 }
 
@@ -127,7 +135,7 @@ std::vector<RunSequence::Pair> RunSequence::chooseSources() {
     if (isToBeSkipped(info.sourcePaths[k])) {
       report_.wholeJob = false;
     } else {
-      chosen.push_back({info.sourcePaths[k], info.targetPaths[info.bMultipleTargetFolder ? k : 0]});
+      chosen.push_back({info.sourcePaths[k], targetOf(info, k), {}});
     }
   }
   return chosen;
@@ -162,6 +170,7 @@ bool RunSequence::openTargets() {
   if (!opened) {
     const Error& error = opened.error();
     const bool isLocked = error.operation == "lock" && error.code == EWOULDBLOCK;
+    report_.targetLocked = isLocked;
     refuse(error.path, isLocked ? "another run is writing to " + shown(error.path) : error.text());
     return false;
   }
@@ -169,7 +178,9 @@ bool RunSequence::openTargets() {
   if (!recorder_) recorder_ = std::make_unique<NoRunRecord>();
   places_.emplace(services_, request_, run_, report_);
   if (followsDeletions()) {
-    const auto list = run_.info.uuidString.empty() ? BackupDeletions::List::kNone : BackupDeletions::List::kKept;
+    // A list tells what a run of the whole job carried.
+    const bool isListed = !isPass() && !run_.info.uuidString.empty();
+    const auto list = isListed ? BackupDeletions::List::kKept : BackupDeletions::List::kNone;
     deletions_ = std::make_unique<BackupDeletions>(run_, deletionBrake(), deletionScope(), list);
   }
   targets_.equip(deletions_ ? deletions_->recorder() : *recorder_, [this](RunTarget& target) -> WalkRules* {
@@ -197,7 +208,9 @@ DeletionScope RunSequence::deletionScope() const {
     places.insert(places.end(), places_->unbelieved().begin(), places_->unbelieved().end());
     return places;
   };
-  for (const Pair& pair : pairs_) scope.roots.push_back({pair.source, oppositeOf(pair, SourceKind::kFolder)});
+  std::set<std::string> known;
+  for (const Pair& pair : pairs_)
+    if (known.insert(pair.source).second) scope.roots.push_back({pair.source, oppositeOf(pair, SourceKind::kFolder)});
   return scope;
 }
 
@@ -213,6 +226,7 @@ void RunSequence::refuse(const std::string& path, const std::string& text) {
 }
 
 void RunSequence::logRefusal() {
+  if (isPass() && report_.targetLocked) return fillReport();  // it will be tried again
   run_.log.write("%s\n", kSeparator.c_str());
   run_.log.write("%s: ERROR: The job was not run: %s\n", run_.info.name.c_str(), report_.problemText.c_str());
   run_.log.write("%s\n\n", kSeparator.c_str());
@@ -233,6 +247,7 @@ bool RunSequence::mountImage() {
 // Counting.
 
 void RunSequence::countEntries() {
+  if (isPass()) return countParts();
   if (memory_.fileTotal == 0) countSources();
   run_.m_nFileTotal = memory_.fileTotal;
   run_.m_nFileCount = 0;
@@ -265,8 +280,10 @@ std::uint64_t RunSequence::countPair(const Pair& pair) {
 // Walking.
 
 void RunSequence::walkSources() {
-  run_.log.write("%s\n", kSeparator.c_str());
-  run_.log.write("%s: Synchronization started\n", run_.info.name.c_str());
+  if (!isPass()) {
+    run_.log.write("%s\n", kSeparator.c_str());
+    run_.log.write("%s: Synchronization started\n", run_.info.name.c_str());
+  }
   for (const Pair& pair : pairs_) {
     if (run_.mustStop()) return;
     walkSource(pair);
@@ -275,7 +292,7 @@ void RunSequence::walkSources() {
 
 void RunSequence::walkSource(const Pair& pair) {
   const char* const name = run_.info.name.c_str();
-  run_.log.write("%s: source path     : %s\n", name, shown(pair.source).c_str());
+  run_.log.write("%s: source path     : %s\n", name, shown(paths::join(pair.source, pair.part)).c_str());
   run_.log.write("%s: destination path: %s\n", name, shown(pair.target).c_str());
   const auto kind = checkSource(run_.files, pair.source);
   if (!kind) return noteSourceProblem(pair.source);
@@ -314,17 +331,17 @@ void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind)
                       workspace::isPackageName(paths::lastComponent(pair.source));
   const std::uint64_t errorsBefore = run_.counts.errors;
   run_.m_nFilterCount += asUnit ? 1 : 0;
-  const bool walked = carry(pair, target, *destination);
+  const bool walked = carry(paths::join(pair.source, pair.part), target, paths::join(*destination, pair.part));
   run_.m_nFilterCount -= asUnit ? 1 : 0;
   // A source that could not be walked at all must not pass for one that has been carried.
   if (!walked && !run_.mustStop() && run_.counts.errors == errorsBefore) run_.noteError(RunError::kFileCopy);
 }
 
-bool RunSequence::carry(const Pair& pair, RunTarget& target, const std::string& destination) {
-  if (!isSync(run_.info.jobType)) return target.walk->copyDirectory(pair.source, destination, kLayers, kMode);
+bool RunSequence::carry(const std::string& source, RunTarget& target, const std::string& destination) {
+  if (!isSync(run_.info.jobType)) return target.walk->copyDirectory(source, destination, kLayers, kMode);
   if (!memory_.conflicts.applayConflictForAll) memory_.conflicts.conflictType = run_.info.fileConflictType;
   TwoWayRun both(run_, *target.versions, *target.trash, *recorder_, memory_.conflicts, deletionBrake());
-  return both.carry(pair.source, destination, kLayers, kMode);
+  return both.carry(source, destination, kLayers, kMode);
 }
 
 bool RunSequence::passesFilter(const std::string& source) {
@@ -342,12 +359,7 @@ Result<std::string> RunSequence::prepareDestination(const Pair& pair, SourceKind
 }
 
 std::string RunSequence::oppositeOf(const Pair& pair, SourceKind kind) const {
-  const auto& info = run_.info;
-  if (info.bRetainFullPath)
-    return pair.target + getFullPathRetainSourcePath(pair.source, {info.computerName, info.rootDisplayName});
-  // Such a job keeps the contents of two folders alike, not a folder within the other.
-  if (info.jobType == JobType::kSyncWithConflicts && kind == SourceKind::kFolder) return pair.target;
-  return paths::join(pair.target, paths::lastComponent(pair.source));
+  return placeOf(run_.info, pair.source, pair.target, kind);
 }
 
 Result<void> RunSequence::makeParents(const std::string& target, const std::string& parent) {
@@ -436,10 +448,13 @@ void RunSequence::fillReport() {
   if (places_ && !report_.cancelled) places_->remember();
   report_.completed = !report_.held && !report_.cancelled && !report_.refused && !report_.sourceProblem &&
                       !report_.targetProblem && report_.errorCode == RunError::kNone && report_.counts.errors == 0;
-  if (report_.completed && report_.wholeJob && !run_.dryRun) noteCompletion();
+  if (report_.completed && !run_.dryRun) noteCompletion();
 }
 
 void RunSequence::noteCompletion() {
+  if (isPass()) return notePass();
+  if (!report_.wholeJob) return;
+  memory_.passes.forget();
   report_.jobKeys[kLastCompletedBeginNanosecondsKey] = nanosecondsOf(request_.begin);
   report_.jobKeys[kLastCompletedEndNanosecondsKey] = nanosecondsOf(walkEnd_);
 }

@@ -6,6 +6,7 @@
 
 #include "engine/backup_deletions.h"
 #include "engine/image_target.h"
+#include "engine/listened_folders.h"
 #include "engine/place_checks.h"
 #include "engine/run_dialogs.h"
 #include "engine/run_request.h"
@@ -32,8 +33,8 @@ struct RunResult {
   bool detachesImage = false;  // the run has mounted the job's image; it can go once the run is over
 };
 
-// One run of a one-way job, from the choice of its sources to the dialogs at its end. Lives on the worker's thread for
-// the time of the run and holds the locks of the targets.
+// One run of a job, or a pass over parts of it, from the choice of its sources to the dialogs at its end. Lives on the
+// worker's thread for the time of the run and holds the locks of the targets.
 //
 // Nothing is written before the job's folders have been checked and its targets are open and locked. A run that must
 // not be is refused as a whole; a source or target that is missing is a problem of that source alone.
@@ -47,10 +48,16 @@ class RunSequence {
   struct Pair {
     std::string source;
     std::string target;  // the folder that receives it
+    std::string part;    // what of it a pass looks at: the way below it; "": all
   };
   std::function<void(EntryOutcome, const std::string&, const std::string&)> countingOutcomes();
   void perform();
   [[nodiscard]] std::vector<Pair> chooseSources();
+  [[nodiscard]] bool isPass() const { return request_.method == CopyMethod::kListenedFolders; }
+  [[nodiscard]] std::vector<Pair> chooseParts();
+  void narrowParts();
+  [[nodiscard]] std::string standingPart(const Pair& pair, const std::string& opposite) const;
+  void countParts();
   [[nodiscard]] bool isToBeSkipped(const std::string& source) const;
   [[nodiscard]] bool terminated() const { return switches_.m_bTerminateThread; }
 
@@ -70,7 +77,7 @@ class RunSequence {
   [[nodiscard]] DeletionBrake deletionBrake() const;
   [[nodiscard]] DeletionScope deletionScope() const;
   [[nodiscard]] bool isKnownSource(const std::string& source);
-  bool carry(const Pair& pair, RunTarget& target, const std::string& destination);
+  bool carry(const std::string& source, RunTarget& target, const std::string& destination);
   bool passesFilter(const std::string& source);
   Result<std::string> prepareDestination(const Pair& pair, SourceKind kind);
   [[nodiscard]] std::string oppositeOf(const Pair& pair, SourceKind kind) const;
@@ -86,6 +93,7 @@ class RunSequence {
   void settle();
   void fillReport();
   void noteCompletion();
+  void notePass();
   void showMessages();
 
   const WorkerServices& services_;
@@ -105,6 +113,15 @@ class RunSequence {
   bool lastProblemWasTarget_ = false;
   WallTime walkEnd_{};  // what changed in the job's folders after it was not the run's doing
 };
+
+// The target that a source of the job goes to, and the place that it has there.
+[[nodiscard]] const std::string& targetOf(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info, std::size_t source);
+[[nodiscard]] std::string placeOf(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info, const std::string& source,
+                                  const std::string& target, SourceKind kind);
+
+// Where the sources of a job go, for what listens to them. What is at neither place counts as a folder.
+[[nodiscard]] std::vector<ListenedPlace> listenedPlaces(FileCalls& files,
+                                                        const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
 
 // Whether the last run that began did not complete, so far as the stored dates tell.
 [[nodiscard]] bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "engine/completed_passes.h"
 #include "engine/job_log.h"
 #include "engine/job_progress_message.h"
 #include "engine/pace.h"
@@ -74,7 +75,12 @@ struct RunState {
   bool dryRun = false;                        // decide and report, change nothing
   bool compareSizes = false;                  // the last run did not complete: equal dates prove nothing
   WallTime begin{};                           // when this run began
-  std::optional<CompletedRun> lastCompleted;  // the last run that completed; empty: none did
+  std::optional<CompletedRun> lastCompleted;  // the last run of the whole job that completed; empty: none did
+  const CompletedPasses* passes = nullptr;    // that have completed since; may be missing
+  // The last completed run that has looked at this folder, on either side.
+  [[nodiscard]] std::optional<CompletedRun> lastCompletedIn(const std::string& folder) const {
+    return lastCompleted && passes ? passes->lastIn(folder, *lastCompleted) : lastCompleted;
+  }
 
   RunCounts counts;
   std::uint64_t m_nFileCount = 0;

@@ -198,10 +198,10 @@ void TwoWayRules::isInStep(FrameStack& at, const WalkEntry& entry) {
 // What is missing on the other side.
 
 WalkVerdict TwoWayRules::missingAtDestination(FrameStack& at, const WalkEntry& entry) {
-  return isDeletionDue(entry) ? addDeletion(at, entry, 1) : WalkVerdict::kGoOn;
+  return isDeletionDue(at, entry) ? addDeletion(at, entry, 1) : WalkVerdict::kGoOn;
 }
 
-bool TwoWayRules::isDeletionDue(const WalkEntry& entry) const {
+bool TwoWayRules::isDeletionDue(const FrameStack& at, const WalkEntry& entry) const {
   const Level& level = levels_.back();
   if (!level.isKept || isInfoFileName(entry.name)) return false;
   MissingQuestion question;
@@ -209,7 +209,7 @@ bool TwoWayRules::isDeletionDue(const WalkEntry& entry) const {
   question.standingListed = level.from.findFileInArrayList(entry.name);
   question.missingListed = level.to.findFileInArrayList(entry.name);
   question.insidePackageUnit = run_.m_nFilterCount > 0;
-  question.lastCompleted = run_.lastCompleted;
+  question.lastCompleted = run_.lastCompletedIn(at.sourcePath());
   return decideMissing(question) == MissingVerdict::kDelete;
 }
 
@@ -237,9 +237,10 @@ WalkVerdict TwoWayRules::folderFound(FrameStack& at, const WalkEntry& entry) {
     return verdict == PresentVerdict::kCopyTrash ? WalkVerdict::kGoOn : WalkVerdict::kSettled;
   }
   if (takeRename(at, entry)) return WalkVerdict::kLookAgain;
-  if (!isDeletionDue(entry)) return WalkVerdict::kGoOn;
+  if (!isDeletionDue(at, entry)) return WalkVerdict::kGoOn;
   const Place place = at.sourcePlace(entry.name);
-  const auto entries = FolderProof(run_, *run_.lastCompleted).entriesOf(place.folder, place.name, place.path);
+  const auto entries =
+      FolderProof(run_, *run_.lastCompletedIn(at.sourcePath())).entriesOf(place.folder, place.name, place.path);
   if (!entries) complain("read all of", place.path, entries.error());
   return entries && *entries ? addDeletion(at, entry, **entries) : WalkVerdict::kGoOn;
 }

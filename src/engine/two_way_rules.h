@@ -89,7 +89,7 @@ class TwoWayRules : public WalkRules {
   bool unlistBeforeReplacing(FrameStack& at, const WalkEntry& entry, const FileStatus& winner);
   void complain(const char* what, const std::string& path, const Error& error);
 
-  [[nodiscard]] bool isDeletionDue(const WalkEntry& entry) const;
+  [[nodiscard]] bool isDeletionDue(const FrameStack& at, const WalkEntry& entry) const;
   WalkVerdict addDeletion(FrameStack& at, const WalkEntry& entry, std::uint64_t entries);
   [[nodiscard]] std::string relativeFolder(const FrameStack& at) const;
   std::optional<std::string> oldNameOf(FrameStack& at, const WalkEntry& entry);

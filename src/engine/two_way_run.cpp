@@ -127,11 +127,11 @@ bool TwoWayRun::isStillProven(const PendingDeletion& deletion, int folder, const
   question.standing = *standing;
   question.standingListed = listed.findFileInArrayList(deletion.name);
   question.missingListed = listedThere.findFileInArrayList(deletion.name);
-  question.lastCompleted = run_.lastCompleted;
+  question.lastCompleted = run_.lastCompletedIn(path);
   if (decideMissing(question) != MissingVerdict::kDelete) return false;
   if (standing->type != FileType::kFolder) return true;
   const auto proof =
-      FolderProof(run_, *run_.lastCompleted).entriesOf(folder, deletion.name, paths::join(path, deletion.name));
+      FolderProof(run_, *question.lastCompleted).entriesOf(folder, deletion.name, paths::join(path, deletion.name));
   return proof && proof->has_value();
 }
 

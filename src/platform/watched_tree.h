@@ -25,10 +25,10 @@ class WatchedTree {
     Index previous = kNone;
     Index sameWatch = kNone;
     int watch = kNoWatch;
-    std::uint16_t stream = 0;   // of roots
-    bool isWaiting = false;     // to be scanned
-    bool isRescanned = false;   // could not be watched
-    bool isUnreached = false;   // may not be opened, or not by this path
+    std::uint16_t stream = 0;  // of roots
+    bool isWaiting = false;    // to be scanned
+    bool isRescanned = false;  // could not be watched
+    bool isUnreached = false;  // may not be opened, or not by this path
   };
 
   Index addRoot(std::string path);

@@ -126,14 +126,15 @@ void scheduleThreadObject::Members::wake(ConditionLock::Guard& guard) {
 
 // Requests and reports.
 
-void scheduleThreadObject::setImmediateEvent() {
+bool scheduleThreadObject::setImmediateEvent() {
   Members& m = *members_;
   {
     const ConditionLock::Guard guard(m.m_conditionLock);
-    if (m.m_bCopyfile || m.isRunning) return;
+    if (m.m_bCopyfile || m.isRunning) return false;
     m.m_bImmediateEvent = true;
   }
   m.sleep->wake();
+  return true;
 }
 
 std::optional<std::uint64_t> scheduleThreadObject::requestRun(const RunOptions& options) {

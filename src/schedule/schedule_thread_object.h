@@ -37,7 +37,7 @@ class scheduleThreadObject : public RunScheduler {
   bool stop();                    // true
   bool postMessage(int message);  // 1: stop, without waiting; anything else is refused
 
-  void setImmediateEvent() override;  // nothing while a run is under way
+  bool setImmediateEvent() override;  // false, and nothing, while a run is under way
   // A run as soon as it can be, with options that hold for this run only: how many runs have ended before it. Nothing
   // while one is under way or when the thread does not run.
   std::optional<std::uint64_t> requestRun(const RunOptions& options);

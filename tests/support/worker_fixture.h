@@ -51,17 +51,19 @@ class WorkerFixture {
   ~WorkerFixture() { ::unsetenv("LUMISK_HOME"); }
 
   WorkerServices services() {
-    return WorkerServices{files,
-                          clock,
-                          center,
-                          dialogs,
-                          images,
-                          [this](std::int32_t index) {
-                            firstCopiesOver.push_back(index);
-                            return true;
-                          },
-                          [this](std::int32_t) { return dataBit; },
-                          [this](const std::string& key) { return preferences[std::string_view(key)]; }};
+    WorkerServices made{files,
+                        clock,
+                        center,
+                        dialogs,
+                        images,
+                        [this](std::int32_t index) {
+                          firstCopiesOver.push_back(index);
+                          return true;
+                        },
+                        [this](std::int32_t) { return dataBit; },
+                        [this](const std::string& key) { return preferences[std::string_view(key)]; }};
+    made.eventListening = eventListening;
+    return made;
   }
   // Made with the job as it is then.
   copyFileThreadObject& worker() {
@@ -133,6 +135,7 @@ class WorkerFixture {
   std::uint32_t dataBit = 0;
   PropertyList preferences{PropertyList::Dictionary{}};
   QUORVELPREFERENCEINFO job;
+  std::function<std::unique_ptr<EventListening>(copyFileThreadObject&)> eventListening;
 
  private:
   // Whoever is told of the end of a run is told by these two; an error follows them.
