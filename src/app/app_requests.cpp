@@ -111,7 +111,12 @@ Dictionary RequestAnswer::statusOf(const std::string& uuid, std::int32_t index) 
   Dictionary status{{kRequestUuidKey, uuid},
                     {kRunningKey, app_.jobIsBusyAtIndex(index)},
                     {kSchedulerKey, scheduler != nullptr && scheduler->isStarted()}};
-  if (scheduler) status[kEndedRunsKey] = scheduler->endedRuns().number;
+  if (scheduler) {
+    const WatchedCounts folders = scheduler->watchedCounts();
+    status[kEndedRunsKey] = scheduler->endedRuns().number;
+    status[kWatchedFoldersKey] = folders.watched;
+    status[kRescannedFoldersKey] = folders.rescanned;
+  }
   addProgress(uuid, status);
   return status;
 }

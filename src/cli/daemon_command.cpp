@@ -9,6 +9,7 @@
 #include "cli/options.h"
 #include "cli/run_display.h"
 #include "cli/terminal_dialogs.h"
+#include "engine/folder_listening.h"
 #include "jobs/shared_files.h"
 #include "platform/media_registry.h"
 #include "platform/process.h"
@@ -51,12 +52,19 @@ struct Daemon {
       : display(io, RunDisplay::Progress::kNever),
         dialogs(display, defaults),
         app({io.loop,
-             {{io.files, io.clock, notifications, dialogs, images, {}, {}, {}}, makeRealSleep, pluginListPath()},
+             {workerServices(io), makeRealSleep, pluginListPath()},
              defaults,
              process::programPath(),
              false,
              media.get()}) {}
 
+  WorkerServices workerServices(CommandIo& io) {
+    WorkerServices services{io.files, io.clock, notifications, dialogs, images, {}, {}, {}};
+    services.eventListening = makeEventListening(streams, io.files);
+    return services;
+  }
+
+  FileEventStreams streams;
   RunDisplay display;
   UserDefaults defaults{UserDefaults::standardPath()};
   DaemonDialogs dialogs;

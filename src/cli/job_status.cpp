@@ -36,11 +36,19 @@ std::string stateText(const JobState& state, bool instanceRuns) {
   return displayText(statusLine(settled(state, instanceRuns)));
 }
 
+std::string rescannedText(const WatchedCounts& folders) {
+  return fmt::format(
+      "{} of {} folders are looked at once a minute only; fs.inotify.max_user_watches (sysctl) limits "
+      "how many are watched",
+      folders.rescanned, folders.watched + folders.rescanned);
+}
+
 // Once, and calmly.
 std::string noteText(const JobState& state) {
   std::vector<std::string> notes;
   if (state.missed) notes.push_back(missedText(*state.missed));
   if (state.overdue) notes.push_back(overdueText(*state.overdue));
+  if (state.folders.rescanned > 0) notes.push_back(rescannedText(state.folders));
   return joinedTexts(notes, "; ");
 }
 
@@ -75,6 +83,8 @@ nlohmann::ordered_json jsonOf(const JobState& state, bool instanceRuns, WallTime
   json["overdue"] = state.overdue.has_value();
   json["waitingFor"] = state.waitingFor ? jsonOfText(*state.waitingFor) : nlohmann::ordered_json();
   json["next"] = getNextScheduleString(job, now, kStoredDateFormat);
+  json["watched"] = state.folders.watched;
+  json["rescanned"] = state.folders.rescanned;
   json["progress"] = jsonOf(state.progress);
   return json;
 }

@@ -6,6 +6,7 @@
 
 #include "engine/job_progress_message.h"
 #include "platform/clock.h"
+#include "platform/file_event_stream.h"
 #include "platform/property_list.h"
 #include "schedule/job_health.h"
 
@@ -17,6 +18,7 @@ struct JobState {
   PropertyList job;      // as it is stored
   bool running = false;  // in the instance
   std::optional<JobProgressMessage> progress;
+  WatchedCounts folders;  // of a real-time job, in the instance
   // What is not as it should be; see schedule/job_health.h.
   std::optional<WallTime> missed;
   std::optional<Overdue> overdue;

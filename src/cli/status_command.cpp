@@ -27,6 +27,7 @@ JobState stateOf(const PropertyList& job, const PropertyList& answer, const Surr
   const PropertyList& live = liveStateOf(job, answer);
   state.running = live[kRunningKey].boolean();
   if (state.running && !live[kProgressKey].isNone()) state.progress = progressMessageOf(live[kProgressKey]);
+  state.folders = {live[kWatchedFoldersKey].unsignedInteger(), live[kRescannedFoldersKey].unsignedInteger()};
   state.missed = missedRun(job, now);
   state.overdue = overdue(job, now);
   state.waitingFor = waitingFor(job, surroundings);

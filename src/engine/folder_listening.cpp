@@ -226,7 +226,9 @@ void FolderListening::handBackStored() {
 
 // A run that is under way may have begun before there was a reason for this one.
 void FolderListening::askForWholeRun() {
-  if (wantsWholeRun_ && worker_.requestWholeRun()) wantsWholeRun_ = false;
+  if (!wantsWholeRun_) return;
+  if (!worker_.currentJob().lastRunTime.empty()) worker_.setRunByFindTarget();  // nobody needs to be told that it ended
+  if (worker_.requestWholeRun()) wantsWholeRun_ = false;
 }
 
 void FolderListening::rest() {

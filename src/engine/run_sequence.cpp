@@ -14,7 +14,6 @@
 namespace lumisk {
 namespace {
 
-constexpr int kLayers = 5;  // how deep entries are counted
 constexpr int kMode = 5;
 
 const std::string kSeparator(74, '=');

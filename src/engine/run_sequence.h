@@ -96,6 +96,8 @@ class RunSequence {
   void notePass();
   void showMessages();
 
+  static constexpr int kLayers = 5;  // how deep entries are counted
+
   const WorkerServices& services_;
   RunMemory& memory_;
   const RunRequest& request_;

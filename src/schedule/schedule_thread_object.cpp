@@ -196,6 +196,10 @@ bool scheduleThreadObject::isStarted() {
   return !members_->m_bTerminateThread;
 }
 
+WatchedCounts scheduleThreadObject::watchedCounts() {
+  return members_->m_copyFileThreadObject.watchedCounts();
+}
+
 std::string scheduleThreadObject::jobName() {
   const ConditionLock::Guard guard(members_->m_conditionLock);
   return members_->m_currentInfo.name;

@@ -46,6 +46,7 @@ class scheduleThreadObject : public RunScheduler {
   [[nodiscard]] bool isNowCopyingFile();
   [[nodiscard]] bool isStarted();  // the thread runs and has not been asked to stop
 
+  [[nodiscard]] WatchedCounts watchedCounts();  // of a real-time job's folders
   [[nodiscard]] std::string jobName();
   [[nodiscard]] std::string jobUuid();
   [[nodiscard]] std::int32_t jobIndex();
