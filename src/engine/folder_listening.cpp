@@ -36,6 +36,9 @@ FolderListening::~FolderListening() {
 void FolderListening::startFSEventThread() {
   if (_fseventThreadStart.exchange(true)) return;
   clear();
+  const auto job = worker_.currentJob();
+  const bool mayBeMounted = !job.dmgPath.empty() && job.bAutoMount;
+  mountsItself_ = mayBeMounted && !worker_.isADMGJobNeedListenTarget();
   m_fseventThreadLock.lock();
   m_fseventThreadLock.unlockWithCondition(kThreadStarted);
   try {
@@ -45,7 +48,6 @@ void FolderListening::startFSEventThread() {
     worker_.logLine(std::string("can't listen for changes: ") + failed.what());
     return stopFSEventThread();
   }
-  const auto job = worker_.currentJob();
   const std::lock_guard lock(watchLock_);
   _watchObject.startWatchFileWithArray(sortTheListenningArray(listenedPlaces(files_, job), job.jobType),
                                        job.targetPaths.empty() ? std::string() : job.targetPaths.front());
@@ -102,12 +104,6 @@ void FolderListening::watchingIsLimited(const std::string& text) {
   worker_.logLine(text);
 }
 
-// By the run or pass itself.
-bool FolderListening::mayBeMounted() {
-  const auto job = worker_.currentJob();
-  return !job.dmgPath.empty() && job.bAutoMount;
-}
-
 // The listening thread.
 
 void FolderListening::fsevevtThread() {
@@ -133,7 +129,7 @@ void FolderListening::lookAt(const std::vector<std::string>& folders) {
   for (const std::string& folder : folders)
     if (checkListenedDirectory(folder, job)) ours.push_back(folder);
   if (ours.empty()) return;
-  if (!worker_.isTargetAvailabe() && !mayBeMounted()) return store(ours);
+  if (!worker_.isTargetAvailabe() && !mountsItself_) return store(ours);
   const auto report = worker_.runListenedFolders(ours);
   if (!report) return;
   if (report->targetLocked) {
@@ -208,10 +204,9 @@ void FolderListening::checkStoredArrayThread() {
 
 bool FolderListening::waitForTarget() {
   bool wasAway = false;
-  while (_fseventThreadStart || checksTarget_) {
+  while ((_fseventThreadStart || checksTarget_) && !mountsItself_) {
     if (worker_.isTargetAvailabe()) return wasAway;
     wasAway = true;
-    if (mayBeMounted()) askForWholeRun();
     rest();
   }
   return false;

@@ -48,7 +48,6 @@ class FolderListening : public EventListening, private FolderEventReceiver {
   bool takeListened(std::vector<std::string>& folders);
   void lookAt(const std::vector<std::string>& folders);
   void putBack(const std::vector<std::string>& folders);
-  [[nodiscard]] bool mayBeMounted();
   void store(const std::vector<std::string>& folders);
 
   void startThread(void (FolderListening::*work)());
@@ -79,6 +78,7 @@ class FolderListening : public EventListening, private FolderEventReceiver {
   std::atomic<bool> _fseventThreadStart{false};
   std::atomic<bool> checksTarget_{false};
   std::atomic<bool> wantsWholeRun_{false};
+  std::atomic<bool> mountsItself_{false};  // the target is in an image that a run or pass mounts when it is away
   std::thread listeningThread_;
   std::thread targetThread_;
 };
