@@ -13,7 +13,7 @@ _lumisk_complete_names() {
 _lumisk() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local copy='--revisions --delete --trash --no-trash --include --exclude --full-path' run='--pace --dry-run --json'
-  local kept='--source --target --every --weekdays --at --realtime --manual --image --no-auto-mount --inactive'
+  local kept='--source --target --every --weekdays --at --realtime --manual --image --no-auto-mount --unmount --no-unmount --inactive'
   local words=
   COMPREPLY=()
   case $previous in

@@ -59,6 +59,7 @@ void QuorvelAppObject::Members::observeRuns() {
   };
   observe(kDataBitNotification, &Members::QelLumiskObjectEvent);
   observe(kDidFinishNotification, &Members::removeOneTimeClone);
+  observe(kDidFinishNotification, &Members::runOfArrivalEnded);
   observe(kAddJobNotification, &Members::addJobMessageEvent);
   observations.push_back(center.observe(
       kProgressNotification, [this](const Notification& notification) { progressCellDataEvent(notification); }));
@@ -78,6 +79,13 @@ void QuorvelAppObject::Members::removeOneTimeClone(const Notification& notificat
   const std::string uuid = clone[kUuidStringKey].text();
   if (!isCompleted(notification) || !isOneTimeClone(clone) || uuid.empty()) return;
   later([this, uuid] { app.deleteJobButtonActionWithOutPromptAtIndex(store.indexOfUuid(uuid)); });
+}
+
+void QuorvelAppObject::Members::runOfArrivalEnded(const Notification& notification) {
+  const PropertyList job = store.job(jobIndexOfEvent(store, notification));
+  arrived.runEnded(
+      job[kUuidStringKey].text(), job[kObjectNameKey].text(),
+      isCompleted(notification) ? ArrivedVolumes::RunEnd::kCompleted : ArrivedVolumes::RunEnd::kNotCompleted);
 }
 
 void QuorvelAppObject::Members::addJobMessageEvent(const Notification& notification) {
@@ -129,7 +137,7 @@ void QuorvelAppObject::CallbackMessageIOMedia(std::int32_t event, long parameter
       if ((parameter & kFourBits) == 1) {
         USBDeviceHasAttached(static_cast<int>(parameter >> 4 & kFourBits));
       } else {
-        getAllVolumeName();
+        m.forgetVolumesThatWent();
       }
       break;
   }
@@ -138,6 +146,16 @@ void QuorvelAppObject::CallbackMessageIOMedia(std::int32_t event, long parameter
 // A mount table that cannot be read leaves all volumes known: they start nothing when it can be read again.
 void QuorvelAppObject::getAllVolumeName() {
   if (const auto mounts = members_->services.mounts()) members_->m_volumeNameArray = volumesOf(*mounts);
+}
+
+// One that has come in this moment is not known by this: its own event is still to come.
+void QuorvelAppObject::Members::forgetVolumesThatWent() {
+  const auto mounts = services.mounts();
+  if (!mounts) return;
+  const auto there = volumesOf(*mounts);
+  std::erase_if(m_volumeNameArray, [&](const std::string& volume) {
+    return std::find(there.begin(), there.end(), volume) == there.end();
+  });
 }
 
 int QuorvelAppObject::USBDeviceHasAttached(int kind) {
@@ -156,16 +174,25 @@ int QuorvelAppObject::USBDeviceHasAttached(int kind) {
   return static_cast<int>(added.size());
 }
 
+// All runs of the volume are known before the first begins: it may end before the next is asked for.
 void QuorvelAppObject::checkingDestinationFolderForSync(const std::string& mountPath) {
   Members& m = *members_;
   const auto jobs = m.store.jobs();
+  std::vector<std::int32_t> triggered;
   for (std::size_t i = 0; i < jobs.size(); ++i) {
     const auto index = static_cast<std::int32_t>(i);
     if (!m.isTriggered(jobs[i], mountPath)) continue;
     m.restart(index);
     auto* const scheduler = m.m_controlObject.object(index);
-    if (scheduler && scheduler->isStarted()) m.m_controlObject.setImmediateEvent(index);
+    if (scheduler && scheduler->isStarted()) triggered.push_back(index);
   }
+  for (const std::int32_t index : triggered) {
+    const PropertyList& job = jobs[static_cast<std::size_t>(index)];
+    m.arrived.runStarted(job[kUuidStringKey].text(), mountPath,
+                         job[kUnmountAfterArrivalKey].boolean() ? ArrivedVolumes::AfterRun::kIsUnmounted
+                                                                : ArrivedVolumes::AfterRun::kStays);
+  }
+  for (const std::int32_t index : triggered) m.m_controlObject.setImmediateEvent(index);
 }
 
 bool QuorvelAppObject::Members::isTriggered(const PropertyList& job, const std::string& mountPath) {

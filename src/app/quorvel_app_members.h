@@ -21,11 +21,13 @@ struct QuorvelAppObject::Members {
   Result<void> readJobs();
   void observeRuns();
   void startMediaEvents();
+  void forgetVolumesThatWent();
   void joinToLoginWindow();
 
   // Events, on the main thread.
   void QelLumiskObjectEvent(const Notification& notification);
   void removeOneTimeClone(const Notification& notification);
+  void runOfArrivalEnded(const Notification& notification);
   void addJobMessageEvent(const Notification& notification);
   void progressCellDataEvent(const Notification& notification);  // on the posting thread
 
@@ -65,6 +67,7 @@ struct QuorvelAppObject::Members {
   MainLoop::SourceHandle timer;
   std::vector<std::string> m_volumeNameArray;
   bool mediaHasStarted = false;
+  ArrivedVolumes arrived;
   std::optional<DeviceWaiter> m_waitingObject;
   std::optional<TivIOMediaObject> ioMediaDetection;
   std::vector<std::function<void()>> jobObservers;

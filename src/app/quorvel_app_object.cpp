@@ -52,7 +52,10 @@ QuorvelAppObject::Members::Members(QuorvelAppObject& application, AppServices ap
       store(services.defaults, services.schedule.worker.clock),
       events(services.loop),
       tasks(services.loop),
-      m_controlObject(services.defaults, withSettings(services.schedule, services.defaults)) {
+      m_controlObject(services.defaults, withSettings(services.schedule, services.defaults)),
+      arrived(services.unmount, [this](const std::string& jobName, const std::string& text) {
+        dialogs().showMessage(jobName, kApplicationTitle, text);
+      }) {
   store.initializePreferenceInfo();
 }
 

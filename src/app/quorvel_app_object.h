@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "app/arrived_volumes.h"
 #include "app/stored_run_status.h"
 #include "app/sync_control_object.h"
 #include "finder/do_server.h"
@@ -14,6 +15,7 @@
 #include "platform/main_loop.h"
 #include "platform/media_registry.h"
 #include "platform/mount_table.h"
+#include "platform/unmount.h"
 
 namespace lumisk {
 
@@ -27,6 +29,7 @@ struct AppServices {
   bool somebodyCanAnswer = false;
   MediaRegistry* media = nullptr;  // null: devices that come start nothing
   std::function<Result<std::vector<MountEntry>>()> mounts = mountTable;
+  ArrivedVolumes::Unmount unmount = unmountVolume;
 };
 
 // The application's controller, with or without windows: it owns the store for as long as it lives, runs the jobs by

@@ -38,6 +38,11 @@ Checked<void> retainFullPath(Job& job) {
   return {};
 }
 
+Checked<void> setUnmount(Job& job, bool isUnmounted) {
+  job.otherKeys[kUnmountAfterArrivalKey] = isUnmounted;
+  return {};
+}
+
 Checked<void> setConflictChoice(Job& job, const Text& value) {
   constexpr std::pair<const char*, ConflictChoice> kChoices[] = {{"source", ConflictChoice::kSourceWins},
                                                                  {"target", ConflictChoice::kTargetWins},
@@ -160,6 +165,10 @@ constexpr JobOption kKeptJobOptions[] = {
      [](Job& job, const Text& value, const Context& context) { return setImage(job, value, context); }},
     {"--no-auto-mount", "", "Do not mount the disk image by itself", "",
      [](Job& job, const Text&, const Context&) { return setFlag(job.bAutoMount, false); }},
+    {"--unmount", "", "Unmount the target's volume after a run that was started by plugging it in", "unmount",
+     [](Job& job, const Text&, const Context&) { return setUnmount(job, true); }},
+    {"--no-unmount", "", "Leave it mounted (the default)", "unmount",
+     [](Job& job, const Text&, const Context&) { return setUnmount(job, false); }},
     {"--inactive", "", "The job takes no part in schedules until it is enabled", "",
      [](Job& job, const Text&, const Context&) { return setActive(job, false); }},
 };

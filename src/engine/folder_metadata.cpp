@@ -41,7 +41,8 @@ void giveDate(WalkState& walk, const FolderFrame& frame) {
   const FileTime date = frame.sourceInfo.status.modified;
   const auto standing = files.statusOf(frame.destination.get());
   if (!standing || standing->modified == date) return;
-  if (!files.setModified(frame.destination.get(), date)) return walk.report.metadataFailed(walk.stack.destinationPath());
+  if (!files.setModified(frame.destination.get(), date))
+    return walk.report.metadataFailed(walk.stack.destinationPath());
   walk.wroteInto(frame.destination, *standing);
 }
 

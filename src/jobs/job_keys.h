@@ -55,6 +55,8 @@ inline constexpr const char* kRootFileSystemsKey = "NSRootFileSystems";
 inline constexpr const char* kCapacityWarnedKey = "NSCapacityWarned";
 // The computer's name and the display name of "/" as they were when the job was made: how jobs that retain full paths
 // go on spelling their places below the target.
+// The volume of the target is unmounted after a run that its arrival has started; a boolean.
+inline constexpr const char* kUnmountAfterArrivalKey = "NSUnmountAfterArrival";
 inline constexpr const char* kComputerNameKey = "NSComputerName";
 inline constexpr const char* kRootDisplayNameKey = "NSRootDisplayName";
 

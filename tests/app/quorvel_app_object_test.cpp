@@ -299,6 +299,7 @@ TEST_F(AppFixture, DeviceArrival_RunsItsJobsOnce) {
   store(marked);
   auto here = makeJob("here");
   here.targetPaths = {tree / "stick/folder"};
+  here.otherKeys[kUnmountAfterArrivalKey] = true;
   store(here);
   const auto volume = realFileCalls().openRoot(tree / "stick");
   ASSERT_TRUE(createInfoFileIntoDestFolder(realFileCalls(), volume->get(), {"marked", {}, {}, "uuid-marked"}));
@@ -308,6 +309,11 @@ TEST_F(AppFixture, DeviceArrival_RunsItsJobsOnce) {
   AppServices given = services();
   given.mounts = [&] { return Result<std::vector<MountEntry>>(mounts); };
   given.media = &registry;
+  std::atomic<int> unmounted{0};
+  given.unmount = [&](const std::string&) {
+    ++unmounted;
+    return Result<void>();
+  };
   launch(given);
   constexpr std::int32_t kVolumes = 16;
   app->CallbackMessageIOMedia(kVolumes, 0x11);  // mounted when the application began
@@ -323,6 +329,16 @@ TEST_F(AppFixture, DeviceArrival_RunsItsJobsOnce) {
   serve();
   EXPECT_TRUE(exists(tree / "stick/folder/source/a.txt"));
   for (const char* name : {"a", "b", "c", "absent"}) EXPECT_EQ(scheduler(name)->endedRuns().number, 0u) << name;
+
+  // The other job's run did not complete, so the volume stayed; alone, this one has it unmounted.
+  EXPECT_EQ(unmounted, 0);
+  EXPECT_TRUE(app->deleteJobButtonActionWithOutPromptAtIndex(app->jobs().indexOfName("marked")));
+  mounts.clear();
+  app->CallbackMessageIOMedia(kVolumes, 0);
+  mounts.resize(1);
+  mounts[0].mountPoint = tree / "stick";
+  app->CallbackMessageIOMedia(kVolumes, 0x11);
+  serveUntil([&] { return unmounted == 1; });
 }
 
 // Requests.
