@@ -1,15 +1,22 @@
 #include "jobs/job_store.h"
 
+#include <tuple>
+
 #include "jobs/stored_jobs.h"
 
 namespace lumisk {
 namespace {
 
-// An edit that points a job elsewhere: what its completed runs proved is true of the old folders only.
+// An edit that points a job elsewhere, or has it carry other entries of the same folders: what its completed runs
+// proved is true only of what those carried. How versions and the losers of conflicts are kept proves nothing.
 bool isAnotherTask(const PropertyList& before, const QUORVELPREFERENCEINFO& after) {
   QUORVELPREFERENCEINFO old;
   if (!jobFromDictionary(before, old)) return true;
-  return old.jobType != after.jobType || old.sourcePaths != after.sourcePaths || old.targetPaths != after.targetPaths;
+  const auto task = [](const QUORVELPREFERENCEINFO& job) {
+    return std::tie(job.jobType, job.sourcePaths, job.targetPaths, job.bMultipleTargetFolder, job.bRetainFullPath,
+                    job.dmgPath, job.inclusionArray, job.exclusionArray, job.fileTypeMethod, job.bDealPackage);
+  };
+  return task(old) != task(after);
 }
 
 void forgetCompletedRun(QUORVELPREFERENCEINFO& job) {

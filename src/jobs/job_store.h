@@ -44,7 +44,8 @@ class JobStore {
   bool fetchPreferenceInfo(std::int32_t index, Locking lock);
   // Both store m_currentInfo and set its jobModifyTime to now: making and editing a job begin a new phase of its timer.
   // Changes that are no edits go through changeJob(). What m_currentInfo says of the job's runs is stored, too: fetch
-  // the job right before. A job whose folders or type change has completed no run: "NSLastCompletedBegin" is dropped.
+  // the job right before. A job whose type, folders or filters change has completed no run: "NSLastCompletedBegin" is
+  // dropped.
   bool addPreferenceInfo(std::int32_t index);  // negative: append
   bool storePreferenceInfo(std::int32_t index);
   bool deletePreferenceInfo(std::int32_t index);

@@ -123,9 +123,18 @@ TEST_F(Store, MakingAndEditingAJob_SetItsModifyTime_OtherChangesDoNot) {
   EXPECT_EQ(stored()[kJobArrayKey].at(0)[kJobModifyTimeKey].text(), "2009-03-03 14:31:05 +0100");
   EXPECT_EQ(stored()[kJobArrayKey].at(0)[kLastCompletedBeginKey].text(), "2009-03-03 14:31:00 +0100");
 
-  store.m_currentInfo.targetPaths = {"/mnt/another"};
-  ASSERT_TRUE(store.storePreferenceInfo(0));
-  EXPECT_TRUE(stored()[kJobArrayKey].at(0)[kLastCompletedBeginKey].isNone());
+  using Job = QUORVELPREFERENCEINFO;
+  const std::vector<std::function<void(Job&)>> edits{
+      [](Job& job) { job.targetPaths = {"/mnt/another"}; }, [](Job& job) { job.inclusionArray = {"txt"}; },
+      [](Job& job) { job.exclusionArray = {"tmp"}; },       [](Job& job) { job.bDealPackage = !job.bDealPackage; },
+      [](Job& job) { job.bRetainFullPath = true; },         [](Job& job) { job.dmgPath = "/mnt/image.dmg"; }};
+  for (std::size_t i = 0; i < edits.size(); ++i) {
+    ASSERT_TRUE(store.changeJob(0, [](Dictionary& job) { job[kLastCompletedBeginKey] = "2009-03-03 14:31:00 +0100"; }));
+    ASSERT_TRUE(store.fetchPreferenceInfo(0, kTake));
+    edits[i](store.m_currentInfo);
+    ASSERT_TRUE(store.storePreferenceInfo(0));
+    EXPECT_TRUE(stored()[kJobArrayKey].at(0)[kLastCompletedBeginKey].isNone()) << "edit " << i;
+  }
 }
 
 TEST_F(Store, FailedWrite_LeavesMemoryAsStored_AndSaysWhy) {
