@@ -36,6 +36,8 @@ Result<FileCopier::Copied> FileCopier::copyFile(const Place& source, const FileS
   temporary.made(FileType::kRegular);
   LUMISK_TRY(Copied copied, fill(opened, source, file.get(), destination));
   run_.written.wrote(file.get(), destination.folder, copied.made.device);
+  // The earlier version goes before the run has everything synced. A failure shows again then.
+  if (standing) (void)files.startSync(file.get());
   // Before it gets its name: some file servers tell only now that they could not take the data.
   LUMISK_CHECK(files.close(std::move(file)));
   LUMISK_TRY(copied.keptVersion, replacement_.putInPlace(temporary, destination, standing));

@@ -138,6 +138,9 @@ class FileCalls {
   virtual Result<void> removeAttribute(int descriptor, const std::string& attribute) = 0;
 
   // Durability.
+  // Begins to write a file's data back and does not wait: what is renamed after that is not empty after a crash, where
+  // file systems see to that for a rename over another file only.
+  virtual Result<void> startSync(int file) = 0;
   virtual Result<void> syncFile(int descriptor) = 0;        // a file or a folder
   virtual Result<void> syncFileSystem(int descriptor) = 0;  // all that its file system holds back
   // Takes an exclusive advisory lock that lasts as long as the descriptor; EWOULDBLOCK when another holds it.

@@ -55,6 +55,7 @@ class RealFileCalls final : public FileCalls {
   Result<void> setAttribute(int descriptor, const std::string& attribute, std::string_view value) override;
   Result<void> removeAttribute(int descriptor, const std::string& attribute) override;
 
+  Result<void> startSync(int file) override;
   Result<void> syncFile(int descriptor) override;
   Result<void> syncFileSystem(int descriptor) override;
   Result<void> lockExclusively(int descriptor) override;

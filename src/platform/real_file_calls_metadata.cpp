@@ -95,6 +95,10 @@ Result<void> RealFileCalls::removeAttribute(int descriptor, const std::string& a
   return checked("remove the attribute", attribute, [&] { return ::fremovexattr(descriptor, attribute.c_str()); });
 }
 
+Result<void> RealFileCalls::startSync(int file) {
+  return checked("write back", "", [&] { return ::sync_file_range(file, 0, 0, SYNC_FILE_RANGE_WRITE); });
+}
+
 Result<void> RealFileCalls::syncFile(int descriptor) {
   return checked("sync", "", [&] { return ::fsync(descriptor); });
 }

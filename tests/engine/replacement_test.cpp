@@ -1,3 +1,5 @@
+#include <set>
+
 #include "engine/file_copier_fixture.h"
 
 namespace lumisk::test {
@@ -106,6 +108,51 @@ TEST_P(TrashTest, ExchangeThatCannotBeUndone_KeepsBothVersions) {
   EXPECT_EQ(readFile(tree / "t/a"), "new");
   EXPECT_EQ(readFile(tree / ("t/" + names[1])), "old");
   EXPECT_FALSE(isTemporaryName(names[1]));
+}
+
+// A program saves by a rename of its own, after the last look at what is to be replaced.
+TEST_P(TrashTest, FileSavedInTheLastMoment_StaysAndIsLookedAtByTheNextRun) {
+  for (const bool toTrash : {false, true}) {
+    for (const auto kept : {VersionKeeper::Kept::kNothing, VersionKeeper::Kept::kLinked}) {
+      SCOPED_TRACE(std::to_string(toTrash) + (kept == VersionKeeper::Kept::kLinked ? " linked" : ""));
+      makeTree(tree.path(), {{"s", Dir{{"a", File{"new", {}, 2000}}}}, {"t", Dir{{"a", File{"old"}}}}});
+      files.forgetRules();
+      forbidForeignTrash(files);
+      run.info.bMoveFileTrash = toTrash;
+      keeper.answer = kept;
+      files.before(FileCall::kExchange, [&] {
+        writeFile(tree / "saving", "just saved");
+        std::filesystem::rename(tree / "saving", tree / "t/a");
+      });
+      const auto copied = copy("a");
+      ASSERT_FALSE(copied);
+      EXPECT_EQ(copied.error().code, ESTALE);
+      EXPECT_EQ(readFile(tree / "t/a"), "just saved");
+      auto names = targetNames();
+      std::erase(names, "a.kept");
+      EXPECT_EQ(names, std::vector<std::string>{"a"});
+      std::filesystem::remove(tree / "t/a.kept");
+    }
+  }
+}
+
+TEST_P(TrashTest, FileSavedOnceMoreWhileTheFirstIsPutBack_IsNotLostEither) {
+  run.info.bMoveFileTrash = false;
+  makeTree(tree.path(), {{"s", Dir{{"a", File{"new", {}, 2000}}}}, {"t", Dir{{"a", File{"old"}}}}});
+  for (int nth = 1; nth <= 2; ++nth) {
+    const auto save = [this, nth] {
+      writeFile(tree / "saving", "saved " + std::to_string(nth));
+      std::filesystem::rename(tree / "saving", tree / "t/a");
+    };
+    files.before(FileCall::kExchange, save, {.nth = nth});
+  }
+  ASSERT_FALSE(copy("a"));
+  std::set<std::string> versions;
+  for (const std::string& name : listing(tree / "t")) {
+    versions.insert(readFile(tree / ("t/" + name)));
+    EXPECT_FALSE(isTemporaryName(name));
+  }
+  EXPECT_EQ(versions, (std::set<std::string>{"saved 1", "saved 2"}));
 }
 
 // Every call that a copy over an earlier version makes fails once, one after the other.

@@ -220,6 +220,7 @@ TEST_P(FileCallsConformance, Data_WrittenAndSought_ReadsBack) {
   EXPECT_EQ(readAll(files(), file->get()), "2345");
   EXPECT_EQ(files().read(file->get(), std::as_writable_bytes(std::span<char>())), 0U);
   const auto other = files().duplicate(file->get());
+  ASSERT_TRUE(files().startSync(other->get()));
   ASSERT_TRUE(files().syncFile(other->get()));
   ASSERT_TRUE(files().syncFileSystem(root.get()));
   ASSERT_TRUE(files().close(std::move(*file)));

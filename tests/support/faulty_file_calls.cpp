@@ -272,6 +272,11 @@ Result<void> FaultyFileCalls::removeAttribute(int descriptor, const std::string&
   return real_.removeAttribute(descriptor, attribute);
 }
 
+Result<void> FaultyFileCalls::startSync(int file) {
+  LUMISK_CHECK(enter(FileCall::kStartSync, file));
+  return real_.startSync(file);
+}
+
 Result<void> FaultyFileCalls::syncFile(int descriptor) {
   LUMISK_CHECK(enter(FileCall::kSyncFile, descriptor));
   return real_.syncFile(descriptor);

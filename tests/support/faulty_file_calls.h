@@ -59,6 +59,7 @@ enum class FileCall {
   kAttribute,
   kSetAttribute,
   kRemoveAttribute,
+  kStartSync,
   kSyncFile,
   kSyncFileSystem,
   kLockExclusively
@@ -128,6 +129,7 @@ class FaultyFileCalls : public FileCalls {
   Result<std::string> attribute(int descriptor, const std::string& attribute) override;
   Result<void> setAttribute(int descriptor, const std::string& attribute, std::string_view value) override;
   Result<void> removeAttribute(int descriptor, const std::string& attribute) override;
+  Result<void> startSync(int file) override;
   Result<void> syncFile(int descriptor) override;
   Result<void> syncFileSystem(int descriptor) override;
   Result<void> lockExclusively(int descriptor) override;

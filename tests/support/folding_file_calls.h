@@ -84,6 +84,7 @@ class FoldingFileCalls final : public FileCalls {
   Result<void> removeAttribute(int descriptor, const std::string& attribute) override {
     return real_.removeAttribute(descriptor, attribute);
   }
+  Result<void> startSync(int file) override { return real_.startSync(file); }
   Result<void> syncFile(int descriptor) override { return real_.syncFile(descriptor); }
   Result<void> syncFileSystem(int descriptor) override { return real_.syncFileSystem(descriptor); }
   Result<void> lockExclusively(int descriptor) override { return real_.lockExclusively(descriptor); }
