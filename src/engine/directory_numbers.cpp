@@ -1,5 +1,6 @@
 #include "engine/directory_walk.h"
 #include "engine/name_list.h"
+#include "engine/walk_borders.h"
 
 namespace lumisk {
 namespace {
@@ -17,8 +18,9 @@ std::uint64_t countBelow(RunState& run, const Descriptor& folder, int layer) {
   for (std::size_t i = 0; i < names->size() && !run.mustStop(); ++i) {
     ++run.m_nFileCount;
     if (layer <= 1 || !isFolder(run.files, folder.get(), *names, i)) continue;
-    if (const auto child = run.files.openFolder(folder.get(), std::string(names->name(i))))
-      count += countBelow(run, *child, layer - 1);
+    const std::string name(names->name(i));
+    if (whyNotWalked(name)) continue;
+    if (const auto child = run.files.openFolder(folder.get(), name)) count += countBelow(run, *child, layer - 1);
   }
   return count;
 }

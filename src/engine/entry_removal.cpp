@@ -8,7 +8,8 @@ namespace {
 // Removes what lies in one folder, depth first. Holds the folder it is in open and goes back up through "..".
 class FolderRemoval {
  public:
-  FolderRemoval(FileCalls& files, const std::function<bool()>& mustStop) : files_(files), mustStop_(mustStop) {}
+  FolderRemoval(FileCalls& files, const std::function<bool()>& mustStop, const MayRemove& mayRemove)
+      : files_(files), mustStop_(mustStop), mayRemove_(mayRemove) {}
 
   Result<void> remove(int folder, const std::string& name) {
     LUMISK_CHECK(enter(folder, name));
@@ -37,6 +38,7 @@ class FolderRemoval {
     if (status.isMountRoot) return fail("remove the mount point", name, EBUSY);
     if (!levels_.empty() && status.identity.device != levels_.front().identity.device)
       return fail("remove the folder of another file system", name, EBUSY);
+    LUMISK_CHECK(check(status, name));
     // Copies of read-only folders are read-only, too.
     if ((status.mode & 0700) != 0700) (void)files_.setMode(opened.get(), status.mode | 0700);
     current_ = std::move(opened);
@@ -53,10 +55,22 @@ class FolderRemoval {
       if (type == FileType::kFolder) {
         levels_.back().subfolders.push_back(std::move(entry.name));
       } else {
-        LUMISK_CHECK(files_.removeFile(current_.get(), entry.name));
+        LUMISK_CHECK(removeFile(entry.name));
       }
     }
     return {};
+  }
+
+  Result<void> removeFile(const std::string& name) {
+    if (mayRemove_) {
+      LUMISK_TRY(const FileStatus status, files_.status(current_.get(), name));
+      LUMISK_CHECK(check(status, name));
+    }
+    return files_.removeFile(current_.get(), name);
+  }
+
+  Result<void> check(const FileStatus& status, const std::string& name) const {
+    return !mayRemove_ || mayRemove_(status) ? Result<void>() : fail("remove what is not known", name, ENOTEMPTY);
   }
 
   Result<FileType> typeOf(const FolderEntry& entry) {
@@ -78,16 +92,18 @@ class FolderRemoval {
 
   FileCalls& files_;
   const std::function<bool()>& mustStop_;
+  const MayRemove& mayRemove_;
   Descriptor current_;
   std::vector<Level> levels_;
 };
 
 }  // namespace
 
-Result<void> removeTree(FileCalls& files, int folder, const std::string& name, const std::function<bool()>& mustStop) {
+Result<void> removeTree(FileCalls& files, int folder, const std::string& name, const std::function<bool()>& mustStop,
+                        const MayRemove& mayRemove) {
   LUMISK_TRY(const FileStatus status, files.status(folder, name));
   if (status.type != FileType::kFolder) return files.removeFile(folder, name);
-  return FolderRemoval(files, mustStop).remove(folder, name);
+  return FolderRemoval(files, mustStop, mayRemove).remove(folder, name);
 }
 
 namespace {
@@ -97,29 +113,33 @@ bool isSameVersion(const FileStatus& a, const FileStatus& b) {
   return a.type == b.type && (a.type == FileType::kFolder || (a.size == b.size && a.modified == b.modified));
 }
 
-Result<void> discardAsTheJobSays(RunState& run, Trash& trash, const Place& entry) {
-  if (!run.info.bMoveFileTrash)
-    return removeTree(run.files, entry.folder, entry.name, [&run] { return run.mustStop(); });
+Result<void> discardAsTheJobSays(RunState& run, Trash& trash, const Place& entry, const MayRemove& mayRemove) {
+  if (!run.info.bMoveFileTrash) {
+    const auto mustStop = [&run] { return run.mustStop(); };
+    return removeTree(run.files, entry.folder, entry.name, mustStop, mayRemove);
+  }
   LUMISK_CHECK(trash.moveToTrash(entry.folder, entry.name, entry.path));
   return {};
 }
 
 // The copy of a read-only folder is read-only, too; it follows its source all the same.
-Result<void> discardFromReadOnlyFolder(RunState& run, Trash& trash, const Place& entry) {
+Result<void> discardFromReadOnlyFolder(RunState& run, Trash& trash, const Place& entry, const MayRemove& mayRemove) {
   LUMISK_TRY(const FileStatus folder, run.files.statusOf(entry.folder));
   LUMISK_CHECK(run.files.setMode(entry.folder, folder.mode | 0700));
-  auto discarded = discardAsTheJobSays(run, trash, entry);
+  auto discarded = discardAsTheJobSays(run, trash, entry, mayRemove);
   LUMISK_CHECK(run.files.setMode(entry.folder, folder.mode));
   return discarded;
 }
 
 }  // namespace
 
-Result<void> discardEntry(RunState& run, Trash& trash, const Place& entry, const FileStatus& standing) {
+Result<void> discardEntry(RunState& run, Trash& trash, const Place& entry, const FileStatus& standing,
+                          const MayRemove& mayRemove) {
   LUMISK_TRY(const FileStatus now, run.files.status(entry.folder, entry.name));
   if (!isSameVersion(now, standing)) return fail("delete", entry.path, ESTALE);
-  auto discarded = discardAsTheJobSays(run, trash, entry);
-  if (!discarded && discarded.error().code == EACCES) discarded = discardFromReadOnlyFolder(run, trash, entry);
+  auto discarded = discardAsTheJobSays(run, trash, entry, mayRemove);
+  if (!discarded && discarded.error().code == EACCES)
+    discarded = discardFromReadOnlyFolder(run, trash, entry, mayRemove);
   LUMISK_CHECK(discarded);
   run.written.wrote(-1, entry.folder, standing.identity.device);
   return {};

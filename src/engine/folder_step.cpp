@@ -71,6 +71,10 @@ bool FolderStep::openDestination(FolderFrame& child, WalkEntry& entry) {
                                        : walk_.report.destinationFailed(entry.name, opened.error());
     return false;
   }
+  if (child.destination.isOpen() && walk_.borders.isHomeTrash(child.destinationStatus.identity)) {
+    walk_.report.notWalked(entry.name, "trash");
+    return false;
+  }
   const WalkVerdict verdict = walk_.rules.folderFound(walk_.stack, entry);
   if (verdict == WalkVerdict::kSettled) return false;
   if (verdict == WalkVerdict::kLookAgain) {

@@ -68,7 +68,8 @@ void PendingDeletions::carryOutFolder(RunState& run, Trash& trash, int root, con
   for (const PendingDeletion& deletion : due) {
     if (run.mustStop()) break;
     const std::string path = pathOf(rootPath, deletion);
-    const auto done = discardEntry(run, trash, {folder->get(), deletion.name, path}, deletion.standing);
+    const Place place{folder->get(), deletion.name, path};
+    const auto done = discardEntry(run, trash, place, deletion.standing, deletion.mayRemove);
     if (!done && done.error().code == ENOENT) continue;  // somebody else was faster
     if (!done && done.error().code == ECANCELED) break;
     if (!done) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/entry_removal.h"
 #include "engine/run_state.h"
 #include "platform/trash.h"
 
@@ -16,6 +17,7 @@ struct PendingDeletion {
   std::string name;
   FileStatus standing;        // as it was when that was found
   std::uint64_t entries = 1;  // with all that it holds
+  MayRemove mayRemove = {};   // what of it may go for good; empty: all
 };
 
 // The deletions that a run has found on one side and carries out at its end: after all copies, and only when the brake

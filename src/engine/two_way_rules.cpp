@@ -1,5 +1,7 @@
 #include "engine/two_way_rules.h"
 
+#include <cerrno>
+
 #include "engine/copy_rule.h"
 #include "engine/folder_flags.h"
 #include "engine/folder_proof.h"
@@ -225,7 +227,25 @@ std::string TwoWayRules::relativeFolder(const FrameStack& at) const {
   return path.size() > from_.path.size() ? path.substr(from_.path.size() + 1) : std::string();
 }
 
+void TwoWayRules::noteMount(FrameStack& at, const WalkEntry& entry) {
+  const std::uint64_t device = entry.source.identity.device;
+  if (device != at.top().sourceStatus().identity.device) from_.mounts[at.sourcePlace(entry.name).path] = device;
+}
+
+// A volume that was pulled away since the walk there leaves an empty folder, or none, which must not be filled.
+bool TwoWayRules::isGoneMount(const FrameStack& at, const WalkEntry& entry) const {
+  if (to_.mounts.empty()) return false;
+  const auto mount = to_.mounts.find(at.destinationPlace(entry.destinationName).path);
+  if (mount == to_.mounts.end()) return false;
+  return !entry.standing || entry.standing->identity.device != mount->second;
+}
+
 WalkVerdict TwoWayRules::folderFound(FrameStack& at, const WalkEntry& entry) {
+  noteMount(at, entry);
+  if (isGoneMount(at, entry)) {
+    failed(at, entry, {"carry back into", entry.name, ESTALE});
+    return WalkVerdict::kSettled;
+  }
   if (entry.standing && entry.standing->type == FileType::kFolder) return WalkVerdict::kGoOn;
   if (entry.standing) {
     const PresentVerdict verdict = decidePresent(questionOf(entry));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,6 +28,8 @@ struct TwoWaySide {
   std::string path;            // as the job spells it
   PendingDeletions deletions;  // due on this side
   std::uint64_t entries = 0;   // that this side holds, as far as the walk has seen them
+  // The devices of mounts below the root, by path, as the walk has found them on this side.
+  std::map<std::string, std::uint64_t> mounts = {};
 };
 
 // What a two-way job does in its walks, in one direction at a time: keeps the synced-entries lists and folder flags of
@@ -90,6 +93,8 @@ class TwoWayRules : public WalkRules {
   void complain(const char* what, const std::string& path, const Error& error);
 
   [[nodiscard]] bool isDeletionDue(const FrameStack& at, const WalkEntry& entry) const;
+  void noteMount(FrameStack& at, const WalkEntry& entry);
+  [[nodiscard]] bool isGoneMount(const FrameStack& at, const WalkEntry& entry) const;
   WalkVerdict addDeletion(FrameStack& at, const WalkEntry& entry, std::uint64_t entries);
   [[nodiscard]] std::string relativeFolder(const FrameStack& at) const;
   std::optional<std::string> oldNameOf(FrameStack& at, const WalkEntry& entry);

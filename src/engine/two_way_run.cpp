@@ -1,6 +1,7 @@
 #include "engine/two_way_run.h"
 
 #include <cerrno>
+#include <memory>
 
 #include "engine/directory_walk.h"
 #include "engine/folder_path.h"
@@ -106,9 +107,10 @@ Result<void> TwoWayRun::confirm(int folder, const std::string& path, int otherFo
   SyncedEntries listed(run_.files, path), listedThere(run_.files, otherPath);
   LUMISK_CHECK(listed.read(folder));
   LUMISK_CHECK(listedThere.read(otherFolder));
-  std::erase_if(due, [&](const PendingDeletion& one) {
-    return !isStillProven(one, folder, path, otherFolder, listed, listedThere);
-  });
+  std::vector<PendingDeletion> proven;
+  for (PendingDeletion& one : due)
+    if (prove(one, folder, path, otherFolder, listed, listedThere)) proven.push_back(std::move(one));
+  due = std::move(proven);
   for (const PendingDeletion& one : due) {
     listed.deleteFileInArrayList(one.name);
     listedThere.deleteFileInArrayList(one.name);
@@ -117,8 +119,9 @@ Result<void> TwoWayRun::confirm(int folder, const std::string& path, int otherFo
   return writeKeepingDate(run_.files, listedThere, otherFolder);
 }
 
-bool TwoWayRun::isStillProven(const PendingDeletion& deletion, int folder, const std::string& path, int otherFolder,
-                              const SyncedEntries& listed, const SyncedEntries& listedThere) {
+// Once more. What comes into a proven folder from here on stays, with that folder.
+bool TwoWayRun::prove(PendingDeletion& deletion, int folder, const std::string& path, int otherFolder,
+                      const SyncedEntries& listed, const SyncedEntries& listedThere) {
   const auto standing = run_.files.status(folder, deletion.name);
   if (!standing || !isSameState(*standing, deletion.standing)) return false;
   const auto there = run_.files.status(otherFolder, deletion.name);
@@ -130,9 +133,10 @@ bool TwoWayRun::isStillProven(const PendingDeletion& deletion, int folder, const
   question.lastCompleted = run_.lastCompletedIn(path);
   if (decideMissing(question) != MissingVerdict::kDelete) return false;
   if (standing->type != FileType::kFolder) return true;
-  const auto proof =
-      FolderProof(run_, *question.lastCompleted).entriesOf(folder, deletion.name, paths::join(path, deletion.name));
-  return proof && proof->has_value();
+  const auto proof = std::make_shared<FolderProof>(run_, *question.lastCompleted);
+  const auto entries = proof->entriesOf(folder, deletion.name, paths::join(path, deletion.name));
+  deletion.mayRemove = [proof](const FileStatus& found) { return proof->hasProven(found); };
+  return entries && entries->has_value();
 }
 
 }  // namespace lumisk

@@ -40,8 +40,8 @@ class TwoWayRun {
   void settleDeletions(TwoWaySide& side, const TwoWaySide& other);
   Result<void> confirm(int folder, const std::string& path, int otherFolder, const std::string& otherPath,
                        std::vector<PendingDeletion>& due);
-  bool isStillProven(const PendingDeletion& deletion, int folder, const std::string& path, int otherFolder,
-                     const SyncedEntries& listed, const SyncedEntries& listedThere);
+  bool prove(PendingDeletion& deletion, int folder, const std::string& path, int otherFolder,
+             const SyncedEntries& listed, const SyncedEntries& listedThere);
 
   RunState& run_;
   Trash& trash_;

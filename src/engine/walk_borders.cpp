@@ -3,6 +3,7 @@
 #include "engine/copy_rule.h"
 #include "platform/mount_table.h"
 #include "platform/trash.h"
+#include "platform/trash_finder.h"
 
 namespace lumisk {
 namespace {
@@ -30,9 +31,17 @@ const char* whyNotWalked(const std::string& name) {
 
 const char* WalkBorders::whyNotWalked(const FileStatus& folder, const std::optional<FileIdentity>& parent) {
   if (destinations_.count(folder.identity) != 0) return "a target of this job";
+  if (parent && isHomeTrash(folder.identity)) return "trash";
   const bool isSameFileSystem = parent && parent->device == folder.identity.device;
   if (!isSameFileSystem && isPseudo(folder.identity.device)) return "a file system without files";
   return nullptr;
+}
+
+// Looked for again while there is none: the run itself may make it.
+bool WalkBorders::isHomeTrash(const FileIdentity& folder) {
+  if (!homeTrash_)
+    if (const auto found = homeTrashIdentity(files_)) homeTrash_ = *found;
+  return homeTrash_ == folder;
 }
 
 bool WalkBorders::isPseudo(std::uint64_t device) {

@@ -18,16 +18,23 @@ namespace lumisk {
 
 class WalkBorders {
  public:
+  explicit WalkBorders(FileCalls& files) : files_(files) {}
   // A folder that this run writes into: it is not walked as a part of a source.
   void addDestination(const FileIdentity& folder) { destinations_.insert(folder); }
   void forgetDestinations() { destinations_.clear(); }
-  // By what an open folder is; `parent`: the folder it was found in, if any.
+  // By what an open folder is; `parent`: the folder it was found in, if any. A root of the job is meant as it is, even
+  // where it is the home trash.
   [[nodiscard]] const char* whyNotWalked(const FileStatus& folder, const std::optional<FileIdentity>& parent);
+
+  // The home trash has a name that other folders may have, too.
+  [[nodiscard]] bool isHomeTrash(const FileIdentity& folder);
 
  private:
   [[nodiscard]] bool isPseudo(std::uint64_t device);
 
+  FileCalls& files_;
   std::set<FileIdentity> destinations_;
+  std::optional<FileIdentity> homeTrash_;
   std::optional<std::set<std::uint64_t>> pseudoDevices_;  // read when first needed
 };
 

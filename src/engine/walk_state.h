@@ -23,7 +23,7 @@ struct WalkState {
   WalkRules& rules;
   FrameStack stack{run.files};
   WalkReport report{run, stack};
-  WalkBorders borders;
+  WalkBorders borders{run.files};
   HardLinkMap hardLinks;
   TimeGranularities granularities{run.files};
   bool wroteAnything = false;

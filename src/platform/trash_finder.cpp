@@ -25,6 +25,16 @@ std::string dataFolder() {
 
 }  // namespace
 
+std::string homeTrashPath() {
+  return paths::join(dataFolder(), "Trash");
+}
+
+Result<FileIdentity> homeTrashIdentity(FileCalls& files) {
+  LUMISK_TRY(const Descriptor trash, files.openRoot(homeTrashPath()));
+  LUMISK_TRY(const FileStatus status, files.statusOf(trash.get()));
+  return status.identity;
+}
+
 std::string pathOfOpenFolder(int folder) {
   std::string path(4096, '\0');
   const std::string link = "/proc/self/fd/" + std::to_string(folder);

@@ -49,6 +49,12 @@ class TrashFinder {
   const Missing missing_;
 };
 
+// Where the home trash is, whether or not there is one.
+[[nodiscard]] std::string homeTrashPath();
+// What the home trash is at the moment, in whatever folder it lies and whatever links lead there; its name tells
+// nothing. ENOENT when there is none. A mere look: makes nothing.
+[[nodiscard]] Result<FileIdentity> homeTrashIdentity(FileCalls& files);
+
 // The path by which the system knows an open folder; empty when it has none that is short enough.
 [[nodiscard]] std::string pathOfOpenFolder(int folder);
 

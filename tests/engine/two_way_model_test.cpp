@@ -8,6 +8,7 @@
 #include "engine/revision_store.h"
 #include "engine/two_way_run.h"
 #include "support/faulty_file_calls.h"
+#include "support/mounted_volume.h"
 #include "support/own_home.h"
 #include "support/run_fixture.h"
 
@@ -269,6 +270,7 @@ TEST(TwoWayModel, FailingReads_DeleteNothing) {
 class TwoWayDeletion : public ::testing::Test {
  protected:
   void put(const std::string& path, const std::string& text) {
+    fs::create_directories(fs::path(job.tree / path).parent_path());
     writeFile(job.tree / path, text);
     setModified(job.tree / path, 1'000'000'000);
   }
@@ -395,6 +397,64 @@ TEST_F(TwoWayDeletion, BeyondTheBrake_IsHeldUntilLetThrough) {
   ASSERT_TRUE(job.run());
   EXPECT_EQ(job.counts.deleted, 25U);
   EXPECT_EQ(job.side("s"), job.side("t"));
+}
+
+// What comes into a folder after the proof is no part of it.
+TEST_F(TwoWayDeletion, OfAFolderThatIsFilledMeanwhile_TakesOnlyWhatWasProven) {
+  for (const char* late : {"added", "inner", "other"}) {
+    fs::create_directories(job.tree / "s/d/e");
+    put("s/d/a", "text 1");
+    fs::create_hard_link(job.tree / "s/d/a", job.tree / "s/d/e/other");
+    put("s/d/e/inner", "text 2");
+    job.info.bMoveFileTrash = false;
+    ASSERT_TRUE(job.run());
+    fs::remove_all(job.tree / "t/d");
+    job.prepare = [&](FaultyFileCalls& files) {
+      files.before(FileCall::kRemoveFile, [&] { writeFile(job.tree / "s/d/e/" + late, "text late"); }, {.name = "a"});
+    };
+    EXPECT_FALSE(job.run()) << job.log;
+    job.prepare = nullptr;
+    ASSERT_TRUE(job.run()) << job.log;
+    EXPECT_EQ(job.side("s")[std::string("/d/e/") + late], "text late") << late;
+    EXPECT_EQ(job.side("t"), job.side("s"));
+    fs::remove_all(job.tree / "t/d");
+    ASSERT_TRUE(job.run()) << job.log;
+    EXPECT_TRUE(job.side("s").empty()) << show(job.side("s"));
+  }
+}
+
+// The home trash is known by what it is: a side may hold a copy of it from before, or be told to delete all around it.
+TEST_F(TwoWayDeletion, AroundTheHomeTrash_LeavesItAlone) {
+  put("s/.local/share/Trash/files/f", "text 1");
+  put("s/work/Trash/f", "text 2");
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.side("t"), job.side("s"));
+  put("t/.local/share/Trash/files/g", "text 3");
+  const OwnHome home(job.tree / "s");
+  ASSERT_TRUE(job.run()) << job.log;
+  EXPECT_FALSE(exists(job.tree / "s/.local/share/Trash/files/g"));
+  fs::remove_all(job.tree / "t/.local");
+  fs::remove_all(job.tree / "t/work/Trash");
+  job.info.bMoveFileTrash = false;
+  ASSERT_TRUE(job.run()) << job.log;
+  EXPECT_EQ(readFile(job.tree / "s/.local/share/Trash/files/f"), "text 1");
+  EXPECT_FALSE(exists(job.tree / "s/work/Trash"));
+  EXPECT_FALSE(exists(job.tree / "t/.local/share/Trash"));
+}
+
+TEST_F(TwoWayDeletion, MountThatGoesBetweenTheWalks_IsNotFilled) {
+  fs::create_directory(job.tree / "s/m");
+  const std::string mount = job.tree / "s/m";
+  if (!runQuietly("mount -t tmpfs -o size=1M none '" + mount + "'")) GTEST_SKIP() << "nothing can be mounted here";
+  put("s/m/a", "text 1");
+  put("s/z", "text 2");
+  put("t/m/b", "text 3");
+  job.prepare = [&](FaultyFileCalls& files) {
+    files.before(FileCall::kRename, [&] { runQuietly("umount -l '" + mount + "'"); }, {.name = "z"});
+  };
+  EXPECT_FALSE(job.run()) << job.log;
+  EXPECT_TRUE(fs::is_empty(mount));
+  EXPECT_TRUE(exists(job.tree / "t/m/a"));
 }
 
 // Where the file system knows neither hard links nor exchanges the loser of a conflict is moved away first. A crash
