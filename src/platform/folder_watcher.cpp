@@ -51,6 +51,7 @@ void FolderWatcher::readEvents() {
     handle({event->wd, event->mask, event->len == 0 ? std::string_view() : std::string_view(event->name)});
     at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
   }
+  around_ = {};
 }
 
 void FolderWatcher::handle(const Event& event) {
@@ -244,6 +245,7 @@ void FolderWatcher::setUnreached(Index node, bool isUnreached) {
 }
 
 void FolderWatcher::forgetBelow(Index node) {
+  around_ = {};
   const auto nodes = tree_.subtree(node);
   for (auto each = nodes.rbegin(); each != nodes.rend(); ++each) {
     dropWatch(*each);

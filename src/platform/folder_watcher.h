@@ -79,7 +79,7 @@ class FolderWatcher {
   void await(Index node);
   void scan(Index node);
   void cannotOpen(Index node, int code);
-  [[nodiscard]] bool isIn(Index parent, int folder) const;
+  Descriptor open(Index node, const std::string& path);
   bool watch(Index node, int folder);
   bool takePlaceOfKnown(Index node, int watch);
   [[nodiscard]] bool leadsTo(const std::string& path, int watch);
@@ -112,6 +112,11 @@ class FolderWatcher {
   std::vector<MountEntry> mounts_;
   std::unordered_set<std::string> pseudoMounts_;
   std::vector<char> listBuffer_;
+  // The folder around the one that was scanned last; closed when nothing is scanned, so that it holds no mount.
+  struct {
+    Index node = WatchedTree::kNone;
+    Descriptor folder;
+  } around_;
 };
 
 }  // namespace lumisk

@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::uint32_t kMask = IN_ATTRIB | IN_CLOSE_WRITE | IN_CREATE | IN_DELETE | IN_MODIFY | IN_MOVED_FROM |
                                 IN_MOVED_TO | IN_MOVE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
+constexpr int kOpenFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
 constexpr auto kSlice = std::chrono::milliseconds(20);
 constexpr std::size_t kFoldersBetweenLooks = 64;
 constexpr std::size_t kListBuffer = std::size_t{64} * 1024;
@@ -26,18 +27,17 @@ constexpr std::size_t kLongestPath = 4000;  // less than PATH_MAX
 
 // A folder by a path of any length.
 Descriptor openFolder(const std::string& path, int lastFlags) {
-  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
   int at = AT_FDCWD;
   Descriptor reached;
   std::size_t begin = 0;
   while (path.size() - begin > kLongestPath) {
     const std::size_t end = path.rfind('/', begin + kLongestPath);
-    reached = Descriptor(::openat(at, path.substr(begin, end - begin).c_str(), kFlags));
+    reached = Descriptor(::openat(at, path.substr(begin, end - begin).c_str(), kOpenFlags));
     if (!reached.isOpen()) return reached;
     at = reached.get();
     begin = end + 1;
   }
-  return Descriptor(::openat(at, path.c_str() + begin, kFlags | lastFlags));
+  return Descriptor(::openat(at, path.c_str() + begin, kOpenFlags | lastFlags));
 }
 
 bool isGone(int code) {
@@ -80,12 +80,16 @@ struct FolderWatcher::Listing {
 bool FolderWatcher::scanSome() {
   const auto end = std::chrono::steady_clock::now() + kSlice;
   for (std::size_t done = 0; !waiting_.empty(); ++done) {
-    if (done % kFoldersBetweenLooks == kFoldersBetweenLooks - 1 && std::chrono::steady_clock::now() > end) return true;
+    if (done % kFoldersBetweenLooks == kFoldersBetweenLooks - 1 && std::chrono::steady_clock::now() > end) {
+      around_ = {};
+      return true;
+    }
     const Index node = waiting_.back();
     waiting_.pop_back();
     if (tree_[node].isWaiting) scan(node);
   }
   waiting_.shrink_to_fit();
+  around_ = {};
   return false;
 }
 
@@ -101,10 +105,9 @@ void FolderWatcher::scan(Index node) {
   --tallyOf(node).waiting;
   const std::string path = tree_.pathOf(node);
   const auto root = roots_.find(node);
-  const Descriptor folder = openFolder(path, root == roots_.end() ? O_NOFOLLOW : 0);
+  const Descriptor folder = open(node, path);
   struct stat status {};
   if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0) return cannotOpen(node, errno);
-  if (root == roots_.end() && !isIn(tree_[node].parent, folder.get())) return cannotOpen(node, ENOENT);
   setUnreached(node, false);
   tree_[node].inode = status.st_ino;
   if (root != roots_.end()) {
@@ -113,6 +116,26 @@ void FolderWatcher::scan(Index node) {
   }
   if (!watch(node, folder.get())) return;
   if (tree_[node].isRescanned || roots_[tree_.rootOf(node)].isRecursive) list(node, folder.get(), path);
+}
+
+// In the folder around it. The tree lags behind the disk: a path may lead to another folder by now. Whatever has been
+// renamed or removed, an event that tells of it is still to come, and decides about what cannot be reached until then.
+Descriptor FolderWatcher::open(Index node, const std::string& path) {
+  const Index parent = tree_[node].parent;
+  if (parent == WatchedTree::kNone) return openFolder(path, 0);
+  if (around_.node != parent) {
+    around_ = {};
+    const bool isRoot = tree_[parent].parent == WatchedTree::kNone;
+    Descriptor folder = openFolder(tree_.pathOf(parent), isRoot ? 0 : O_NOFOLLOW);
+    if (!folder.isOpen()) return folder;
+    struct stat status {};
+    if (::fstat(folder.get(), &status) != 0 || status.st_ino != tree_[parent].inode) {
+      errno = ENOENT;
+      return {};
+    }
+    around_ = {parent, std::move(folder)};
+  }
+  return Descriptor(::openat(around_.folder.get(), tree_[node].name.c_str(), kOpenFlags | O_NOFOLLOW));
 }
 
 void FolderWatcher::cannotOpen(Index node, int code) {
@@ -127,13 +150,6 @@ void FolderWatcher::cannotOpen(Index node, int code) {
   } else {
     cannotWatch(node);
   }
-}
-
-// The tree lags behind the disk: a path may lead to another folder by now. Whatever has been renamed or removed, an
-// event that tells of it is still to come, and decides about what cannot be reached until then.
-bool FolderWatcher::isIn(Index parent, int folder) const {
-  struct stat status {};
-  return ::fstatat(folder, "..", &status, AT_SYMLINK_NOFOLLOW) == 0 && status.st_ino == tree_[parent].inode;
 }
 
 // False when the node is no more: the folder is known under another.
