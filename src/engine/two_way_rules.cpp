@@ -243,7 +243,7 @@ bool TwoWayRules::isGoneMount(const FrameStack& at, const WalkEntry& entry) cons
 WalkVerdict TwoWayRules::folderFound(FrameStack& at, const WalkEntry& entry) {
   noteMount(at, entry);
   if (isGoneMount(at, entry)) {
-    failed(at, entry, {"carry back into", entry.name, ESTALE});
+    failed(at, entry, Error{"carry back into", entry.name, ESTALE, {}});
     return WalkVerdict::kSettled;
   }
   if (entry.standing && entry.standing->type == FileType::kFolder) return WalkVerdict::kGoOn;
