@@ -7,6 +7,7 @@
 #include "engine/info_files.h"
 #include "engine/walk_borders.h"
 #include "platform/paths.h"
+#include "platform/trash_finder.h"
 #include "platform/workspace.h"
 
 namespace lumisk {
@@ -141,6 +142,7 @@ std::vector<ListenedPart> createSourceArrayFromListenedDir(const std::vector<std
                                                            bool dealsPackages) {
   std::vector<ListenedPart> parts;
   for (const std::string& folder : folders) {
+    if (paths::isInside(folder, homeTrashPath())) continue;
     for (std::size_t i = 0; i < places.size(); ++i) {
       const auto below = partOf(folder, places[i], isSync(type));
       const auto part = below ? walkedPart(*below, dealsPackages) : std::nullopt;
@@ -167,6 +169,7 @@ std::vector<ListenedPart> prunedParts(std::vector<ListenedPart> parts) {
 bool isIgnoredEvent(const std::string& target, const std::string& folder, std::string_view name) {
   const std::string text(name);
   if (isNeverWalked(text) || isInfoFileName(name)) return true;
+  if (paths::isInside(paths::join(folder, text), homeTrashPath())) return true;
   return text == kRevisionFolder && isSamePath(folder, target);
 }
 

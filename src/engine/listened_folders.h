@@ -11,7 +11,7 @@
 namespace lumisk {
 
 // Which folders a real-time job listens to, and what a changed folder is to the job. Pure functions of paths, by whole
-// components; a "/" at the end of a path means nothing.
+// components; a "/" at the end of a path means nothing. What lies in the home trash is never a matter of a job.
 
 // A source of a job and the place that a full run carries it to.
 struct ListenedPlace {

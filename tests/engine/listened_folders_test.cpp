@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/own_home.h"
+
 namespace lumisk::test {
 namespace {
 
@@ -93,6 +95,18 @@ TEST_F(ListenedFoldersTest, OwnFiles_AreNoEvents) {
   EXPECT_TRUE(isIgnoredEvent("/t", "/t", "Revision"));
   EXPECT_FALSE(isIgnoredEvent("/t", "/s/docs", "Revision"));
   EXPECT_FALSE(isIgnoredEvent("/t", "/s/docs", "a.txt"));
+}
+
+TEST(HomeTrash, IsListenedToNowhere) {
+  const OwnHome home("/s/anna");
+  const std::vector<ListenedPlace> places{{"/s", "/t/s"}};
+  for (const char* folder : {"/s/anna/.local/share/Trash", "/s/anna/.local/share/Trash/files/"}) {
+    EXPECT_TRUE(isIgnoredEvent("/t", folder, "a.txt"));
+    EXPECT_TRUE(createSourceArrayFromListenedDir({folder}, places, JobType::kBackup, false).empty());
+  }
+  EXPECT_TRUE(isIgnoredEvent("/t", "/s/anna/.local/share", "Trash"));
+  EXPECT_FALSE(isIgnoredEvent("/t", "/s/anna", "Trash"));
+  EXPECT_EQ(createSourceArrayFromListenedDir({"/s/anna/Trash"}, places, JobType::kBackup, false).size(), 1U);
 }
 
 }  // namespace
