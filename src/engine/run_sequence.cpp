@@ -6,7 +6,6 @@
 
 #include "engine/folder_path.h"
 #include "engine/full_path.h"
-#include "engine/revision_numbering.h"
 #include "engine/type_filter.h"
 #include "jobs/job_checks.h"
 #include "platform/paths.h"
@@ -26,13 +25,6 @@ bool isOnFixedVolume(const std::string& path) {
 
 bool isFolder(FileCalls& files, const std::string& path) {
   return files.openRoot(path).has_value();
-}
-
-// Links to folders are followed, as the walk does.
-Result<FileStatus> standingAt(FileCalls& files, const std::string& path) {
-  if (const auto folder = files.openRoot(path)) return files.statusOf(folder->get());
-  LUMISK_TRY(const Descriptor parent, files.openRoot(paths::parent(path)));
-  return files.status(parent.get(), paths::lastComponent(path));
 }
 
 constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
@@ -291,7 +283,6 @@ void RunSequence::walkSources() {
     run_.log.write("%s\n", kSeparator.c_str());
     run_.log.write("%s: Synchronization started\n", run_.info.name.c_str());
   }
-  noteCopies();
   for (const Pair& pair : pairs_) {
     if (run_.mustStop()) return;
     walkSource(pair);
@@ -334,10 +325,6 @@ void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind)
                    shown(destination.error().path).c_str());
     return run_.noteError(RunError::kDirectoryCreation);
   }
-  if (isAnothersCopy(*destination))
-    return noteTargetProblem(*destination, "the path \"" + shown(*destination) +
-                                               "\" already holds something else of this job: the target cannot tell " +
-                                               "their names apart");
   if (deletions_) deletions_->carry(target.path, {pair.source, *destination});
   const bool asUnit = run_.info.bDealPackage && kind == SourceKind::kFolder &&
                       workspace::isPackageName(paths::lastComponent(pair.source));
@@ -345,31 +332,8 @@ void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind)
   run_.m_nFilterCount += asUnit ? 1 : 0;
   const bool walked = carry(paths::join(pair.source, pair.part), target, paths::join(*destination, pair.part));
   run_.m_nFilterCount -= asUnit ? 1 : 0;
-  (void)isAnothersCopy(*destination);
   // A source that could not be walked at all must not pass for one that has been carried.
   if (!walked && !run_.mustStop() && run_.counts.errors == errorsBefore) run_.noteError(RunError::kFileCopy);
-}
-
-// Remembers what stands there as this path's. A target itself may be filled by several sources, and of a file with
-// several names each may be a copy of its own.
-bool RunSequence::isAnothersCopy(const std::string& destination) {
-  const auto& targets = run_.info.targetPaths;
-  if (std::find(targets.begin(), targets.end(), destination) != targets.end()) return false;
-  const auto found = standingAt(run_.files, destination);
-  if (!found || (found->type != FileType::kFolder && found->links > 1)) return false;
-  const auto [known, isNew] = copies_.try_emplace(found->identity, destination);
-  return !isNew && known->second != destination;
-}
-
-// Also those of sources that this run leaves out.
-void RunSequence::noteCopies() {
-  const auto& info = run_.info;
-  for (const std::string& target : info.targetPaths) (void)isAnothersCopy(paths::join(target, kRevisionFolderName));
-  for (std::size_t k = 0; k < info.sourcePaths.size(); ++k) {
-    const Pair pair{info.sourcePaths[k], targetOf(info, k), {}};
-    const auto kind = checkSource(run_.files, pair.source);
-    (void)isAnothersCopy(oppositeOf(pair, kind.value_or(SourceKind::kFolder)));
-  }
 }
 
 bool RunSequence::carry(const std::string& source, RunTarget& target, const std::string& destination) {

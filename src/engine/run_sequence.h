@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -79,8 +78,6 @@ class RunSequence {
   [[nodiscard]] DeletionScope deletionScope() const;
   [[nodiscard]] bool isKnownSource(const std::string& source);
   bool carry(const std::string& source, RunTarget& target, const std::string& destination);
-  [[nodiscard]] bool isAnothersCopy(const std::string& destination);
-  void noteCopies();
   bool passesFilter(const std::string& source);
   Result<std::string> prepareDestination(const Pair& pair, SourceKind kind);
   [[nodiscard]] std::string oppositeOf(const Pair& pair, SourceKind kind) const;
@@ -113,7 +110,6 @@ class RunSequence {
   std::optional<PlaceChecks> places_;
   std::unique_ptr<BackupDeletions> deletions_;  // of a backup that follows them
   std::vector<Pair> pairs_;
-  std::map<FileIdentity, std::string> copies_;  // where sources were carried to
   RunResult result_;
   RunReport& report_;  // result_'s
   bool lastProblemWasTarget_ = false;

@@ -157,19 +157,6 @@ TEST_F(RunTest, TargetThatKeepsNoPermissions_LeavesTheSourcesFoldersTheirs) {
 
 // Where sources go.
 
-// As on a file system that takes "Docs" and "docs" for one name.
-TEST_F(RunTest, TwoSourcesThatBecomeOneAtTheTarget_LoseNothingToEachOther) {
-  makeTree(f.tree.path(), {{"other", Dir{{"Source", Dir{{"c.txt", File{"c"}}}}}}});
-  makeTree(f.tree / "target", {{"source", Dir{}}, {"Source", Link{"source"}}});
-  f.job.sourcePaths = {f.tree / "source", f.tree / "other/Source"};
-  f.job.nAutoDeletion = 1;
-  for (int run = 0; run < 2; ++run) {
-    const RunReport report = f.runOnce();
-    EXPECT_TRUE(report.targetProblem && !report.completed) << report.problemText << f.log();
-    ExpectSameTrees(f.tree / "source", f.tree / "target/source");
-  }
-}
-
 TEST_F(RunTest, SeveralTargets_EachSourceGoesToItsOwn) {
   makeTree(f.tree.path(), {{"other.txt", File{"file"}}, {"target2", Dir{}}});
   f.job.bMultipleTargetFolder = true;
