@@ -61,17 +61,6 @@ Result<std::string> setAside(const std::string& path) {
   return name;
 }
 
-// One lock for each path, for as long as anybody uses it.
-std::shared_ptr<std::mutex> mutexOf(const std::string& path) {
-  static std::mutex guarding;
-  static std::map<std::string, std::weak_ptr<std::mutex>> all;
-  const std::lock_guard guard(guarding);
-  std::erase_if(all, [](const auto& entry) { return entry.second.expired(); });
-  auto mutex = all[path].lock();
-  if (!mutex) all[path] = mutex = std::make_shared<std::mutex>();
-  return mutex;
-}
-
 // File systems count time in steps: a file that changed a moment ago may change again and look the same.
 bool isSettled(const FileStamp& stamp) {
   constexpr std::chrono::seconds kCoarsestStep(2);
@@ -101,11 +90,27 @@ class UserDefaults::Ownership {
   Descriptor lock_;  // the lock goes with it
 };
 
-UserDefaults::UserDefaults(std::string path) : path_(std::move(path)), mutex_(mutexOf(path_)) {}
+struct UserDefaults::Shared {
+  std::mutex mutex;
+  std::weak_ptr<Ownership> ownership;
+
+  // One for each path, for as long as anybody uses it.
+  static std::shared_ptr<Shared> of(const std::string& path) {
+    static std::mutex guarding;
+    static std::map<std::string, std::weak_ptr<Shared>> all;
+    const std::lock_guard guard(guarding);
+    std::erase_if(all, [](const auto& entry) { return entry.second.expired(); });
+    auto shared = all[path].lock();
+    if (!shared) all[path] = shared = std::make_shared<Shared>();
+    return shared;
+  }
+};
+
+UserDefaults::UserDefaults(std::string path) : path_(std::move(path)), shared_(Shared::of(path_)) {}
 
 UserDefaults UserDefaults::inMemory(PropertyList::Dictionary values) {
   UserDefaults defaults;
-  defaults.mutex_ = std::make_shared<std::mutex>();
+  defaults.shared_ = std::make_shared<Shared>();
   defaults.loaded_ = std::make_shared<Loaded>();
   defaults.loaded_->values = std::move(values);
   return defaults;
@@ -116,14 +121,14 @@ std::string UserDefaults::standardPath() {
 }
 
 Result<PropertyList> UserDefaults::object(const std::string& key) {
-  const std::lock_guard guard(*mutex_);
+  const std::lock_guard guard(shared_->mutex);
   LUMISK_CHECK(refresh());
   const auto found = loaded_->values.find(key);
   return found == loaded_->values.end() ? PropertyList() : found->second;
 }
 
 Result<PropertyList::Dictionary> UserDefaults::objects() {
-  const std::lock_guard guard(*mutex_);
+  const std::lock_guard guard(shared_->mutex);
   LUMISK_CHECK(refresh());
   return loaded_->values;
 }
@@ -137,7 +142,7 @@ Result<void> UserDefaults::removeObject(const std::string& key) {
 }
 
 Result<void> UserDefaults::change(const std::function<void(PropertyList::Dictionary&)>& edit) {
-  const std::lock_guard guard(*mutex_);
+  const std::lock_guard guard(shared_->mutex);
   LUMISK_CHECK(refresh());
   PropertyList::Dictionary changed = loaded_->values;
   edit(changed);
@@ -162,7 +167,7 @@ Result<void> UserDefaults::store(PropertyList list) {
 }
 
 std::vector<std::string> UserDefaults::takeWarnings() {
-  const std::lock_guard guard(*mutex_);
+  const std::lock_guard guard(shared_->mutex);
   return std::exchange(warnings_, {});
 }
 
@@ -178,33 +183,60 @@ Result<void> UserDefaults::refresh() {
     loaded_ = before;
   } else {
     loaded_ = std::make_shared<Loaded>();
-    if (!file) return {};
+    if (!file) return putBack(before.get(), "");
     auto parsed = parsePropertyList(file->bytes);
     if (!parsed || parsed->kind() != PropertyList::Kind::kDictionary)
-      return setDamagedAside(parsed ? "not a dictionary" : parsed.error().detail);
+      return setDamagedAside(file->bytes, parsed ? "not a dictionary" : parsed.error().detail, before.get());
     loaded_->values = std::move(parsed->mutableDictionary());
   }
   loaded_->readFrom(std::move(*file));
   return {};
 }
 
-Result<void> UserDefaults::setDamagedAside(const std::string& why) {
+// By its owner only: another process may be replacing the file, or have put it right since it was read.
+Result<void> UserDefaults::setDamagedAside(const std::string& bytes, const std::string& why, const Loaded* lastKnown) {
+  auto ownership = shared_->ownership.lock();
+  if (!ownership) {
+    auto taken = takeOwnership();
+    if (!taken && taken.error().code == EWOULDBLOCK)
+      return fail("read", path_, 0, "damaged, and left to the instance that owns it: " + why);
+    if (!taken) return fail(taken.error());
+    ownership = std::move(*taken);
+    lastKnown = nullptr;  // others may have changed them since
+    const auto again = loadFile(path_);
+    if (!again || again->bytes != bytes) return refresh();
+  }
   LUMISK_TRY(const auto real, followLinks(path_));
   LUMISK_TRY(const auto aside, setAside(real));
-  warnings_.push_back(fmt::format("{}: damaged, kept as {}: {}", displayText(path_), displayText(aside), why));
-  return {};
+  return putBack(lastKnown, fmt::format("damaged, kept as {}: {}", displayText(aside), why));
+}
+
+// What the owner last knew is what was stored: nobody else writes. `damage` is empty of a file that has been removed.
+Result<void> UserDefaults::putBack(const Loaded* lastKnown, const std::string& damage) {
+  const bool isKnown = lastKnown && !lastKnown->values.empty() && !shared_->ownership.expired();
+  const std::string what = damage.empty() ? "removed" : damage;
+  if (isKnown || !damage.empty())
+    warnings_.push_back(displayText(path_) + ": " + what + (isKnown ? "; written again as last known" : ""));
+  return isKnown ? store(lastKnown->values) : Result<void>();
 }
 
 Result<std::shared_ptr<UserDefaults::Ownership>> UserDefaults::own() {
   if (path_.empty()) return fail("own the settings", "", ENOTSUP);
   LUMISK_CHECK(makeFolders(paths::parent(path_)));
+  const std::lock_guard guard(shared_->mutex);
+  return takeOwnership();
+}
+
+Result<std::shared_ptr<UserDefaults::Ownership>> UserDefaults::takeOwnership() {
   const std::string path = path_ + ".lock";
   Descriptor lock(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kFileMode));
   if (!lock.isOpen()) return fail("open the lock", path, errno);
   while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EINTR) return fail("lock", path, errno);
   }
-  return std::make_shared<Ownership>(std::move(lock));
+  auto ownership = std::make_shared<Ownership>(std::move(lock));
+  shared_->ownership = ownership;
+  return ownership;
 }
 
 }  // namespace lumisk

@@ -15,9 +15,11 @@ inline constexpr const char* kDefaultsDomain = "com.qelcorporation.lumisk";
 // The application's stored settings: one dictionary in <home>/Library/Preferences/<domain>.plist. Reads see what is on
 // disk (the file is read again when it changed); every change is written through, atomically and durably, before it
 // returns, and never replaces a file that was not read whole. A file that does not parse is set aside under a dated
-// name beside it, reported by takeWarnings(), and the settings start empty; a file that cannot be read (permissions,
-// I/O) is left alone and every call fails. All methods may be called from any thread, and several objects of one path
-// are as good as one. Between processes, whoever owns the store holds its lock.
+// name beside it, reported by takeWarnings(), and the settings start empty, unless this process owns them: then they
+// are written again as it last knew them, also when the file has been removed. While another process owns them a
+// damaged file is left to that one, and every call fails; so it does for a file that cannot be read (permissions, I/O).
+// All methods may be called from any thread, and several objects of one path are as good as one. Between processes,
+// whoever owns the store holds its lock.
 class UserDefaults {
  public:
   explicit UserDefaults(std::string path);
@@ -43,13 +45,16 @@ class UserDefaults {
 
  private:
   struct Loaded;
+  struct Shared;
   UserDefaults() = default;
   Result<void> refresh();
   Result<void> store(PropertyList list);
-  Result<void> setDamagedAside(const std::string& why);
+  Result<void> setDamagedAside(const std::string& bytes, const std::string& why, const Loaded* lastKnown);
+  Result<void> putBack(const Loaded* lastKnown, const std::string& damage);
+  Result<std::shared_ptr<Ownership>> takeOwnership();
 
   std::string path_;
-  std::shared_ptr<std::mutex> mutex_;  // of the path: also held by its other objects in this process
+  std::shared_ptr<Shared> shared_;  // with the other objects of the path in this process
   std::shared_ptr<Loaded> loaded_;
   std::vector<std::string> warnings_;
 };

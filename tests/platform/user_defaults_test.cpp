@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <fstream>
@@ -68,7 +70,7 @@ TEST(UserDefaults, DamagedFile_IsSetAsideAndTold) {
     EXPECT_TRUE(defaults.takeWarnings().empty());
     ASSERT_TRUE(defaults.setObject("x", 1));
     const auto names = test::listing(home.path());
-    ASSERT_EQ(names.size(), 2U);
+    ASSERT_EQ(names.size(), 3U);  // with the lock
     EXPECT_EQ(test::readFile(home / names[1]), damaged);
   }
 }
@@ -119,6 +121,35 @@ TEST(UserDefaults, TwoDamagedFilesInOneSecond_AreBothKept) {
   std::string kept;
   for (const auto& name : test::listing(home.path())) kept += test::readFile(home / name);
   EXPECT_EQ(kept, "123");
+}
+
+TEST(UserDefaults, DamagedOrRemovedWhileOwned_IsWrittenAgain) {
+  const TempTree home;
+  const std::string path = home / "settings.plist";
+  UserDefaults owner(path);
+  const auto owned = owner.own();
+  ASSERT_TRUE(owned);
+  ASSERT_TRUE(owner.setObject("x", 1));
+  test::writeFile(path, "<plist><dict><key>half");
+  EXPECT_EQ(owner.object("x")->integer(), 1);
+  ASSERT_EQ(::unlink(path.c_str()), 0);
+  EXPECT_EQ(owner.object("x")->integer(), 1);
+  EXPECT_EQ(owner.takeWarnings().size(), 2U);
+  EXPECT_EQ(UserDefaults(path).object("x")->integer(), 1);
+  EXPECT_EQ(test::listing(home.path()).size(), 3U) << "the damaged one is not kept";
+}
+
+TEST(UserDefaults, DamagedWhileAnotherProcessOwnsIt_IsLeftToThatOne) {
+  const TempTree home{{"settings.plist", test::File{"damaged"}}, {"settings.plist.lock", test::File{""}}};
+  const int lock = ::open((home / "settings.plist.lock").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_EQ(::flock(lock, LOCK_EX | LOCK_NB), 0);
+  UserDefaults other(home / "settings.plist");
+  EXPECT_FALSE(other.object("x"));
+  EXPECT_FALSE(other.setObject("x", 1));
+  EXPECT_EQ(test::readFile(home / "settings.plist"), "damaged");
+  ::close(lock);
+  EXPECT_TRUE(other.object("x"));
+  EXPECT_EQ(other.takeWarnings().size(), 1U);
 }
 
 TEST(UserDefaults, Ownership_IsExclusiveUntilItGoes) {
