@@ -69,12 +69,13 @@ bool setLastCompletedBegin(JobStore& jobs, std::int32_t index, const std::string
 }
 
 bool setRunEnded(JobStore& jobs, const Clock& clock, std::int32_t index, const Dictionary& keys,
-                 const std::string& completedBegin) {
+                 const std::string& completedBegin, CancelStatus cancel) {
   const bool isCompleted = CalendarDate::parse(completedBegin).has_value();
   return jobs.changeJob(index, [&](Dictionary& job) {
     for (const auto& [key, value] : keys) job[key] = value;
     job[kLastRanTimeKey] = storedDate(clock.now());
     job[kJobStatusKey] = stored(JobStatus::kCompleted);
+    if (cancel != CancelStatus::kNone) job[kCancelStatusKey] = stored(cancel);
     if (!isCompleted) return;
     job[kFirstCopyKey] = false;
     job[kLastCompletedBeginKey] = completedBegin;

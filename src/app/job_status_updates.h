@@ -27,9 +27,10 @@ bool setCancelStatus(JobStore& jobs, const Clock& clock, std::int32_t index, Can
 bool setLastCompletedBegin(JobStore& jobs, std::int32_t index, const std::string& begin);
 
 // A run ended with nothing more to say: the status and the time of the last run, and `keys`, what the run has learned
-// (below). With `completedBegin` not empty it completed, as above. One write for all of it.
+// (below). With `completedBegin` not empty it completed, as above; with kCancelled it was cancelled, also where that
+// was asked for before its start had been told. One write for all of it.
 bool setRunEnded(JobStore& jobs, const Clock& clock, std::int32_t index, const PropertyList::Dictionary& keys,
-                 const std::string& completedBegin);
+                 const std::string& completedBegin, CancelStatus cancel = CancelStatus::kNone);
 
 // What a run has learned about its job, by the keys of the stored dictionary.
 bool setRunKeys(JobStore& jobs, std::int32_t index, const PropertyList::Dictionary& keys);

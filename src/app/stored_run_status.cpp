@@ -19,6 +19,16 @@ const Dictionary& runKeys(const Dictionary& userInfo) {
   return keys == userInfo.end() ? none : keys->second.dictionary();
 }
 
+PropertyList taskOf(const PropertyList& job) {
+  return PropertyList::Array{job[kBackupFoldersKey], job[kJobTypeKey].integer32()};
+}
+
+CancelStatus cancelStatus(const Dictionary& userInfo) {
+  const auto cancelled = userInfo.find(kRunCancelledKey);
+  const bool isCancelled = cancelled != userInfo.end() && cancelled->second.boolean();
+  return isCancelled ? CancelStatus::kCancelled : CancelStatus::kNone;
+}
+
 std::string completedBegin(const Dictionary& userInfo) {
   const auto completed = userInfo.find(kRunCompletedKey);
   return completed != userInfo.end() && completed->second.boolean() ? textOf(userInfo, kRunBeginKey) : "";
@@ -55,15 +65,18 @@ StoredRunStatus::StoredRunStatus(MainLoop& loop, NotificationCenter& notificatio
 StoredRunStatus::StoredRunStatus(OnMainThread onMainThread, NotificationCenter& notifications, const Clock& clock,
                                  WithStore withStore)
     : onMainThread_(std::move(onMainThread)), withStore_(std::move(withStore)) {
-  on(notifications, kWillStartNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
+  on(notifications, kWillStartNotification, [this, &clock](JobStore& jobs, auto index, const Dictionary& userInfo) {
+    remember(jobs.job(index));
     if (isPass(userInfo)) return passStarted(jobs, index);
     setStartJobStatus(jobs, clock, index, JobStatus::kRunning, 0, textOf(userInfo, kRunBeginKey));
   });
-  on(notifications, kDidFinishNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
-    setRunEnded(jobs, clock, index, runKeys(userInfo), completedBegin(userInfo));
+  on(notifications, kDidFinishNotification, [this, &clock](JobStore& jobs, auto index, const Dictionary& userInfo) {
+    const bool isOther = isOfOtherTask(jobs.job(index));
+    const auto& keys = isOther ? Dictionary() : runKeys(userInfo);
+    setRunEnded(jobs, clock, index, keys, isOther ? "" : completedBegin(userInfo), cancelStatus(userInfo));
   });
-  on(notifications, kLearnedNotification, [](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
-    if (!runKeys(userInfo).empty()) setRunKeys(jobs, index, runKeys(userInfo));
+  on(notifications, kLearnedNotification, [this](JobStore& jobs, std::int32_t index, const Dictionary& userInfo) {
+    if (!runKeys(userInfo).empty() && !isOfOtherTask(jobs.job(index))) setRunKeys(jobs, index, runKeys(userInfo));
   });
   on(notifications, kErrorMessageNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary&) {
     setCancelStatus(jobs, clock, index, CancelStatus::kError);
@@ -71,6 +84,15 @@ StoredRunStatus::StoredRunStatus(OnMainThread onMainThread, NotificationCenter& 
   on(notifications, kUserCancelNotification, [&clock](JobStore& jobs, std::int32_t index, const Dictionary&) {
     setCancelStatus(jobs, clock, index, CancelStatus::kCancelled);
   });
+}
+
+void StoredRunStatus::remember(const PropertyList& job) {
+  tasks_.insert_or_assign(job[kUuidStringKey].text(), taskOf(job));
+}
+
+bool StoredRunStatus::isOfOtherTask(const PropertyList& job) const {
+  const auto begun = tasks_.find(job[kUuidStringKey].text());
+  return begun != tasks_.end() && begun->second != taskOf(job);
 }
 
 void StoredRunStatus::on(NotificationCenter& notifications, const char* name, const Update& update) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <map>
+#include <string>
 #include <vector>
 
 #include "jobs/job_store.h"
@@ -17,7 +19,8 @@ inline constexpr const char* kUserCancelNotification = "ProgressObjcetNotificati
 // besides the index.
 //
 // A run that did not complete sets the time of the last run, too, for display; "NSFirstCopy" and "NSLastCompletedBegin"
-// change only with one that did.
+// change only with one that did. What a run proved holds for the folders that its job had when it began: of a job that
+// was pointed elsewhere meanwhile only the end of the run is stored.
 class StoredRunStatus {
  public:
   // Has its argument done on the store, read afresh and owned; `withStore` says itself what it could not do.
@@ -32,9 +35,12 @@ class StoredRunStatus {
   using Update = std::function<void(JobStore& jobs, std::int32_t index, const PropertyList::Dictionary& userInfo)>;
   void on(NotificationCenter& notifications, const char* name, const Update& update);
   void apply(const Notification& notification, const Update& update);
+  void remember(const PropertyList& job);
+  [[nodiscard]] bool isOfOtherTask(const PropertyList& job) const;
 
   OnMainThread onMainThread_;
   WithStore withStore_;
+  std::map<std::string, PropertyList> tasks_;  // of the jobs whose runs have begun, as they were then; main thread
   std::vector<NotificationCenter::Observation> observations_;
 };
 

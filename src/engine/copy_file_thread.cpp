@@ -117,6 +117,7 @@ void copyFileThreadObject::Members::postEnd(const RunRequest& request, const Run
   guarded([&] {
     post(kDidFinishNotification, {},
          {{kRunCompletedKey, completed},
+          {kRunCancelledKey, result.report.cancelled},
           {kRunBeginKey, storedDate(request.begin)},
           {kRunJobKeysKey, result.report.jobKeys}});
   });

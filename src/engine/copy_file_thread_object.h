@@ -25,6 +25,7 @@ inline constexpr const char* kJobUuidKey = "JOBUUIDKEY";
 // begin of the run is its begin; "RUNCOMPLETED" (bool) in the finish: the whole job was carried and the data are on the
 // disk.
 inline constexpr const char* kRunCompletedKey = "RUNCOMPLETED";
+inline constexpr const char* kRunCancelledKey = "RUNCANCELLED";
 inline constexpr const char* kRunBeginKey = "RUNBEGIN";
 // "RUNPASS" (bool) in both: a pass over some folders, which is no run of the job.
 inline constexpr const char* kRunPassKey = "RUNPASS";

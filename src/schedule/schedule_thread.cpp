@@ -95,6 +95,7 @@ std::optional<scheduleThreadObject::Members::PlannedRun> scheduleThreadObject::M
   run.options = std::exchange(requested, std::nullopt);
   if (!isDue(base, now, forced, scans)) return std::nullopt;
   isRunning = true;
+  isGiven = isUnwanted = false;
   // Who asks for a run of a real-time job with options gets an ordinary one: a rehearsal must not leave the mark of a
   // first copy behind.
   if (m_currentInfo.scheduling_method == SchedulingMethod::kRealTime && !run.options) {
@@ -137,6 +138,7 @@ bool scheduleThreadObject::Members::perform(const PlannedRun& run) {
   if (run.isFirstCopy) m_copyFileThreadObject.setFirstCopy();
   const std::uint64_t request =
       run.method == CopyMethod::kNormal ? timerEvent() : m_copyFileThreadObject.setCopyMethod(run.method);
+  noteGiven();
   if (request == 0) {
     refuseRun();
   } else {
@@ -160,6 +162,18 @@ bool scheduleThreadObject::Members::waitForRun(std::uint64_t request) {
     guard.release(kWaiting);
     if (hasEnded) return true;
   }
+}
+
+// A cancel that came before the run was given to the worker would have been taken for one of an earlier run.
+void scheduleThreadObject::Members::noteGiven() {
+  std::int32_t index = -1;
+  {
+    const ConditionLock::Guard guard(m_conditionLock);
+    isGiven = true;
+    if (!std::exchange(isUnwanted, false)) return;
+    index = m_nJobIndex;
+  }
+  services.worker.notifications.post({kCancelNotification, index, {}});
 }
 
 // There is no worker's thread: the job's type has none, or it was stopped just then.

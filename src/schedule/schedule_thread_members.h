@@ -43,6 +43,7 @@ struct scheduleThreadObject::Members {
   bool perform(const PlannedRun& run);
   std::uint64_t timerEvent() { return m_copyFileThreadObject.setCopyMethod(CopyMethod::kNormal); }
   bool waitForRun(std::uint64_t request);
+  void noteGiven();
   void refuseRun();
   void giveUpRun();
   void endRun();
@@ -70,6 +71,8 @@ struct scheduleThreadObject::Members {
   bool m_bImmediateEvent = false;
   bool m_bCopyfile = false;  // a pass of the listening is under way
   bool isRunning = false;    // a run that this thread has decided on is under way
+  bool isGiven = false;      // ... and the worker has been given it: it hears of a cancel itself
+  bool isUnwanted = false;   // ... and was cancelled before that
   bool m_bTerminateThread = true;
   bool m_bThreadDied = true;
   QUORVELPREFERENCEINFOtag_SchedulePart m_currentInfo;

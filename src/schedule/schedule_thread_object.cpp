@@ -154,6 +154,7 @@ std::optional<std::uint64_t> scheduleThreadObject::requestRun(const RunOptions& 
 bool scheduleThreadObject::cancelRequestedRun() {
   Members& m = *members_;
   const ConditionLock::Guard guard(m.m_conditionLock);
+  if (m.isRunning && !m.isGiven) return m.isUnwanted = true;
   if (!m.requested) return false;
   m.requested.reset();
   m.m_bImmediateEvent = false;

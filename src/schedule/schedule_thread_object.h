@@ -41,7 +41,9 @@ class scheduleThreadObject : public RunScheduler {
   // A run as soon as it can be, with options that hold for this run only: how many runs have ended before it. Nothing
   // while one is under way or when the thread does not run.
   std::optional<std::uint64_t> requestRun(const RunOptions& options);
-  bool cancelRequestedRun();  // one that has not begun; it has ended then, cancelled
+  // A run that the worker has not been given: one that is only requested has ended then, cancelled; one that has been
+  // decided on is cancelled as it begins.
+  bool cancelRequestedRun();
   void setCopyingState(bool copying) override;
   [[nodiscard]] bool isNowCopyingFile();
   [[nodiscard]] bool isStarted();  // the thread runs and has not been asked to stop

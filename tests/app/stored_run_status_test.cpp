@@ -65,6 +65,30 @@ TEST_F(StoredRunStatusTest, WhatARunLearned_IsStored) {
   EXPECT_EQ(job(1)[kObjectNameKey].text(), "b");
 }
 
+TEST_F(StoredRunStatusTest, JobWasPointedElsewhereMeanwhile_TheRunProvesNothing) {
+  const PropertyList::Dictionary begun{{kJobUuidKey, "uuid-b"}, {kRunBeginKey, begin_}};
+  post(kWillStartNotification, {}, begun);
+  ASSERT_TRUE(store_.fetchPreferenceInfo(1, JobStore::Locking::kTake));
+  store_.m_currentInfo.targetPaths = {"/other"};
+  ASSERT_TRUE(store_.storePreferenceInfo(1));
+  auto ended = begun;
+  ended[kRunCompletedKey] = true;
+  ended[kRunJobKeysKey] = PropertyList::Dictionary{{kMarkedTargetsKey, PropertyList::Array{"/t"}}};
+  post(kLearnedNotification, {}, ended);
+  post(kDidFinishNotification, {}, ended);
+  EXPECT_TRUE(job(1)[kLastCompletedBeginKey].isNone());
+  EXPECT_TRUE(job(1)[kMarkedTargetsKey].isNone());
+  EXPECT_EQ(job(1)[kJobStatusKey].integer(), 0);
+}
+
+TEST_F(StoredRunStatusTest, CancelBeforeTheStartWasTold_IsStored) {
+  const PropertyList::Dictionary info{{kJobUuidKey, "uuid-b"}, {kRunBeginKey, begin_}, {kRunCancelledKey, true}};
+  post(kUserCancelNotification, std::int32_t{1}, info);
+  post(kWillStartNotification, {}, info);
+  post(kDidFinishNotification, {}, info);
+  EXPECT_EQ(job(1)[kCancelStatusKey].integer(), 1);
+}
+
 TEST_F(StoredRunStatusTest, FailedRun_CompletesNothing) {
   const PropertyList::Dictionary info{{kJobIndexKey, 1}, {kJobUuidKey, "uuid-b"}, {kRunBeginKey, begin_}};
   post(kWillStartNotification, {}, info);

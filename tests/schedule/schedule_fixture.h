@@ -114,6 +114,10 @@ class ScheduleFixture : public ::testing::Test {
                                   return made;
                                 },
                                 kit.home / "plugin.plist"};
+      services.worker.preference = [this, ask = services.worker.preference](const std::string& key) {
+        if (const auto once = std::exchange(onPreference, {})) once();
+        return ask(key);
+      };
       scheduler_ = std::make_unique<scheduleThreadObject>(std::move(services));
       EXPECT_TRUE(fetch());
     }
@@ -129,7 +133,8 @@ class ScheduleFixture : public ::testing::Test {
   ScopedVariable zone{"TZ", "Europe/Berlin"};
   WorkerFixture kit;
   RunGate gate{kit.center};
-  SteppedSleep* sleep = nullptr;  // of the scheduler
+  SteppedSleep* sleep = nullptr;       // of the scheduler
+  std::function<void()> onPreference;  // once, when a preference is asked for: first between decision and run
   std::unique_ptr<scheduleThreadObject> scheduler_;
 };
 

@@ -132,6 +132,20 @@ TEST_F(ScheduleThread, DuringARun_RequestsAreRefused) {
   EXPECT_TRUE(progress.isFinished);
 }
 
+TEST_F(ScheduleThread, CancelBeforeTheWorkerHasTheRun_IsNotLost) {
+  bool isTaken = false;
+  onPreference = [&] { isTaken = scheduler().cancelRequestedRun(); };
+  start();
+  scheduler().setImmediateEvent();
+  sleep->waitUntilAsleep();
+  EXPECT_TRUE(isTaken);
+  EXPECT_EQ(runs(), 1u);
+  EXPECT_TRUE(scheduler().endedRuns().last.cancelled);
+  scheduler().setImmediateEvent();
+  sleep->waitUntilAsleep();
+  EXPECT_FALSE(scheduler().endedRuns().last.cancelled) << "the next run was cancelled, too";
+}
+
 TEST_F(ScheduleThread, OtherWorkerOfTheSameName_EndsNothing) {
   start();
   gate.set(true);
