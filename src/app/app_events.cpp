@@ -78,7 +78,10 @@ void QuorvelAppObject::Members::removeOneTimeClone(const Notification& notificat
   const PropertyList clone = store.job(jobIndexOfEvent(store, notification));
   const std::string uuid = clone[kUuidStringKey].text();
   if (!isCompleted(notification) || !isOneTimeClone(clone) || uuid.empty()) return;
-  later([this, uuid] { app.deleteJobButtonActionWithOutPromptAtIndex(store.indexOfUuid(uuid)); });
+  later([this, uuid] {  // an edit may have come in between
+    const std::int32_t index = store.indexOfUuid(uuid);
+    if (isOneTimeClone(store.job(index))) app.deleteJobButtonActionWithOutPromptAtIndex(index);
+  });
 }
 
 void QuorvelAppObject::Members::runOfArrivalEnded(const Notification& notification) {
@@ -180,19 +183,41 @@ void QuorvelAppObject::checkingDestinationFolderForSync(const std::string& mount
   const auto jobs = m.store.jobs();
   std::vector<std::int32_t> triggered;
   for (std::size_t i = 0; i < jobs.size(); ++i) {
-    const auto index = static_cast<std::int32_t>(i);
-    if (!m.isTriggered(jobs[i], mountPath)) continue;
-    m.restart(index);
-    auto* const scheduler = m.m_controlObject.object(index);
-    if (scheduler && scheduler->isStarted()) triggered.push_back(index);
+    if (m.isTriggered(jobs[i], mountPath)) triggered.push_back(static_cast<std::int32_t>(i));
   }
+  m.runOnArrival(triggered, mountPath);
+}
+
+// A run that is under way may have passed by what comes; it is not cut short for that, but followed by another.
+void QuorvelAppObject::Members::runOnArrival(const std::vector<std::int32_t>& triggered, const std::string& mountPath) {
+  std::vector<std::int32_t> running, starting;
   for (const std::int32_t index : triggered) {
-    const PropertyList& job = jobs[static_cast<std::size_t>(index)];
-    m.arrived.runStarted(job[kUuidStringKey].text(), mountPath,
+    const bool isBusy = app.jobIsBusyAtIndex(index);
+    if (!isBusy) restart(index);
+    auto* const scheduler = m_controlObject.object(index);
+    if (scheduler && scheduler->isStarted()) (isBusy ? running : starting).push_back(index);
+  }
+  for (const auto* indices : {&running, &starting}) {
+    for (const std::int32_t index : *indices) {
+      const PropertyList job = store.job(index);
+      arrived.runStarted(job[kUuidStringKey].text(), mountPath,
                          job[kUnmountAfterArrivalKey].boolean() ? ArrivedVolumes::AfterRun::kIsUnmounted
                                                                 : ArrivedVolumes::AfterRun::kStays);
+    }
   }
-  for (const std::int32_t index : triggered) m.m_controlObject.setImmediateEvent(index);
+  for (const std::int32_t index : running) arrivals[store.job(index)[kUuidStringKey].text()] = mountPath;
+  for (const std::int32_t index : starting) m_controlObject.setImmediateEvent(index);
+}
+
+void QuorvelAppObject::Members::runArrivals() {
+  if (arrivals.empty()) return;
+  const auto mounts = services.mounts();
+  const auto mounted = mounts ? volumesOf(*mounts) : std::vector<std::string>();
+  for (const auto& [uuid, mountPath] : std::exchange(arrivals, {})) {
+    const std::int32_t index = store.indexOfUuid(uuid);
+    const bool isHere = std::find(mounted.begin(), mounted.end(), mountPath) != mounted.end();
+    if (index >= 0 && isHere) runOnArrival({index}, mountPath);
+  }
 }
 
 bool QuorvelAppObject::Members::isTriggered(const PropertyList& job, const std::string& mountPath) {

@@ -13,6 +13,8 @@ namespace lumisk {
 namespace {
 
 constexpr const char* kDeleteText = "Do you really want to delete this job?";
+constexpr const char* kNoListText =
+    "The stored settings hold no list of jobs. The jobs were stored again as they were.";
 constexpr const char* kCloneDoneText = "Backup has been completed.";
 
 bool isStoredAsRunning(const PropertyList& job) {
@@ -39,6 +41,7 @@ bool QuorvelAppObject::startNowButtonActionWithJobIndex(std::int32_t index) {
 bool QuorvelAppObject::stopJobAtIndex(std::int32_t index) {
   auto* const scheduler = members_->m_controlObject.object(index);
   if (!scheduler) return false;
+  members_->arrivals.erase(scheduler->jobUuid());
   if (scheduler->cancelRequestedRun()) return true;
   const bool isBusy = jobIsBusyAtIndex(index);
   if (isBusy) members_->cancelRun(index);
@@ -65,13 +68,15 @@ std::vector<std::string> QuorvelAppObject::Members::runningJobs() {
 }
 
 // A run that ended because its scheduler was stopped tells nothing of its end.
-void QuorvelAppObject::Members::noteStoppedRuns(const std::vector<std::string>& wereRunning) {
+std::vector<std::string> QuorvelAppObject::Members::noteStoppedRuns(const std::vector<std::string>& wereRunning) {
   events.drain();
+  std::vector<std::string> names;
   const std::string now = storedDate(services.schedule.worker.clock.now());
   for (const std::string& uuid : wereRunning) {
     const std::int32_t index = store.indexOfUuid(uuid);
     auto* const scheduler = schedulerOf(uuid);
     if ((scheduler && scheduler->isStarted()) || !isStoredAsRunning(store.job(index))) continue;
+    names.push_back(store.job(index)[kObjectNameKey].text());
     store.changeJob(index, [&now](PropertyList::Dictionary& stopped) {
       stopped[kJobStatusKey] = static_cast<std::int32_t>(JobStatus::kCompleted);
       stopped[kCancelStatusKey] = static_cast<std::int32_t>(CancelStatus::kCancelled);
@@ -79,6 +84,7 @@ void QuorvelAppObject::Members::noteStoppedRuns(const std::vector<std::string>& 
     });
   }
   tellTrouble();
+  return names;
 }
 
 // The job's settings have changed. What its last run has told is stored before they are read.
@@ -91,10 +97,12 @@ void QuorvelAppObject::Members::restart(std::int32_t index) {
   changed();
 }
 
-void QuorvelAppObject::Members::bringInStep() {
+std::vector<std::string> QuorvelAppObject::Members::bringInStep() {
   const auto running = runningJobs();
-  m_controlObject.bringInStep([&] { noteStoppedRuns(running); });
+  std::vector<std::string> stopped;
+  m_controlObject.bringInStep([&] { stopped = noteStoppedRuns(running); });
   changed();
+  return stopped;
 }
 
 // Enabling and disabling.
@@ -127,6 +135,9 @@ bool QuorvelAppObject::getManullyDisableAtIndex(std::int32_t index) {
 void QuorvelAppObject::freshTheJobStatus() {
   std::int32_t index = 0;
   for (const PropertyList& job : members_->store.jobs()) members_->refresh(index++, job);
+  members_->runArrivals();
+  (void)members_->services.defaults.objects();  // a file that somebody has damaged is put right
+  members_->tellTrouble();
 }
 
 void QuorvelAppObject::Members::refresh(std::int32_t index, const PropertyList& looked) {
@@ -156,7 +167,7 @@ bool QuorvelAppObject::addJob(const QUORVELPREFERENCEINFO& job) {
   const bool isStored = m.store.addPreferenceInfo(-1);
   if (isStored) {
     m.m_controlObject.reloadPreferenceInfo();
-    if (!m.m_controlObject.addObject(m.store.count() - 1)) m.bringInStep();
+    if (!m.m_controlObject.addObject(m.store.count() - 1)) (void)m.bringInStep();
     m.changed();
   }
   m.tellTrouble();
@@ -185,19 +196,19 @@ std::optional<std::string> QuorvelAppObject::Members::addSources(std::int32_t in
     return textOf(*problem);
   }
   if (!store.storePreferenceInfo(index)) return store.lastError().text();
-  bringInStep();
+  (void)bringInStep();
   return std::nullopt;
 }
 
 // The whole array in one step, then the schedulers.
-std::optional<std::string> QuorvelAppObject::Members::storeJobs(const PropertyList::Array& before,
-                                                                PropertyList::Array after) {
-  if (auto problem = problemOfJobList(before, after)) return problem;
+tl::expected<std::vector<std::string>, std::string> QuorvelAppObject::Members::storeJobs(
+    const PropertyList::Array& before, PropertyList::Array after) {
+  if (auto problem = problemOfJobList(before, after)) return tl::make_unexpected(std::move(*problem));
   const auto removed = namesOfRemovedJobs(before, after);
-  if (!store.replaceAll(before, std::move(after))) return store.lastError().text();
-  bringInStep();
+  if (!store.replaceAll(before, std::move(after))) return tl::make_unexpected(store.lastError().text());
+  auto stopped = bringInStep();
   for (const std::string& name : removed) removeFileList(name);
-  return std::nullopt;
+  return stopped;
 }
 
 bool QuorvelAppObject::deleteJobButtonActionWithIndex(std::int32_t index) {
@@ -232,7 +243,7 @@ bool QuorvelAppObject::Members::deleteJob(std::int32_t index) {
   if (isGone) {
     m_controlObject.reloadPreferenceInfo();
   } else {
-    bringInStep();
+    (void)bringInStep();
   }
   tellTrouble();
   changed();
@@ -247,17 +258,20 @@ void QuorvelAppObject::Members::removeFileList(const std::string& jobName) {
   }
 }
 
-// What runs is shown as running in the list that was read, and nothing else is.
+// What runs is shown as running in the list that was read, and nothing else is. Settings without a list say nothing
+// about the jobs: whoever wants to have none stores an empty one.
 bool QuorvelAppObject::reload() {
   Members& m = *members_;
   m.events.drain();
   const auto before = m.store.jobs();
-  m.store.reloadPreferenceInfo();
-  const bool isRead = m.store.lastError().operation.empty();
+  const bool isFound = m.store.reloadPreferenceInfo();
+  if (!isFound && !before.empty() && m.store.replaceAll({}, before))
+    m.dialogs().showAlert(kApplicationTitle, kNoListText);
+  const bool isRead = (isFound || before.empty()) && m.store.lastError().operation.empty();
   if (isRead) m.store.initializeStatus();
   m.tellTrouble();
   if (!isRead) return false;
-  m.bringInStep();
+  (void)m.bringInStep();
   for (const PropertyList& job : before) {
     auto* const scheduler = m.schedulerOf(job[kUuidStringKey].text());
     if (!scheduler || !scheduler->isNowCopyingFile() || !isStoredAsRunning(job)) continue;

@@ -21,6 +21,13 @@ Dictionary answer(const std::optional<std::string>& problem) {
   return problem ? answer(RequestResult::kRefused, *problem) : answer(RequestResult::kDone);
 }
 
+Dictionary answerOf(const tl::expected<std::vector<std::string>, std::string>& stoppedRuns) {
+  if (!stoppedRuns) return answer(RequestResult::kRefused, stoppedRuns.error());
+  Dictionary given = answer(RequestResult::kDone);
+  given[kStoppedRunsKey] = PropertyList::Array(stoppedRuns->begin(), stoppedRuns->end());
+  return given;
+}
+
 class RequestAnswer {
  public:
   RequestAnswer(QuorvelAppObject& app, QuorvelAppObject::Members& members, const PropertyList& request)
@@ -154,8 +161,9 @@ Dictionary RequestAnswer::start() {
 Dictionary RequestAnswer::stop() {
   const std::int32_t job = index();
   if (job < 0) return answer(RequestResult::kNoSuchJob);
-  app_.stopJobAtIndex(job);
-  return answer(RequestResult::kDone);
+  Dictionary given = answer(RequestResult::kDone);
+  given[kRunningKey] = app_.stopJobAtIndex(job);
+  return given;
 }
 
 // The number is another one also when the job has been made anew meanwhile; then nothing is told of its run.
@@ -179,7 +187,7 @@ Dictionary RequestAnswer::changeJobs() {
   auto after = before;
   switch (mergeJobChanges(request_[kRequestChangesKey].array(), after)) {
     case MergeVerdict::kMerged:
-      return answer(members_.storeJobs(before, std::move(after)));
+      return answerOf(members_.storeJobs(before, std::move(after)));
     case MergeVerdict::kConflict:
       return answer(RequestResult::kConflict, "somebody else has just changed the same");
     case MergeVerdict::kNotUnderstood:

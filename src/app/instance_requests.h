@@ -18,12 +18,14 @@ enum class RequestAction : std::int32_t {
   kAddSources = 101,  // to a job that the user picks
   kNewJob = 102,
   // From our own faces. Jobs go by "uuid".
-  kStatus = 1001,      // -> "jobs": one dictionary for each job, see below
-  kStart = 1002,       // "options" -> "endedRuns" before this run; kBusy when the job runs already
-  kStop = 1003,        // cancels the run of a job; kDone when it does not run, too
-  kFollow = 1004,      // "endedRuns" of kStart -> "ended" (bool); then "report", else "progress" (when there is one)
-  kChangeJobs = 1005,  // "changes", see app/job_changes.h; kConflict when somebody else has changed the same
-  kReload = 1006,      // read the store again
+  kStatus = 1001,  // -> "jobs": one dictionary for each job, see below
+  kStart = 1002,   // "options" -> "endedRuns" before this run; kBusy when the job runs already
+  kStop = 1003,    // cancels the run of a job -> "running": whether there was one
+  kFollow = 1004,  // "endedRuns" of kStart -> "ended" (bool); then "report", else "progress" (when there is one)
+  // "changes", see app/job_changes.h -> "stoppedRuns": names of jobs whose run had other settings and was stopped;
+  // kConflict when somebody else has changed the same. Answered when those runs have ended, which may take long.
+  kChangeJobs = 1005,
+  kReload = 1006,  // read the store again
 };
 
 enum class RequestResult : std::int32_t {
@@ -40,6 +42,7 @@ inline constexpr const char* kSelectedArrayKey = "selected_Array";
 inline constexpr const char* kRequestUuidKey = "uuid";
 inline constexpr const char* kRequestOptionsKey = "options";
 inline constexpr const char* kRequestChangesKey = "changes";
+inline constexpr const char* kStoppedRunsKey = "stoppedRuns";
 inline constexpr const char* kEndedRunsKey = "endedRuns";
 inline constexpr const char* kEndedKey = "ended";
 inline constexpr const char* kReportKey = "report";

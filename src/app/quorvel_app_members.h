@@ -1,5 +1,8 @@
 #pragma once
 
+#include <map>
+#include <tl/expected.hpp>
+
 #include "app/job_progress_table.h"
 #include "app/main_thread_queue.h"
 #include "app/quorvel_app_object.h"
@@ -35,15 +38,20 @@ struct QuorvelAppObject::Members {
   bool setActive(std::int32_t index, bool active);
   void cancelRun(std::int32_t index);
   void restart(std::int32_t index);
-  void bringInStep();
+  std::vector<std::string> bringInStep();
   void refresh(std::int32_t index, const PropertyList& looked);
   [[nodiscard]] std::vector<std::string> runningJobs();
-  void noteStoppedRuns(const std::vector<std::string>& wereRunning);
+  // The names of the jobs whose runs the stop of their schedulers has cut short.
+  std::vector<std::string> noteStoppedRuns(const std::vector<std::string>& wereRunning);
   bool deleteJob(std::int32_t index);
   void removeFileList(const std::string& jobName);
   // Why not, in one line; nothing when it was done.
   std::optional<std::string> addSources(std::int32_t index, const std::vector<std::string>& sources);
-  std::optional<std::string> storeJobs(const PropertyList::Array& before, PropertyList::Array after);
+  // The jobs whose runs had to be stopped; the error says why nothing was stored.
+  tl::expected<std::vector<std::string>, std::string> storeJobs(const PropertyList::Array& before,
+                                                                PropertyList::Array after);
+  void runOnArrival(const std::vector<std::int32_t>& triggered, const std::string& mountPath);
+  void runArrivals();
   [[nodiscard]] bool isTriggered(const PropertyList& job, const std::string& mountPath);
   [[nodiscard]] scheduleThreadObject* schedulerOf(const std::string& uuid);
   [[nodiscard]] UserDialogs& dialogs() const { return services.schedule.worker.dialogs; }
@@ -68,6 +76,7 @@ struct QuorvelAppObject::Members {
   std::vector<std::string> m_volumeNameArray;
   bool mediaHasStarted = false;
   ArrivedVolumes arrived;
+  std::map<std::string, std::string> arrivals;  // volumes by the uuid of a job that runs for them after its present run
   std::optional<DeviceWaiter> m_waitingObject;
   std::optional<TivIOMediaObject> ioMediaDetection;
   std::vector<std::function<void()>> jobObservers;

@@ -6,6 +6,9 @@ namespace lumisk {
 namespace {
 
 constexpr const char* kName = "running instance";
+// A change is answered when the runs that it stops have ended; bringing their data to a slow disk takes its time.
+constexpr std::chrono::minutes kChangePatience{30};
+constexpr std::chrono::seconds kPatience{30};
 
 Complaint lost(const Error& error) {
   const char* why = error.code == ETIMEDOUT ? "it does not answer" : "it has ended";
@@ -39,7 +42,7 @@ std::optional<Instance> Instance::find() {
 
 Checked<PropertyList> Instance::ask(RequestAction action, PropertyList::Dictionary request) {
   request[kActionTypeKey] = static_cast<std::int32_t>(action);
-  auto answer = client_.request(request);
+  auto answer = client_.request(request, action == RequestAction::kChangeJobs ? kChangePatience : kPatience);
   if (!answer) return fail(lost(answer.error()));
   return PropertyList(std::move(*answer));
 }

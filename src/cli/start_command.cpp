@@ -33,19 +33,11 @@ Checked<Ending> startJob(const NamedJob& options, CommandIo& io) {
   return Ending::kDone;
 }
 
-Checked<bool> isRunning(AskedJob& job) {
-  LUMISK_TRY(const PropertyList status, job.instance.ask(RequestAction::kStatus));
-  for (const PropertyList& one : status[kJobsKey].array()) {
-    if (one[kRequestUuidKey].text() == job.uuid) return one[kRunningKey].boolean();
-  }
-  return false;
-}
-
 Checked<Ending> stopJob(const NamedJob& options, CommandIo& io) {
   LUMISK_TRY(AskedJob job, askedJob(options.name, io));
-  LUMISK_TRY(const bool wasRunning, isRunning(job));
   LUMISK_TRY(const PropertyList answer, job.instance.ask(RequestAction::kStop, {{kRequestUuidKey, job.uuid}}));
   if (resultOf(answer) != RequestResult::kDone) return refusedBy(answer, options.name);
+  const bool wasRunning = answer[kRunningKey].boolean();
   if (wasRunning) io.out << "Stopping the job " << displayText(options.name) << '\n';
   if (!wasRunning) io.out << "The job " << displayText(options.name) << " does not run\n";
   return Ending::kDone;

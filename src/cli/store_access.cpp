@@ -55,6 +55,9 @@ Checked<StoreAccess::Outcome> StoreAccess::tryThrough(Instance& instance, const 
   if (changes.empty()) return Outcome::kStored;
   LUMISK_TRY(const PropertyList answer, instance.ask(RequestAction::kChangeJobs, {{kRequestChangesKey, changes}}));
   const RequestResult result = resultOf(answer);
+  for (const PropertyList& name : answer[kStoppedRunsKey].array()) {
+    say_(name.text() + ": its run was stopped by the change; `lumisk start` runs it again");
+  }
   if (result == RequestResult::kDone) return Outcome::kStored;
   if (result == RequestResult::kConflict) return Outcome::kConflict;
   return refusedBy(answer, "jobs");

@@ -140,7 +140,9 @@ void doServer::State::readOn(std::uint64_t number) {
 void doServer::State::serve(std::uint64_t number, const PropertyList::Dictionary& request) {
   auto answer = frameOf(server.doLumiskItActions(request));
   if (!answer) return drop(number);
-  Connection& connection = connections.at(number);
+  const auto found = connections.find(number);
+  if (found == connections.end()) return;  // a delegate that asks the user lets the loop turn meanwhile
+  Connection& connection = found->second;
   connection.answer = std::move(*answer);
   connection.since = steady_clock::now();
   connection.ready = loop.whenWritable(connection.socket.get(), [this, number] { writeOn(number); });

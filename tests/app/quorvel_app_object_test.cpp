@@ -338,7 +338,20 @@ TEST_F(AppFixture, DeviceArrival_RunsItsJobsOnce) {
   mounts.resize(1);
   mounts[0].mountPoint = tree / "stick";
   app->CallbackMessageIOMedia(kVolumes, 0x11);
-  serveUntil([&] { return unmounted == 1; });
+  serveUntil([&] { return unmounted == 1 && !busy("here"); });
+
+  gate->waitForRun();
+  gate->set(true);
+  app->startNowButtonActionWithJobIndex(indexOf("here"));
+  gate->waitForRun();
+  app->checkingDestinationFolderForSync(tree / "stick");
+  EXPECT_TRUE(busy("here")) << "a volume that came has cut its run short";
+  gate->set(false);
+  serveUntil([&] { return !busy("here"); });
+  EXPECT_FALSE(scheduler("here")->endedRuns().last.cancelled);
+  serveUntil([&] { return unmounted == 2; });
+  app->freshTheJobStatus();
+  serveUntil([&] { return unmounted == 3; });
 }
 
 // Requests.
@@ -434,6 +447,39 @@ TEST_F(AppFixture, Reload_FollowsAStoreThatWasChangedByHand) {
   EXPECT_EQ(scheduler("c")->endedRuns().number, 1u) << "its scheduler was made anew";
   EXPECT_EQ(scheduler("b")->jobUuid(), "uuid-b");
   EXPECT_EQ(app->control().object(2), nullptr);
+}
+
+TEST_F(AppFixture, SettingsDamagedOrWithoutAList_JobsAndRunsGoOn) {
+  storeThree();
+  launch();
+  gate->set(true);
+  app->startNowButtonActionWithJobIndex(1);
+  gate->waitForRun();
+  writeFile(UserDefaults::standardPath(), "<plist><dict><key>half");
+  EXPECT_EQ(resultOf(ask(RequestAction::kReload)), RequestResult::kDone);
+  EXPECT_TRUE(busy("b"));
+  ASSERT_TRUE(defaults.removeObject(kJobArrayKey));
+  EXPECT_EQ(resultOf(ask(RequestAction::kReload)), RequestResult::kRefused);
+  EXPECT_TRUE(busy("b"));
+  EXPECT_EQ(app->jobs().count(), 3);
+  EXPECT_EQ(defaults.object(kJobArrayKey)->array().size(), 3u);
+  EXPECT_EQ(dialogs.take().size(), 2u);
+}
+
+TEST_F(AppFixture, EditOfARunningJob_StopsItsRunAndSaysSo) {
+  storeThree();
+  launch();
+  gate->set(true);
+  app->startNowButtonActionWithJobIndex(1);
+  gate->waitForRun();
+  const auto seen = app->jobs().jobs();
+  auto after = seen;
+  after[0].mutableDictionary()[kActiveKey] = false;
+  after[1].mutableDictionary()[kObjectNameKey] = "B";
+  const auto opened = openGateAtStopOf("b");
+  const PropertyList answer = ask(RequestAction::kChangeJobs, {{kRequestChangesKey, jobChanges(seen, after)}});
+  EXPECT_EQ(answer[kStoppedRunsKey], PropertyList(PropertyList::Array{"B"}));
+  EXPECT_EQ(job("B")[kCancelStatusKey].integer(), 1);
 }
 
 // For the thread sanitizer, and for whoever is stuck.
