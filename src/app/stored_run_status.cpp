@@ -19,10 +19,6 @@ const Dictionary& runKeys(const Dictionary& userInfo) {
   return keys == userInfo.end() ? none : keys->second.dictionary();
 }
 
-PropertyList taskOf(const PropertyList& job) {
-  return PropertyList::Array{job[kBackupFoldersKey], job[kJobTypeKey].integer32()};
-}
-
 CancelStatus cancelStatus(const Dictionary& userInfo) {
   const auto cancelled = userInfo.find(kRunCancelledKey);
   const bool isCancelled = cancelled != userInfo.end() && cancelled->second.boolean();
@@ -87,12 +83,13 @@ StoredRunStatus::StoredRunStatus(OnMainThread onMainThread, NotificationCenter& 
 }
 
 void StoredRunStatus::remember(const PropertyList& job) {
-  tasks_.insert_or_assign(job[kUuidStringKey].text(), taskOf(job));
+  tasks_.insert_or_assign(job[kUuidStringKey].text(), job);
 }
 
 bool StoredRunStatus::isOfOtherTask(const PropertyList& job) const {
   const auto begun = tasks_.find(job[kUuidStringKey].text());
-  return begun != tasks_.end() && begun->second != taskOf(job);
+  QUORVELPREFERENCEINFO record;
+  return begun != tasks_.end() && (!jobFromDictionary(job, record) || isAnotherTask(begun->second, record));
 }
 
 void StoredRunStatus::on(NotificationCenter& notifications, const char* name, const Update& update) {

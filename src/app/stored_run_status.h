@@ -19,8 +19,8 @@ inline constexpr const char* kUserCancelNotification = "ProgressObjcetNotificati
 // besides the index.
 //
 // A run that did not complete sets the time of the last run, too, for display; "NSFirstCopy" and "NSLastCompletedBegin"
-// change only with one that did. What a run proved holds for the folders that its job had when it began: of a job that
-// was pointed elsewhere meanwhile only the end of the run is stored.
+// change only with one that did. What a run proved holds for what its job carried when it began: of a job that carries
+// something else meanwhile (isAnotherTask) only the end of the run is stored.
 class StoredRunStatus {
  public:
   // Has its argument done on the store, read afresh and owned; `withStore` says itself what it could not do.

@@ -7,8 +7,14 @@
 namespace lumisk {
 namespace {
 
-// An edit that points a job elsewhere, or has it carry other entries of the same folders: what its completed runs
-// proved is true only of what those carried. How versions and the losers of conflicts are kept proves nothing.
+void forgetCompletedRun(QUORVELPREFERENCEINFO& job) {
+  for (const char* key : {kLastCompletedBeginKey, kLastCompletedBeginNanosecondsKey, kLastCompletedEndNanosecondsKey}) {
+    job.otherKeys.erase(key);
+  }
+}
+
+}  // namespace
+
 bool isAnotherTask(const PropertyList& before, const QUORVELPREFERENCEINFO& after) {
   QUORVELPREFERENCEINFO old;
   if (!jobFromDictionary(before, old)) return true;
@@ -18,14 +24,6 @@ bool isAnotherTask(const PropertyList& before, const QUORVELPREFERENCEINFO& afte
   };
   return task(old) != task(after);
 }
-
-void forgetCompletedRun(QUORVELPREFERENCEINFO& job) {
-  for (const char* key : {kLastCompletedBeginKey, kLastCompletedBeginNanosecondsKey, kLastCompletedEndNanosecondsKey}) {
-    job.otherKeys.erase(key);
-  }
-}
-
-}  // namespace
 
 JobStore::JobStore(UserDefaults& defaults, const Clock& clock) : defaults_(defaults), clock_(clock) {}
 

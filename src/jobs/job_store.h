@@ -18,6 +18,10 @@ inline constexpr const char* kStoreNameKey = "Qel Lumisk";
 inline constexpr const char* kStoreSwitchKey = "Qel Lumisk_Switch";
 inline constexpr const char* kPreferencesKey = "SGPreferences";
 
+// Whether an edit points a job elsewhere, or has it carry other entries of the same folders: what its completed runs
+// proved is true only of what those carried. How versions and the losers of conflicts are kept proves nothing.
+[[nodiscard]] bool isAnotherTask(const PropertyList& before, const QUORVELPREFERENCEINFO& after);
+
 // All jobs, in order; a job's position is its index. Mirrored whole into the user defaults after every change.
 //
 // Threads: m_preferenceInfo is guarded by m_lock; every operation takes it itself unless said otherwise. m_currentInfo,

@@ -92,7 +92,7 @@ TEST_F(ScheduleThread, RealTime_RunsOnlyWhenAsked_AndThenEverything) {
   sleep->step(100);
   EXPECT_EQ(runs(), 0u);
   for (const bool hasOptions : {false, true}) {
-    hasOptions ? (void)scheduler().requestRun({}) : scheduler().setImmediateEvent();
+    EXPECT_TRUE(hasOptions ? scheduler().requestRun({}).has_value() : scheduler().setImmediateEvent());
     sleep->step();
     EXPECT_TRUE(scheduler().endedRuns().last.wholeJob);
     EXPECT_EQ(scheduler().endedRuns().last.counts.entries, 3u) << hasOptions;
