@@ -344,11 +344,15 @@ TEST_F(AppFixture, DeviceArrival_RunsItsJobsOnce) {
   gate->set(true);
   app->startNowButtonActionWithJobIndex(indexOf("here"));
   gate->waitForRun();
+  std::atomic<bool> hasCome{false};
+  const auto opened = std::async(std::launch::async, [&, here = scheduler("here")] {
+    while (!hasCome && here->isStarted()) std::this_thread::yield();
+    gate->set(false);
+  });
   app->checkingDestinationFolderForSync(tree / "stick");
-  EXPECT_TRUE(busy("here")) << "a volume that came has cut its run short";
-  gate->set(false);
+  hasCome = true;
   serveUntil([&] { return !busy("here"); });
-  EXPECT_FALSE(scheduler("here")->endedRuns().last.cancelled);
+  EXPECT_FALSE(scheduler("here")->endedRuns().last.cancelled) << "a volume that came has cut its run short";
   serveUntil([&] { return unmounted == 2; });
   app->freshTheJobStatus();
   serveUntil([&] { return unmounted == 3; });
@@ -452,15 +456,13 @@ TEST_F(AppFixture, Reload_FollowsAStoreThatWasChangedByHand) {
 TEST_F(AppFixture, SettingsDamagedOrWithoutAList_JobsAndRunsGoOn) {
   storeThree();
   launch();
-  gate->set(true);
-  app->startNowButtonActionWithJobIndex(1);
-  gate->waitForRun();
+  const auto* const b = scheduler("b");
   writeFile(UserDefaults::standardPath(), "<plist><dict><key>half");
   EXPECT_EQ(resultOf(ask(RequestAction::kReload)), RequestResult::kDone);
-  EXPECT_TRUE(busy("b"));
+  EXPECT_EQ(scheduler("b"), b) << "it was stopped, and made anew or not at all";
   ASSERT_TRUE(defaults.removeObject(kJobArrayKey));
   EXPECT_EQ(resultOf(ask(RequestAction::kReload)), RequestResult::kRefused);
-  EXPECT_TRUE(busy("b"));
+  EXPECT_EQ(scheduler("b"), b);
   EXPECT_EQ(app->jobs().count(), 3);
   EXPECT_EQ(defaults.object(kJobArrayKey)->array().size(), 3u);
   EXPECT_EQ(dialogs.take().size(), 2u);
