@@ -1,7 +1,10 @@
 // The jobs of the sibling product, and the file shared with the file manager's plug-in.
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <map>
 
 #include "jobs/job_store.h"
 #include "jobs/shared_files.h"
@@ -39,13 +42,33 @@ std::string freeName(const Array& jobs, const std::string& wanted) {
   return name;
 }
 
+// FNV-1a, 64 bits. http://www.isthe.com/chongo/tech/comp/fnv/
+std::uint64_t digest(std::string_view text, std::uint64_t start) {
+  for (const char byte : text) start = (start ^ static_cast<unsigned char>(byte)) * 1099511628211U;
+  return start;
+}
+
+// A job without an identifier gets one: without, its targets carry no mark of its own. From its name, so that a second
+// import finds it again; `number` tells those of one name apart.
+PropertyList withIdentifier(PropertyList job, std::size_t number) {
+  if (!job[kUuidStringKey].text().empty()) return job;
+  const std::string name = job[kObjectNameKey].text() + '\0' + std::to_string(number);
+  const std::uint64_t high = digest(name, 14695981039346656037U), low = digest(name, high);
+  job.mutableDictionary()[kUuidStringKey] =
+      fmt::format("{:08X}-{:04X}-{:04X}-{:04X}-{:012X}", high >> 32, high >> 16 & 0xffff, high & 0xffff, low >> 48,
+                  low & 0xffffffffffff);
+  return job;
+}
+
 // Appends to `jobs` those of `theirs` that it lacks; gives what was appended.
 Array appendMissing(Array& jobs, const Array& theirs) {
   const Array before = jobs;
   Array added;
+  std::map<std::string, std::size_t> seen;  // how many of a name
   for (const PropertyList& job : theirs) {
-    if (job.kind() != PropertyList::Kind::kDictionary || holdsJob(before, job)) continue;
-    PropertyList own = job;
+    if (job.kind() != PropertyList::Kind::kDictionary) continue;
+    PropertyList own = withIdentifier(job, seen[job[kObjectNameKey].text()]++);
+    if (holdsJob(before, job) || holdsJob(before, own)) continue;
     own.mutableDictionary()[kObjectNameKey] = freeName(jobs, job[kObjectNameKey].text());
     jobs.push_back(own);
     added.push_back(std::move(own));

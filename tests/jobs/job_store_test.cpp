@@ -301,6 +301,7 @@ TEST_F(SiblingImport, RunTwice_AlsoAfterACrashBeforeTheMark_AddsTheJobsOnce) {
   for (int run = 0; run < 3; ++run) {
     EXPECT_TRUE(store.checkVersionOfTarnwick());
     EXPECT_THAT(storedNames(), ElementsAre("own", "a", "b", "a 2"));
+    for (const PropertyList& job : store.jobs()) EXPECT_NE(job[kUuidStringKey].text(), "");
     EXPECT_EQ(store.jobs(), stored()[kJobArrayKey].array());
     EXPECT_TRUE(isMarked());
     if (run == 1) putSibling(false);
