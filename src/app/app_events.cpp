@@ -85,6 +85,7 @@ void QuorvelAppObject::Members::removeOneTimeClone(const Notification& notificat
 }
 
 void QuorvelAppObject::Members::runOfArrivalEnded(const Notification& notification) {
+  if (notification.userInfo.contains(kRunPassKey)) return;
   const PropertyList job = store.job(jobIndexOfEvent(store, notification));
   arrived.runEnded(
       job[kUuidStringKey].text(), job[kObjectNameKey].text(),

@@ -75,7 +75,9 @@ std::vector<std::string> QuorvelAppObject::Members::noteStoppedRuns(const std::v
   for (const std::string& uuid : wereRunning) {
     const std::int32_t index = store.indexOfUuid(uuid);
     auto* const scheduler = schedulerOf(uuid);
-    if ((scheduler && scheduler->isStarted()) || !isStoredAsRunning(store.job(index))) continue;
+    if (scheduler && scheduler->isStarted()) continue;
+    arrived.runEnded(uuid, {}, ArrivedVolumes::RunEnd::kNotCompleted);
+    if (!isStoredAsRunning(store.job(index))) continue;
     names.push_back(store.job(index)[kObjectNameKey].text());
     store.changeJob(index, [&now](PropertyList::Dictionary& stopped) {
       stopped[kJobStatusKey] = static_cast<std::int32_t>(JobStatus::kCompleted);
