@@ -29,6 +29,10 @@ class HeldSleeps {
     ++passes_;
     changed_.notify_all();
   }
+  int begun() {
+    const std::lock_guard lock(mutex_);
+    return begun_;
+  }
 
  private:
   class Sleep : public WakeableSleep {
@@ -37,6 +41,7 @@ class HeldSleeps {
     void sleep(std::chrono::nanoseconds) override {
       std::unique_lock lock(held_.mutex_);
       const auto before = held_.passes_;
+      ++held_.begun_;
       held_.changed_.wait(lock, [&] { return isWoken_ || held_.passes_ != before; });
       isWoken_ = false;
     }
@@ -53,6 +58,7 @@ class HeldSleeps {
   std::mutex mutex_;
   std::condition_variable changed_;
   int passes_ = 0;
+  int begun_ = 0;
 };
 
 class FolderListeningTest : public ::testing::Test {
@@ -152,10 +158,11 @@ TEST_F(FolderListeningTest, TargetAway_NothingIsSaidOrWritten_AndTheWholeJobRuns
   writeFile(source("d/new"), "x");
   writeFile(source("unreported"), "x");
   report({source("d/")});
-  for (int i = 0; i < 3; ++i) {
-    std::this_thread::yield();
+  const int before = sleeps.begun();  // the second sleep from here on follows a look at the bare mount point
+  EXPECT_TRUE(eventually([&] {
     sleeps.letGo();
-  }
+    return sleeps.begun() >= before + 2;
+  }));
   EXPECT_EQ(listing(f.tree / "target"), std::vector<std::string>{});
   fs::remove(f.tree / "target");
   sleeps.letGo();
