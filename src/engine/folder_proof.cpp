@@ -39,6 +39,8 @@ Result<bool> FolderProof::check(int folder, const std::string& path, std::uint64
   if (depth > kDeepest || run_.mustStop()) return false;
   FolderFlags flags(run_.files, run_.info.uuidString, path);
   if (flags.checkTheFolderStateAtPath(folder) != FolderState::kKnown) return false;
+  const auto lastCompleted = run_.lastCompletedIn(path);
+  if (!lastCompleted) return false;
   SyncedEntries listed(run_.files, path);
   LUMISK_CHECK(listed.read(folder));
   LUMISK_TRY(const NameList names, listNames(run_.files, folder));
@@ -58,7 +60,7 @@ Result<bool> FolderProof::check(int folder, const std::string& path, std::uint64
       LUMISK_TRY(const bool isProven, check(child.get(), paths::join(path, name), device, depth + 1));
       if (!isProven) return false;
     } else if ((status.type != FileType::kRegular && status.type != FileType::kLink) ||
-               !isUnchangedSince(status, lastCompleted_)) {
+               !isUnchangedSince(status, *lastCompleted)) {
       return false;
     }
   }

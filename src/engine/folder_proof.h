@@ -15,11 +15,12 @@ namespace lumisk {
 // was touched since.
 class FolderProof {
  public:
-  FolderProof(RunState& run, CompletedRun lastCompleted) : run_(run), lastCompleted_(lastCompleted) {}
+  explicit FolderProof(RunState& run) : run_(run) {}
 
   // The number of entries, itself included, when the folder carries this job's flag for its path, and everything in it
   // but our own small files is a file, link or such a folder, listed in its own folder's list, unchanged since the last
-  // completed run, and on the same file system. Nothing when one of these is not so. `path`: as the job spells it.
+  // completed run or pass that looked at that folder, and on the same file system. Nothing when one of these is not so.
+  // `path`: as the job spells it.
   Result<std::optional<std::uint64_t>> entriesOf(int parent, const std::string& name, const std::string& path);
 
   // After a number was given: whether what is found in that folder later is what was there when it was proven, and
@@ -30,7 +31,6 @@ class FolderProof {
   Result<bool> check(int folder, const std::string& path, std::uint64_t device, int depth);
 
   RunState& run_;
-  CompletedRun lastCompleted_;
   WalkBorders borders_{run_.files};
   std::uint64_t entries_ = 0;
   struct Seen {

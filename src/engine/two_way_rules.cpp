@@ -259,8 +259,7 @@ WalkVerdict TwoWayRules::folderFound(FrameStack& at, const WalkEntry& entry) {
   if (takeRename(at, entry)) return WalkVerdict::kLookAgain;
   if (!isDeletionDue(at, entry)) return WalkVerdict::kGoOn;
   const Place place = at.sourcePlace(entry.name);
-  const auto entries =
-      FolderProof(run_, *run_.lastCompletedIn(at.sourcePath())).entriesOf(place.folder, place.name, place.path);
+  const auto entries = FolderProof(run_).entriesOf(place.folder, place.name, place.path);
   if (!entries) complain("read all of", place.path, entries.error());
   return entries && *entries ? addDeletion(at, entry, **entries) : WalkVerdict::kGoOn;
 }

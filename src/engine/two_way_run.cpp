@@ -133,7 +133,7 @@ bool TwoWayRun::prove(PendingDeletion& deletion, int folder, const std::string& 
   question.lastCompleted = run_.lastCompletedIn(path);
   if (decideMissing(question) != MissingVerdict::kDelete) return false;
   if (standing->type != FileType::kFolder) return true;
-  const auto proof = std::make_shared<FolderProof>(run_, *question.lastCompleted);
+  const auto proof = std::make_shared<FolderProof>(run_);
   const auto entries = proof->entriesOf(folder, deletion.name, paths::join(path, deletion.name));
   deletion.mayRemove = [proof](const FileStatus& found) { return proof->hasProven(found); };
   return entries && entries->has_value();

@@ -8,7 +8,7 @@
 
 namespace lumisk::test {
 
-// Stands still but for sleeps, which end at once. Any thread may read it.
+// Stands still but for sleeps, which end at once, unless it `runs`. Any thread may read it.
 class FakeClock : public Clock {
  public:
   explicit FakeClock(std::int64_t secondsSince1970 = 1'236'087'005) : seconds_(secondsSince1970) {}
@@ -25,10 +25,15 @@ class FakeClock : public Clock {
     if (onSleep) onSleep();
   }
   void advance(std::chrono::nanoseconds duration) { passed_ += duration.count(); }
-  [[nodiscard]] std::chrono::nanoseconds passed() const { return std::chrono::nanoseconds(passed_.load()); }
+  [[nodiscard]] std::chrono::nanoseconds passed() const {
+    const std::chrono::nanoseconds advanced(passed_.load());
+    return runs ? advanced + runs() : advanced;
+  }
 
   std::atomic<int> sleeps{0};
-  std::function<void()> onSleep;  // set before the clock is shared
+  // Set before the clock is shared.
+  std::function<void()> onSleep;
+  std::function<std::chrono::nanoseconds()> runs;  // how far it has gone by itself
 
  private:
   std::int64_t seconds_;
