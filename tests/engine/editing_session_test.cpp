@@ -283,6 +283,7 @@ TEST_F(EditingSessionTest, TwoHoursOnBothSides_EndWithBothEqual) {
   f.stop();
   EXPECT_EQ(differences(f.tree / "source", f.tree / "target"), "");
   EXPECT_EQ(differences(remains, f.tree / "source"), "");
+  EXPECT_EQ(losers.size(), 3U);
   const auto kept = textsInTrash();
   for (const std::string& loser : losers) EXPECT_TRUE(kept.count(loser)) << loser;
 }
