@@ -32,7 +32,10 @@ bool contains(const std::vector<MountEntry>& mounts, const MountEntry& one) {
 }  // namespace
 
 FolderWatcher::FolderWatcher(FolderWatcherSink& sink, AddWatch addWatch)
-    : sink_(sink), addWatch_(std::move(addWatch)), mountInfo_(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)) {
+    : sink_(sink),
+      addWatch_(std::move(addWatch)),
+      mountInfo_(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)),
+      eventBuffer_(kEventBuffer) {
   if (!addWatch_) addWatch_ = ::inotify_add_watch;
   openInstance();
   readMounts();
@@ -44,10 +47,9 @@ void FolderWatcher::openInstance() {
 }
 
 void FolderWatcher::readEvents() {
-  alignas(inotify_event) static thread_local std::array<char, kEventBuffer> buffer;
-  const ssize_t size = ::read(instance_.get(), buffer.data(), buffer.size());
+  const ssize_t size = ::read(instance_.get(), eventBuffer_.data(), eventBuffer_.size());
   for (ssize_t at = 0; at < size;) {
-    const auto* const event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
+    const auto* const event = reinterpret_cast<const inotify_event*>(eventBuffer_.data() + at);
     handle({event->wd, event->mask, event->len == 0 ? std::string_view() : std::string_view(event->name)});
     at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
   }

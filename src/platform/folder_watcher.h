@@ -103,6 +103,7 @@ class FolderWatcher {
   AddWatch addWatch_;
   Descriptor instance_;
   Descriptor mountInfo_;
+  std::vector<char> eventBuffer_;  // from the heap: aligned for any event
   WatchedTree tree_;
   std::map<Index, Root> roots_;
   std::unordered_map<int, Index> byWatch_;               // the first of a chain
