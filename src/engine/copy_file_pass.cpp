@@ -98,8 +98,23 @@ bool copyFileThreadObject::isTargetAvailabe() {
   if (!folder) return false;
   const auto& marked = info.markedTargets;
   if (info.uuidString.empty() || std::find(marked.begin(), marked.end(), target) == marked.end()) return true;
-  const auto marker = findInfoFile(members_->services.files, folder->get(), InfoFileKind::kTarget, info.uuidString);
-  return marker && marker->has_value();
+  return members_->isMarkedTarget(folder->get(), info.uuidString);
+}
+
+// Asked once a second: a folder that has not changed since the marker was found in it still has it. A run looks itself.
+bool copyFileThreadObject::Members::isMarkedTarget(int folder, const std::string& uuid) {
+  const auto status = services.files.statusOf(folder);
+  if (!status) return false;
+  const MarkedFolder now{status->identity, status->changed, uuid};
+  {
+    const std::lock_guard lock(markedLock);
+    if (lastMarked == now) return true;
+  }
+  const auto marker = findInfoFile(services.files, folder, InfoFileKind::kTarget, uuid);
+  const bool isMarked = marker && marker->has_value();
+  const std::lock_guard lock(markedLock);
+  lastMarked = isMarked ? std::optional(now) : std::nullopt;
+  return isMarked;
 }
 
 void copyFileThreadObject::logLine(const std::string& text) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -89,6 +90,17 @@ struct copyFileThreadObject::Members {
   RunOptions options;
   RunReport lastReport;
   RunScheduler* m_scheduleThread = nullptr;
+
+  // The folder in which the job's marker was found last.
+  struct MarkedFolder {
+    FileIdentity identity;
+    FileTime changed;
+    std::string uuid;
+    friend bool operator==(const MarkedFolder&, const MarkedFolder&) = default;
+  };
+  bool isMarkedTarget(int folder, const std::string& uuid);
+  std::mutex markedLock;  // held for nothing else
+  std::optional<MarkedFolder> lastMarked;
 
   NotificationCenter::Observation cancelEvent;  // last: gone before what it uses
 };
