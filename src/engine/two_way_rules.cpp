@@ -171,8 +171,13 @@ bool TwoWayRules::unlistBeforeReplacing(FrameStack& at, const WalkEntry& entry, 
   Level& level = levels_.back();
   const bool isListed =
       level.isKept && level.from.findFileInArrayList(entry.name) && level.to.findFileInArrayList(entry.destinationName);
-  if (!isListed || run_.dryRun || !run_.lastCompleted) return true;
-  if (winner.type != FileType::kFolder && !isUnchangedSince(winner, *run_.lastCompleted)) return true;
+  // The later of the two by which either side may be judged next.
+  const auto mayJudge = [&](const std::optional<CompletedRun>& run) {
+    return run && (winner.type == FileType::kFolder || isUnchangedSince(winner, *run));
+  };
+  const bool isInDanger =
+      mayJudge(run_.lastCompletedIn(at.sourcePath())) || mayJudge(run_.lastCompletedIn(at.destinationPath()));
+  if (!isListed || run_.dryRun || !isInDanger) return true;
   level.from.deleteFileInArrayList(entry.name);
   level.to.deleteFileInArrayList(entry.destinationName);
   const FolderFrame& frame = at.top();
