@@ -4,7 +4,7 @@
 # Usage: layers_test.sh PROJECT_FOLDER
 set -u
 top=$1
-system='(unistd|fcntl|dirent|poll|signal|pthread|syslog|termios|spawn|mntent|pwd|grp|fts|ftw|glob|utime|uuid/.*|libmount/.*|blkid/.*|libudev|glib.*|gio/.*|plist/.*|libsecret/.*|sys/.*|linux/.*|netinet/.*|arpa/.*|acl/.*)\.h'
+system='(unistd|fcntl|dirent|poll|signal|pthread|syslog|termios|spawn|mntent|pwd|grp|fts|ftw|glob|utime|uuid/.*|libmount/.*|blkid/.*|libudev|glib.*|gio/.*|plist/.*|libsecret/.*|sys/.*|linux/.*|netinet/.*|arpa/.*|acl/.*|libintl|langinfo)\.h'
 isForbidden() {  # FILE LINE-TEXT
   local layer=${1#"$top"/src/}
   layer=${layer%%/*}

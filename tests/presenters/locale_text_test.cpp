@@ -1,0 +1,108 @@
+#include "presenters/locale_text.h"
+
+#include <cstdlib>
+#include <map>
+#include <set>
+
+#include "platform/calendar_date.h"
+#include "support/home_fixture.h"
+#include "support/temp_tree.h"
+
+namespace lumisk {
+namespace {
+
+using test::ScopedVariable;
+
+// The texts of a catalogue: singular and plural by the key.
+struct Entry {
+  std::string id, plural;
+  std::vector<std::string> texts;
+};
+
+std::string unquoted(const std::string& line) {
+  const auto begin = line.find('"') + 1;
+  std::string text;
+  for (std::size_t i = begin; i + 1 < line.size(); ++i) {
+    if (line[i] == '\\' && i + 2 < line.size())
+      text += line[++i] == 'n' ? '\n' : line[i];
+    else
+      text += line[i];
+  }
+  return text;
+}
+
+std::vector<Entry> entriesOf(const std::string& path) {
+  std::vector<Entry> entries;
+  std::string* target = nullptr;
+  std::istringstream lines(test::readFile(path));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("msgid ")) {
+      entries.emplace_back();
+      target = &entries.back().id;
+    } else if (line.starts_with("msgid_plural ")) {
+      target = &entries.back().plural;
+    } else if (line.starts_with("msgstr")) {
+      entries.back().texts.emplace_back();
+      target = &entries.back().texts.back();
+    }
+    if (target && line.find('"') != std::string::npos && line[0] != '#') *target += unquoted(line);
+  }
+  return entries;
+}
+
+std::multiset<std::string> placeholders(const std::string& text) {
+  std::multiset<std::string> found;
+  for (std::size_t at = 0; (at = text.find('{', at)) != std::string::npos; ++at)
+    found.insert(text.substr(at, text.find('}', at) - at + 1));
+  for (std::size_t at = 0; (at = text.find('%', at)) != std::string::npos; ++at)
+    if (at + 1 < text.size() && std::isdigit(static_cast<unsigned char>(text[at + 1])))
+      found.insert(text.substr(at, 2));
+  return found;
+}
+
+class GermanTexts : public ::testing::Test {
+ protected:
+  GermanTexts() { startTranslation(LUMISK_CATALOGUES, "de"); }
+  ~GermanTexts() override {
+    ::unsetenv("LANGUAGE");
+    startTranslation("", "en");
+    ::unsetenv("LANGUAGE");
+  }
+  ScopedVariable zone_{"TZ", "UTC0"};
+};
+
+TEST(Catalogue, EveryText_IsTranslatedWithTheSamePlaceholders) {
+  for (const Entry& entry : entriesOf(LUMISK_GERMAN_CATALOGUE)) {
+    if (entry.id.empty()) continue;
+    EXPECT_EQ(entry.texts.size(), entry.plural.empty() ? 1U : 2U) << entry.id;
+    for (const std::string& text : entry.texts) {
+      EXPECT_NE(text, "") << entry.id;
+      EXPECT_EQ(placeholders(text), placeholders(entry.plural.empty() ? entry.id : entry.plural)) << entry.id;
+      EXPECT_EQ(text.ends_with('\n'), entry.id.ends_with('\n')) << entry.id;
+    }
+  }
+}
+
+TEST_F(GermanTexts, SizesAndDates_AreTheLanguagesOwn_AndMachineTextsAreNot) {
+  const auto time = CalendarDate::fromLocal(2026, 11, 21, 16, 48, 0).time();
+  EXPECT_EQ(localSize(45'240'000), "45,2 MB");
+  EXPECT_EQ(localCount(30412), "30.412");
+  EXPECT_EQ(localDateTime(time), "21.11.2026 16:48");
+  EXPECT_EQ(localRecent(time, time + std::chrono::hours(9)), "gestern, 16:48");
+  EXPECT_EQ(localDateTime(FileTime{}), "unbekannt");
+  EXPECT_EQ(fmt::format("{:.1f} {:L}", 1.5, 1000), "1.5 1000");
+  EXPECT_STREQ(std::strerror(ENOENT), "No such file or directory");
+}
+
+TEST(EnglishTexts, SizesAndDates_AreReadable) {
+  const ScopedVariable zone("TZ", "UTC0");
+  const auto time = CalendarDate::fromLocal(2026, 11, 21, 16, 48, 0).time();
+  EXPECT_EQ(localSize(999'960), "1.0 MB");
+  EXPECT_EQ(localSize(999), "999 B");
+  EXPECT_EQ(localRecent(time, time), "today, 16:48");
+  EXPECT_EQ(localRecent(time, time - std::chrono::hours(24)), "2026-11-21 16:48");
+  EXPECT_EQ(filled("{} and {}", 1), "{} and {}");
+}
+
+}  // namespace
+}  // namespace lumisk
