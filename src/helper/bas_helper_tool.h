@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -17,7 +19,7 @@ struct HelperPeer {
   std::uint32_t user = 0;
   std::uint32_t group = 0;
   std::int32_t process = 0;
-  int processDescriptor = -1;  // SO_PEERPIDFD where the kernel gives it; not owned, valid during the call
+  int processDescriptor = -1;  // SO_PEERPIDFD where the kernel gives it; not owned, valid in the process that serves it
 };
 
 struct HelperRequest {
@@ -41,9 +43,31 @@ struct HelperToolServices {
   std::function<void(const std::string& line)> log;
 };
 
+// How long and how much the helper bears with.
+struct HelperLimits {
+  std::chrono::milliseconds request{10'000};   // for all of a request to arrive, and again for the response to leave
+  std::chrono::milliseconds idleLife{60'000};  // without anybody asking; then the helper ends
+  std::size_t connections = 64;                // at once; what is asked beyond is answered with EAGAIN
+  std::size_t connectionsOfOneUser = 8;        // so that no user keeps the others out
+};
+
 // The helper's side of the protocol: takes a listening socket from the service manager (sd_listen_fds(3): $LISTEN_PID,
 // $LISTEN_FDS), serves one request per connection, and ends when nobody has asked for a while. The exit status.
+//
+// Each connection is served in a process of its own, a copy of this one: right, procedure and `afterwards` run there on
+// its only thread, one after the other, and may take as long as they need; what they keep open or hold locked goes with
+// it, however it ends. Nothing that one request leaves in memory is seen by another. A request whose sender has gone by
+// the time that it has its right is not carried out. To be called from a process of one thread.
 int BASHelperToolMain(const std::vector<CommandSpec>& commands, const std::map<std::string, CommandProc>& procedures,
                       const HelperToolServices& services);
+
+// The same on this listening socket, with these limits. Does not return in the processes that serve.
+struct HelperTool {
+  const std::vector<CommandSpec>& commands;
+  const std::map<std::string, CommandProc>& procedures;
+  const HelperToolServices& services;
+  HelperLimits limits = {};
+};
+int serveHelperRequests(const HelperTool& tool, int listener);
 
 }  // namespace lumisk

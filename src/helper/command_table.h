@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace lumisk {
@@ -26,5 +27,12 @@ inline constexpr const char* kPromptTable = "SampleAuthorizationPrompts";
 inline constexpr const char* kBundleIdentifier = "com.qelcorporation.lumisk";
 
 [[nodiscard]] const std::vector<CommandSpec>& lumiskCommands();
+[[nodiscard]] const CommandSpec* findCommand(const std::vector<CommandSpec>& commands, std::string_view name);
+
+// Aborts for a table that is empty or wrong in itself.
+void checkCommands(const std::vector<CommandSpec>& commands);
+
+// The polkit action that stands for a right: the bundle identifier and the right's last word in small letters.
+[[nodiscard]] std::string policyActionOf(std::string_view rightName, std::string_view bundleIdentifier);
 
 }  // namespace lumisk

@@ -91,8 +91,14 @@ LocalListener::~LocalListener() {
 }
 
 Result<Descriptor> LocalListener::accept() {
-  Descriptor socket(::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-  if (!socket.isOpen()) return fail("accept", path_, errno);
+  auto socket = acceptConnection(socket_.get());
+  if (!socket) return fail("accept", path_, socket.error().code);
+  return socket;
+}
+
+Result<Descriptor> acceptConnection(int listener) {
+  Descriptor socket(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+  if (!socket.isOpen()) return fail("accept", "", errno);
   return socket;
 }
 

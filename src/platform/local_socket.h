@@ -35,6 +35,9 @@ class LocalListener {
   Descriptor socket_;
 };
 
+// The next connection of a listening socket, non-blocking; EAGAIN when there is none.
+Result<Descriptor> acceptConnection(int listener);
+
 // Waits for a place in the listener's queue, at most `patience` (EAGAIN).
 Result<Descriptor> connectTo(const std::string& path, std::chrono::milliseconds patience);
 
