@@ -110,7 +110,7 @@ void QuorvelAppObject::Members::progressCellDataEvent(const Notification& notifi
   if (!progress.note(uuid->second.text(), *message)) return;
   events.post([this] {
     progress.told();
-    changed();
+    progressed();
   });
 }
 

@@ -43,6 +43,8 @@ class RequestAnswer {
   Dictionary stop();
   Dictionary follow();
   Dictionary changeJobs();
+  Dictionary setPreference();
+  Dictionary showWindow();
 
   [[nodiscard]] Dictionary statusOf(const std::string& uuid, std::int32_t index);
   [[nodiscard]] RunOptions options();
@@ -76,6 +78,10 @@ Dictionary RequestAnswer::give() {
     case RequestAction::kReload:
       return app_.reload() ? answer(RequestResult::kDone)
                            : answer(RequestResult::kRefused, members_.store.lastError().text());
+    case RequestAction::kSetPreference:
+      return setPreference();
+    case RequestAction::kShowWindow:
+      return showWindow();
   }
   return answer(RequestResult::kNotUnderstood);
 }
@@ -194,6 +200,22 @@ Dictionary RequestAnswer::changeJobs() {
       break;
   }
   return answer(RequestResult::kNotUnderstood);
+}
+
+// Of the application.
+
+Dictionary RequestAnswer::setPreference() {
+  const std::string key = request_[kPreferenceKeyKey].text();
+  if (key.empty() || request_[kPreferenceValueKey].isNone()) return answer(RequestResult::kNotUnderstood);
+  const auto stored = members_.services.defaults.change(
+      [&](Dictionary& values) { values[kPreferencesKey].mutableDictionary()[key] = request_[kPreferenceValueKey]; });
+  return stored ? answer(RequestResult::kDone) : answer(RequestResult::kRefused, stored.error().text());
+}
+
+Dictionary RequestAnswer::showWindow() {
+  if (!members_.showWindow) return answer(RequestResult::kRefused, "the running instance has no windows");
+  members_.showWindow();
+  return answer(RequestResult::kDone);
 }
 
 }  // namespace

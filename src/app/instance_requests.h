@@ -25,7 +25,9 @@ enum class RequestAction : std::int32_t {
   // "changes", see app/job_changes.h -> "stoppedRuns": names of jobs whose run had other settings and was stopped;
   // kConflict when somebody else has changed the same. Answered when those runs have ended, which may take long.
   kChangeJobs = 1005,
-  kReload = 1006,  // read the store again
+  kReload = 1006,         // read the store again
+  kSetPreference = 1007,  // "key" and "value" of "SGPreferences"
+  kShowWindow = 1008,     // kRefused by an instance without windows
 };
 
 enum class RequestResult : std::int32_t {
@@ -42,6 +44,8 @@ inline constexpr const char* kSelectedArrayKey = "selected_Array";
 inline constexpr const char* kRequestUuidKey = "uuid";
 inline constexpr const char* kRequestOptionsKey = "options";
 inline constexpr const char* kRequestChangesKey = "changes";
+inline constexpr const char* kPreferenceKeyKey = "key";
+inline constexpr const char* kPreferenceValueKey = "value";
 inline constexpr const char* kStoppedRunsKey = "stoppedRuns";
 inline constexpr const char* kEndedRunsKey = "endedRuns";
 inline constexpr const char* kEndedKey = "ended";

@@ -59,6 +59,7 @@ struct QuorvelAppObject::Members {
 
   void later(std::function<void()> task);  // through `tasks`, unless the application has ended by then; any thread
   void changed();
+  void progressed();
   void tellTrouble();
 
   QuorvelAppObject& app;
@@ -79,7 +80,11 @@ struct QuorvelAppObject::Members {
   std::map<std::string, std::string> arrivals;  // volumes by the uuid of a job that runs for them after its present run
   std::optional<DeviceWaiter> m_waitingObject;
   std::optional<TivIOMediaObject> ioMediaDetection;
-  std::vector<std::function<void()>> jobObservers;
+  struct JobObserver {
+    std::function<void()> changed, progressed;
+  };
+  std::vector<JobObserver> jobObservers;
+  std::function<void()> showWindow;
   TakePaths addToJob, makeJob;
   bool storeTroubleIsTold = false;
   bool isLaunched = false;

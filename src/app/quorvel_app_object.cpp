@@ -185,8 +185,12 @@ std::optional<JobProgressMessage> QuorvelAppObject::progressOf(const std::string
   return members_->progress.of(uuid);
 }
 
-void QuorvelAppObject::observeJobs(std::function<void()> changed) {
-  members_->jobObservers.push_back(std::move(changed));
+void QuorvelAppObject::observeJobs(std::function<void()> changed, std::function<void()> progressed) {
+  members_->jobObservers.push_back({std::move(changed), std::move(progressed)});
+}
+
+void QuorvelAppObject::setShowWindow(std::function<void()> showWindow) {
+  members_->showWindow = std::move(showWindow);
 }
 
 void QuorvelAppObject::setPathDialogs(TakePaths addToJob, TakePaths makeJob) {
@@ -201,7 +205,11 @@ void QuorvelAppObject::Members::later(std::function<void()> task) {
 }
 
 void QuorvelAppObject::Members::changed() {
-  for (const auto& observer : jobObservers) observer();
+  for (const auto& observer : jobObservers) observer.changed();
+}
+
+void QuorvelAppObject::Members::progressed() {
+  for (const auto& observer : jobObservers) observer.progressed();
 }
 
 // A store that cannot be written is said once, not at every event.

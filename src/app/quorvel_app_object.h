@@ -75,12 +75,14 @@ class QuorvelAppObject : public MessageDelegate {
   [[nodiscard]] SyncControlObject& control();
   // The last progress of a running job, by its uuid.
   [[nodiscard]] std::optional<JobProgressMessage> progressOf(const std::string& uuid);
-  // Called on the main thread whenever a job or its progress has changed; for faces.
-  void observeJobs(std::function<void()> changed);
+  // Called on the main thread whenever a job has changed, and whenever its progress has, which is often; for faces.
+  void observeJobs(std::function<void()> changed, std::function<void()> progressed);
   // What a face with windows does with paths that a file manager sends: lets the user pick a job for them, or makes a
   // job of them. Without, the paths go to the only job, and no job is made.
   using TakePaths = std::function<void(const std::vector<std::string>& paths)>;
   void setPathDialogs(TakePaths addToJob, TakePaths makeJob);
+  // How a face with windows shows itself when it is started once more.
+  void setShowWindow(std::function<void()> showWindow);
 
   struct Members;  // for the sources of this folder
 

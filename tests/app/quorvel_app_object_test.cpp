@@ -258,7 +258,7 @@ TEST_F(AppFixture, Progress_GoesByJobAndEndsWithTheRun) {
   storeThree();
   launch();
   int changes = 0;
-  app->observeJobs([&] { ++changes; });
+  app->observeJobs([] {}, [&] { ++changes; });
   center.post(
       {kProgressNotification, JobProgressMessage::messageWithJobName("b", "f", 50, 10), {{kJobUuidKey, "uuid-b"}}});
   serve();

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/user_dialogs.h"
+
+namespace lumisk::test {
+
+// Shows nothing and answers as it is told.
+class SilentDialogs : public UserDialogs {
+ public:
+  void showAlert(const std::string&, const std::string&) override {}
+  void showMessage(const std::string&, const std::string&, const std::string&) override {}
+  void showPathProblem(const PathProblem&) override {}
+  void showFinish(const FinishDialog&) override {}
+  ConflictAnswer askConflict(const ConflictQuestion&) override { return {}; }
+  bool ask(const std::string&, const std::string& message, const std::string&, const std::string&) override {
+    asked.push_back(message);
+    return answer;
+  }
+  bool answer = false;
+  std::vector<std::string> asked;
+};
+
+}  // namespace lumisk::test

@@ -1,0 +1,100 @@
+// Photographs windows with sample jobs, without a screen: `ui_screenshots FOLDER [NAME...]` writes
+// "<name>-light.png", "<name>-dark.png" and both at twice the size, "<name>-light-200.png".
+#include <QApplication>
+#include <QDir>
+#include <QFontDatabase>
+#include <QProcess>
+#include <cstdio>
+
+#include "platform/real_file_calls.h"
+#include "screenshots/scenes.h"
+#include "support/fake_clock.h"
+#include "support/home_fixture.h"
+#include "support/silent_dialogs.h"
+#include "ui/theme.h"
+
+namespace lumisk::test {
+namespace {
+
+struct Picture {
+  QString folder;
+  theme::Appearance appearance;
+  QString suffix;
+};
+
+// The focus and what follows a first look at the events are drawn, too.
+void settle() {
+  for (int round = 0; round < 5; ++round) {
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QApplication::processEvents(QEventLoop::AllEvents, 60);
+  }
+}
+
+bool photograph(const Scene& scene, const Picture& picture, MainLoop& loop) {
+  FakeClock clock(kSampleNow);
+  SilentDialogs dialogs;
+  FakeJobsBoard board;
+  board.list = sampleJobs(clock.now());
+  WindowSet windows(board, clock, realFileCalls(), loop, dialogs);
+  addAllWindows(windows);
+  QWidget* const window = scene.open(windows, board);
+  if (!window) return true;  // of a window that is not built in
+  settle();
+  const QString path = picture.folder + QStringLiteral("/") + QString::fromStdString(scene.name) + picture.suffix;
+  return window->grab().save(path + QStringLiteral(".png"));
+}
+
+Scenes allScenes(int count, char** arguments) {
+  Scenes all, wanted;
+  addMainScenes(all);
+  for (const Scene& scene : all) {
+    bool isWanted = count < 3;
+    for (int i = 2; i < count; ++i) isWanted = isWanted || scene.name == arguments[i];
+    if (isWanted) wanted.push_back(scene);
+  }
+  return wanted;
+}
+
+int photographAll(QApplication& application, int count, char** arguments) {
+  TempTree home{{"Library", Dir{{"Preferences", Dir{}}}}};
+  ScopedVariable homeVariable("LUMISK_HOME", home.path());
+  const bool isDouble = qgetenv("QT_SCALE_FACTOR") == "2";
+  const QString folder = QString::fromLocal8Bit(arguments[1]);
+  if (QFontDatabase::families().contains(QStringLiteral("Inter"))) QApplication::setFont(QFont("Inter", 10));
+  MainLoop loop;
+  bool isWritten = QDir().mkpath(folder);
+  for (const auto appearance : {theme::Appearance::kLight, theme::Appearance::kDark}) {
+    theme::apply(application, appearance);
+    const bool isDark = appearance == theme::Appearance::kDark;
+    const QString suffix = QString::fromLatin1(isDark ? "-dark" : "-light") + (isDouble ? "-200" : "");
+    for (const Scene& scene : allScenes(count, arguments)) {
+      isWritten = photograph(scene, {folder, appearance, suffix}, loop) && isWritten;
+    }
+  }
+  return isWritten ? 0 : 1;
+}
+
+// The scale is a property of the process.
+int photographTwice(const QString& program, const QStringList& arguments) {
+  for (const char* scale : {"1", "2"}) {
+    qputenv("QT_SCALE_FACTOR", scale);
+    if (const int status = QProcess::execute(program, arguments); status != 0) return status;
+  }
+  return 0;
+}
+
+}  // namespace
+}  // namespace lumisk::test
+
+int main(int count, char** arguments) {
+  if (count < 2) {
+    std::fprintf(stderr, "usage: ui_screenshots FOLDER [NAME...]\n");
+    return 2;
+  }
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  qputenv("TZ", "CET-1");
+  const bool isChild = qEnvironmentVariableIsSet("QT_SCALE_FACTOR");
+  QApplication application(count, arguments);
+  if (isChild) return lumisk::test::photographAll(application, count, arguments);
+  return lumisk::test::photographTwice(QApplication::applicationFilePath(), QApplication::arguments().mid(1));
+}

@@ -1,0 +1,13 @@
+#include "screenshots/scenes.h"
+
+namespace lumisk::test {
+
+void addMainScenes(Scenes& scenes) {
+  scenes.push_back({"main", [](WindowSet& windows, FakeJobsBoard&) { return windows.showMain(); }});
+  scenes.push_back({"main-empty", [](WindowSet& windows, FakeJobsBoard& board) {
+                      board.list.clear();
+                      return windows.showMain();
+                    }});
+}
+
+}  // namespace lumisk::test
