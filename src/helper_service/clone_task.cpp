@@ -9,7 +9,7 @@
 #include "platform/acting_as.h"
 #include "platform/byte_text.h"
 #include "platform/end_request.h"
-#include "platform/pipe.h"
+#include "platform/passed_descriptors.h"
 #include "platform/system_volumes.h"
 #include "platform/untrusted_file.h"
 
