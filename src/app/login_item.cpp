@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include "platform/durable_file.h"
@@ -17,6 +18,7 @@ namespace {
 constexpr const char* kItemsKey = "AutoLaunchedApplicationDictionary";
 constexpr const char* kPathKey = "Path";
 constexpr const char* kHideKey = "Hide";
+constexpr const char* kHiddenLine = "Hidden=true";
 constexpr unsigned kFileMode = 0644;
 
 bool hasItem(const PropertyList& items, const std::string& programPath) {
@@ -36,15 +38,20 @@ Result<void> enterInLoginWindow(const std::string& programPath) {
   return writePropertyListFile(path, items);
 }
 
-Result<void> enterInAutostart(const std::string& programPath) {
+Result<void> writeAutostart(const std::string& programPath, const std::string& furtherLines) {
   const std::string path = autostartPath();
   const bool hasLineBreak = programPath.find_first_of("\r\n") != std::string::npos;
   if (hasLineBreak) return fail("make the autostart entry", path, EINVAL);
   std::error_code failure;
-  if (std::filesystem::exists(std::filesystem::symlink_status(path, failure))) return {};
   std::filesystem::create_directories(paths::parent(path), failure);
   if (failure) return fail("make the folder", paths::parent(path), failure.value());
-  return replaceFile(path, autostartText(programPath), kFileMode);
+  return replaceFile(path, autostartText(programPath) + furtherLines, kFileMode);
+}
+
+Result<void> enterInAutostart(const std::string& programPath) {
+  std::error_code failure;
+  if (std::filesystem::exists(std::filesystem::symlink_status(autostartPath(), failure))) return {};
+  return writeAutostart(programPath, {});
 }
 
 }  // namespace
@@ -53,6 +60,18 @@ Result<void> enterLoginItem(const std::string& programPath) {
   const auto entered = enterInLoginWindow(programPath);
   LUMISK_CHECK(enterInAutostart(programPath));
   return entered;
+}
+
+bool isStartedAtLogin() {
+  std::ifstream entry(autostartPath());
+  if (!entry) return false;
+  for (std::string line; std::getline(entry, line);)
+    if (line == kHiddenLine) return false;
+  return true;
+}
+
+Result<void> setStartedAtLogin(const std::string& programPath, bool isStarted) {
+  return writeAutostart(programPath, isStarted ? std::string() : std::string(kHiddenLine) + "\n");
 }
 
 std::string autostartPath() {

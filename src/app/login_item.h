@@ -12,6 +12,11 @@ namespace lumisk {
 // a desktop's own switch for it holds; files that cannot be read are left alone.
 Result<void> enterLoginItem(const std::string& programPath);
 
+// The switch in the preferences: the desktop's entry alone, which is left where it is and hidden to switch it off, so
+// that no later start makes another. A hidden or missing entry starts nothing.
+[[nodiscard]] bool isStartedAtLogin();
+Result<void> setStartedAtLogin(const std::string& programPath, bool isStarted);
+
 // $XDG_CONFIG_HOME, else <home>/.config, then "autostart/lumisk.desktop".
 [[nodiscard]] std::string autostartPath();
 // The entry, its command quoted as the Desktop Entry Specification asks.

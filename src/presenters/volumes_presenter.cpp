@@ -1,0 +1,82 @@
+#include "presenters/volumes_presenter.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "devices/data_list_object.h"
+#include "platform/mount_table.h"
+#include "platform/paths.h"
+#include "platform/translation.h"
+#include "platform/workspace.h"
+#include "presenters/locale_text.h"
+
+namespace lumisk {
+
+double VolumeRow::usedShare() const {
+  if (volume.bytes == 0) return 0;
+  return static_cast<double>(usedBytes()) / static_cast<double>(volume.bytes);
+}
+
+std::string freeSentence(const VolumeRow& row) {
+  return filled(translated("{} of {} free"), row.freeText, row.sizeText);
+}
+
+VolumeRow volumeRow(const Volume& volume, bool isRemovable) {
+  VolumeRow row;
+  row.volume = volume;
+  row.formatText = fmt::format("{}: {}", translated("Format"), fileSystemTypeText(volume.fileSystem));
+  row.sizeText = dataListObject::sizeWithGMKFormat(volume.bytes);
+  row.freeText = dataListObject::sizeWithGMKFormat(volume.freeBytes);
+  row.usedText = dataListObject::sizeWithGMKFormat(row.usedBytes());
+  row.isRemovable = isRemovable;
+  row.isNetwork = isNetworkFileSystem(volume.fileSystem);
+  row.isSystem = volume.path == "/";
+  return row;
+}
+
+void sortForOffer(std::vector<VolumeRow>& volumes) {
+  const auto rank = [](const VolumeRow& row) {
+    if (row.isSystem) return 3;
+    if (row.isRemovable) return 0;
+    return row.isNetwork ? 1 : 2;
+  };
+  std::stable_sort(volumes.begin(), volumes.end(),
+                   [&](const VolumeRow& a, const VolumeRow& b) { return rank(a) < rank(b); });
+}
+
+VolumeList listedVolumes() {
+  VolumeList list;
+  for (const Volume& volume : mountedVolumes()) {
+    const auto info = workspace::fileSystemInfo(volume.path);
+    list.volumes.push_back(volumeRow(volume, info && info->isRemovable));
+  }
+  sortForOffer(list.volumes);
+  for (const PropertyList& disk : getHardDiskDictArray())
+    list.disks.push_back({disk[kDiskNameKey].text(), disk[kBSDNameKey].text()});
+  return list;
+}
+
+void VolumesPresenter::refresh() {
+  task_.start([this, lister = lister_](const BackgroundTask::Context& context) {
+    context.tell([this, found = lister()] {
+      list_ = found;
+      isKnown_ = true;
+      changed();
+    });
+  });
+}
+
+std::vector<VolumeRow> VolumesPresenter::targets(const std::vector<std::string>& sources) const {
+  std::vector<VolumeRow> offered;
+  for (const VolumeRow& row : list_.volumes) {
+    const bool holdsSource = std::any_of(sources.begin(), sources.end(), [&](const std::string& source) {
+      return paths::isInside(source, row.volume.path);
+    });
+    const bool isForTheSystem = row.isSystem || row.volume.path.starts_with("/boot");
+    if (!row.volume.isReadOnly && !isForTheSystem && !holdsSource) offered.push_back(row);
+  }
+  return offered;
+}
+
+}  // namespace lumisk
