@@ -1,6 +1,7 @@
 #include "helper/os_status.h"
 
 #include <cerrno>
+#include <system_error>
 
 #include "platform/framed_dictionary.h"
 
@@ -23,6 +24,12 @@ int BASOSStatusToErrno(OSStatus status) {
     default:
       return EIO;
   }
+}
+
+std::string statusText(OSStatus status) {
+  if (status == kAuthorizationCancelled) return "nobody authenticated";
+  if (status == kAuthorizationDenied) return "an administrator's authentication was refused";
+  return std::generic_category().message(BASOSStatusToErrno(status));
 }
 
 }  // namespace lumisk

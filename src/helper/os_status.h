@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace lumisk {
 
@@ -17,5 +18,6 @@ inline constexpr OSStatus kAuthorizationCancelled = -60006;  // whoever should h
 // EPERM for a denied right, ECANCELED for what a user has cancelled, EBADMSG for what is no dictionary; EIO for every
 // other code that is no errno value.
 [[nodiscard]] int BASOSStatusToErrno(OSStatus status);
+[[nodiscard]] std::string statusText(OSStatus status);  // for people
 
 }  // namespace lumisk

@@ -133,8 +133,9 @@ Result<pid_t> spawn(const ChildRequest& request, const Channels& channels) {
   posix_spawnattr_setsigdefault(&settings.attributes, &all);
   // A group of its own, so that a kill reaches what it has started, too.
   posix_spawnattr_setpgroup(&settings.attributes, 0);
-  posix_spawnattr_setflags(&settings.attributes,
-                           POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+  const int flags =
+      POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | (request.sharesTerminal ? 0 : POSIX_SPAWN_SETPGROUP);
+  posix_spawnattr_setflags(&settings.attributes, static_cast<short>(flags));
   std::vector<std::string> arguments = request.arguments;
   std::vector<std::string> environment = environmentWith(request.environment);
   pid_t child = 0;
@@ -233,7 +234,7 @@ Result<ChildResult> runChild(const ChildRequest& request) {
   const Descriptor ended(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
   const int cannotWatch = ended.isOpen() ? 0 : errno;
   const bool inTime = cannotWatch == 0 && Exchange(request, channels, result).run(ended);
-  if (!inTime) ::kill(-child, SIGKILL);
+  if (!inTime) ::kill(request.sharesTerminal ? child : -child, SIGKILL);
   LUMISK_TRY(result.status, waitFor(child, request.arguments[0]));
   if (!inTime) return fail("wait for", request.arguments[0], cannotWatch != 0 ? cannotWatch : ETIMEDOUT);
   return result;

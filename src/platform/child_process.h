@@ -13,6 +13,9 @@ struct ChildRequest {
   std::string input;                   // given on standard input, which is then closed
   std::vector<std::string> environment;                                // "NAME=value" entries added to ours
   std::chrono::milliseconds limit = std::chrono::milliseconds::max();  // then it is killed, with error ETIMEDOUT
+  // Stays in our process group, so that it can ask at the terminal and a Ctrl-C reaches it. What it has started
+  // outlives the limit then.
+  bool sharesTerminal = false;
 };
 
 struct ChildResult {

@@ -41,6 +41,10 @@ bool isRoot() {
   return ::geteuid() == 0;
 }
 
+std::int64_t ownNumber() {
+  return ::getpid();
+}
+
 std::uint32_t userId() {
   return ::getuid();
 }

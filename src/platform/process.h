@@ -13,6 +13,7 @@ namespace process {
 [[nodiscard]] bool isRunning(std::int64_t pid, const std::string& inCommandLine);
 void askToEnd(std::int64_t pid);  // SIGTERM
 [[nodiscard]] bool isRoot();
+[[nodiscard]] std::int64_t ownNumber();  // of this process
 [[nodiscard]] std::uint32_t userId();
 [[nodiscard]] std::uint32_t groupId();
 [[nodiscard]] std::string userName();  // the login name of the user id; its number when it has none

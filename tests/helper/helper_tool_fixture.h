@@ -39,6 +39,7 @@ class RunningHelper {
       : procedures_(std::move(procedures)), listener_(*LocalListener::listenAt(path())) {
     process_ = ::fork();
     if (process_ != 0) return;
+    ::setpgid(0, 0);  // so that what it has started ends with it
     const HelperToolServices services{[&](const HelperPeer&, const CommandSpec&) { return right ? right() : 0; },
                                       [](const std::string&) {}};
     ::_exit(serveHelperRequests({lumiskCommands(), procedures_, services, limits}, listener_.descriptor()));
@@ -47,7 +48,8 @@ class RunningHelper {
   RunningHelper& operator=(const RunningHelper&) = delete;
   ~RunningHelper() {
     if (process_ <= 0) return;
-    ::kill(process_, SIGKILL);
+    ::setpgid(process_, process_);
+    ::kill(-process_, SIGKILL);
     ::waitpid(process_, nullptr, 0);
   }
 
