@@ -30,6 +30,12 @@ unsigned long long bit(int capability) {
   return 1ULL << static_cast<unsigned>(capability);
 }
 
+unsigned long long keptCapabilities() {
+  unsigned long long bits = 0;
+  for (const int capability : kKept) bits |= bit(capability);
+  return bits;
+}
+
 void clearEnvironment() {
   std::vector<std::pair<std::string, std::string>> kept = {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}, {"LC_ALL", "C"}};
   for (const char* name : {"LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES"})
@@ -65,12 +71,6 @@ Result<void> dropCapabilities() {
 }
 
 }  // namespace
-
-unsigned long long keptCapabilities() {
-  unsigned long long bits = 0;
-  for (const int capability : kKept) bits |= bit(capability);
-  return bits;
-}
 
 Result<void> keep() {
   constexpr rlim_t kDescriptors = 16384;

@@ -10,7 +10,4 @@ namespace lumisk::leastRights {
 // and writing a whole volume needs (capabilities(7)); what it starts has no more. Without root only the first half.
 Result<void> keep();
 
-// The bits of capabilities(7) that keep() leaves, for tests.
-[[nodiscard]] unsigned long long keptCapabilities();
-
 }  // namespace lumisk::leastRights
