@@ -124,13 +124,14 @@ Result<void> QuorvelAppObject::Members::readJobs() {
   return {};
 }
 
-// Who said no is not asked again, and who was not there is not taken to have said so.
+// Who said no is not asked again, and who was not there is not taken to have said so. Before there is a job there is
+// nothing that would run at login.
 void QuorvelAppObject::Members::joinToLoginWindow() {
   const auto stored = services.defaults.object(kRunAtLoginKey);
   if (!stored) return;
   std::string answer = stored->text();
   if (!stored->hasText()) {
-    if (!services.somebodyCanAnswer) return;
+    if (!services.somebodyCanAnswer || store.count() == 0) return;
     answer = dialogs().ask(kApplicationTitle, kLoginText, kYes, kNo) ? kYes : kNo;
     if (!services.defaults.setObject(kRunAtLoginKey, answer)) return;
   }

@@ -1,4 +1,5 @@
 #include "ui/main_window.h"
+#include "ui/mini_panel.h"
 #include "ui/windows.h"
 
 namespace lumisk {
@@ -6,6 +7,7 @@ namespace lumisk {
 // One line for each: its header declares `void addX(WindowSet&)`, which calls WindowSet::add().
 void addAllWindows(WindowSet& windows) {
   addMainWindow(windows);
+  addMiniPanel(windows);
 }
 
 }  // namespace lumisk

@@ -7,6 +7,7 @@ constexpr const char* kGrounds = R"(
 QWidget { color: @text; }
 QMainWindow, QDialog, QWidget#window { background: @window; }
 QLabel { background: transparent; }
+QLabel[isQuiet="true"] { color: @quietText; }
 QFrame#card { background: @card; border: 1px solid @cardBorder; border-radius: 10px; }
 QFrame#separator { background: @line; border: none; }
 QToolTip { background: @card; color: @text; border: 1px solid @line; padding: 6px 8px; }
@@ -40,7 +41,7 @@ QToolButton:focus { border-color: @accent; }
 QToolButton:disabled { color: @disabled; }
 QToolButton::menu-indicator { image: none; }
 QToolButton#iconButton { padding: 6px; }
-QToolBar { background: @window; border: none; padding: 8px 12px; spacing: 2px; }
+QToolBar { background: @window; border: none; padding: 8px 16px; spacing: 2px; }
 QToolBar::separator { background: @line; width: 1px; margin: 8px 8px; }
 QToolBar#main QToolButton { padding: 6px 9px; }
 )";
@@ -140,13 +141,25 @@ QString styleSheet(const Colours& c) {
   const QColor hoverFill = mixed(c.accentFill, c.isDark ? Qt::white : Qt::black, 0.1);
   const QColor focus = mixed(c.accentFill, c.isDark ? Qt::white : Qt::black, 0.45);
   const std::pair<const char*, QColor> names[] = {
-      {"@accentText", c.accentText}, {"@accentHover", hoverFill},  {"@accentFill", c.accentFill},
-      {"@accent", c.accent},         {"@cardBorder", c.cardBorder}, {"@card", c.card},
-      {"@quietText", c.quietText},   {"@selection", c.selection},   {"@disabled", disabled},
-      {"@indicator", indicator},     {"@errorFill", c.errorFill},   {"@error", c.error},
-      {"@warningFill", c.warningFill}, {"@window", c.window},       {"@hover", c.hover},
-      {"@focus", focus},             {"@field", c.isDark ? c.window : c.card},
-      {"@track", c.track},           {"@scroll", mixed(c.card, c.quietText, 0.4)},
+      {"@accentText", c.accentText},
+      {"@accentHover", hoverFill},
+      {"@accentFill", c.accentFill},
+      {"@accent", c.accent},
+      {"@cardBorder", c.cardBorder},
+      {"@card", c.card},
+      {"@quietText", c.quietText},
+      {"@selection", c.selection},
+      {"@disabled", disabled},
+      {"@indicator", indicator},
+      {"@errorFill", c.errorFill},
+      {"@error", c.error},
+      {"@warningFill", c.warningFill},
+      {"@window", c.window},
+      {"@hover", c.hover},
+      {"@focus", focus},
+      {"@field", c.isDark ? c.window : c.card},
+      {"@track", c.track},
+      {"@scroll", mixed(c.card, c.quietText, 0.4)},
       {"@line", c.line},
   };
   QString sheet = QString::fromLatin1(kGrounds) + QString::fromLatin1(kButtons) + QString::fromLatin1(kFields) +

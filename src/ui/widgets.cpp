@@ -38,24 +38,6 @@ class Picture : public QLabel {
   theme::Tint tint_;
 };
 
-// Quiet text has a colour of its own, which a change of the theme changes.
-class QuietLabel : public QLabel {
- public:
-  explicit QuietLabel(const QString& text) : QLabel(text) { recolour(); }
-
- protected:
-  void changeEvent(QEvent* event) override {
-    if (event->type() == QEvent::PaletteChange) recolour();
-    QLabel::changeEvent(event);
-  }
-
- private:
-  void recolour() {
-    const QString sheet = QStringLiteral("color: %1;").arg(theme::colours().quietText.name());
-    if (styleSheet() != sheet) setStyleSheet(sheet);
-  }
-};
-
 const char* nameOf(ButtonKind kind) {
   switch (kind) {
     case ButtonKind::kPrimary:
@@ -88,7 +70,8 @@ theme::Tint tintOf(ButtonKind kind) {
 
 QLabel* label(const QString& text, theme::TextStyle style) {
   const bool isQuiet = style == theme::TextStyle::kQuiet || style == theme::TextStyle::kCaption;
-  auto* const made = isQuiet ? new QuietLabel(text) : new QLabel(text);
+  auto* const made = new QLabel(text);
+  made->setProperty("isQuiet", isQuiet);
   made->setFont(theme::font(style));
   made->setTextFormat(Qt::PlainText);
   return made;
@@ -183,6 +166,7 @@ EmptyState::EmptyState(const std::string& iconName, const QString& heading, cons
   auto* const text = quiet(sentence);
   text->setAlignment(Qt::AlignHCenter);
   text->setFixedWidth(kEmptyStateWidth);
+  text->setMinimumHeight(text->heightForWidth(kEmptyStateWidth));
   column->addWidget(text, 0, Qt::AlignHCenter);
   column->addSpacing(theme::kMedium);
   buttons_->setSpacing(theme::kSmall);

@@ -79,6 +79,10 @@ QWidget* WindowSet::open(WindowKind kind, const WindowRequest& request) {
   return window;
 }
 
+void WindowSet::hideWindow(QWidget& window) {
+  window.hide();
+}
+
 bool WindowSet::closeAll() {
   const auto windows = windows_;
   for (const auto& [key, window] : windows) {

@@ -71,8 +71,11 @@ class WindowSet : public QObject {
   QWidget* openRestoreOfPath(const std::string& path) { return open(WindowKind::kRestore, {{}, {path}}); }
   QWidget* showMiniPanel() { return open(WindowKind::kMiniPanel); }
 
-  // Ends the program when the user agrees; set by main().
+  // Ends the program when the user agrees, and what the main window's own button does; set by Desktop.
   std::function<void()> quit = [] {};
+  std::function<void()> closeMain = [this] {
+    if (auto* const window = find(WindowKind::kMain)) hideWindow(*window);
+  };
 
   // Closes all; false when one of them did not want to.
   bool closeAll();
@@ -81,6 +84,8 @@ class WindowSet : public QObject {
   bool eventFilter(QObject* watched, QEvent* event) override;  // remembers places when windows go
 
  private:
+  static void hideWindow(QWidget& window);
+
   UiContext context_;
   std::map<WindowKind, Factory> factories_;
   std::map<std::pair<WindowKind, WindowRequest>, QPointer<QWidget>> windows_;

@@ -113,6 +113,9 @@ TEST_F(AppFixture, LoginItem_OnlyWhenSomebodySaidYes) {
     QuorvelAppObject one(given);
     ASSERT_TRUE(one.applicationDidFinishLaunching());
   };
+  launchAnswering(true);
+  EXPECT_TRUE(dialogs.take().empty()) << "nothing would run";
+  store(makeJob("a"));
   launchAnswering(false);
   launchAnswering(true);
   EXPECT_EQ(dialogs.take(), std::vector<std::string>{"Would you like Qel Lumisk to run at login?"});

@@ -8,6 +8,7 @@ void addMainScenes(Scenes& scenes) {
                       board.list.clear();
                       return windows.showMain();
                     }});
+  scenes.push_back({"mini", [](WindowSet& windows, FakeJobsBoard&) { return windows.showMiniPanel(); }});
 }
 
 }  // namespace lumisk::test

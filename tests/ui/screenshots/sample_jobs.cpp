@@ -45,22 +45,49 @@ JobProgressMessage progressOf(const std::string& name, const std::string& file, 
 std::vector<BoardJob> sampleJobs(WallTime now) {
   const std::string home = "/home/anna/";
   const Sample samples[] = {
-      {"documents", "Documents", JobType::kBackup, {home + "Documents", home + "Letters"}, "/media/anna/Backup/Documents",
-       SchedulingMethod::kRealTime, 12min},
-      {"photos", "Photos of all years", JobType::kBackup, {home + "Pictures"}, "/media/anna/Backup/Photos",
-       SchedulingMethod::kTimer, 95min},
-      {"music", "Music", JobType::kSyncWithRevisions, {home + "Music"}, "/media/anna/Stick/Music",
-       SchedulingMethod::kNone, 60min * 50},
-      {"laptop", "Laptop and desk", JobType::kSyncWithConflicts, {home + "Projects"}, "/mnt/desk/anna/Projects",
-       SchedulingMethod::kWeekDays, 60min * 18},
-      {"projects", "Old projects", JobType::kBackup, {home + "Archive"}, "/media/anna/Backup/Archive",
-       SchedulingMethod::kWeekDays, 0min},
+      {"documents",
+       "Documents",
+       JobType::kBackup,
+       {home + "Documents", home + "Letters"},
+       "/media/anna/Backup/Documents",
+       SchedulingMethod::kRealTime,
+       12min},
+      {"photos",
+       "Photos of all years",
+       JobType::kBackup,
+       {home + "Pictures"},
+       "/media/anna/Backup/Photos",
+       SchedulingMethod::kTimer,
+       95min},
+      {"music",
+       "Music",
+       JobType::kSyncWithRevisions,
+       {home + "Music"},
+       "/media/anna/Stick/Music",
+       SchedulingMethod::kNone,
+       60min * 50},
+      {"laptop",
+       "Laptop and desk",
+       JobType::kSyncWithConflicts,
+       {home + "Projects"},
+       "/mnt/desk/anna/Projects",
+       SchedulingMethod::kWeekDays,
+       60min * 18},
+      {"projects",
+       "Old projects",
+       JobType::kBackup,
+       {home + "Archive"},
+       "/media/anna/Backup/Archive",
+       SchedulingMethod::kWeekDays,
+       0min},
       {"disk", "Whole disk", JobType::kClone, {"/"}, "/media/anna/Clone", SchedulingMethod::kTimer, 60min * 30},
   };
   std::vector<BoardJob> jobs;
   for (const Sample& sample : samples) jobs.push_back(jobOf(sample, now));
   jobs[1].running = true;
   jobs[1].progress = progressOf(samples[1].name, "IMG_20090227_183512.jpg", 43.4);
+  jobs[0].stored.mutableDictionary()[kLastCompletedBeginKey] = storedDate(now - 12min);
+  jobs[5].stored.mutableDictionary()[kLastCompletedBeginKey] = storedDate(now - 30h);
   jobs[3].stored.mutableDictionary()[kCancelStatusKey] = static_cast<std::int32_t>(CancelStatus::kError);
   jobs[4].stored.mutableDictionary()[kActiveKey] = false;
   jobs[5].stored.mutableDictionary()[kCancelStatusKey] = static_cast<std::int32_t>(CancelStatus::kCancelled);

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lumisk {
+
+// The local files of a "text/uri-list" (RFC 2483) as file managers drop and paste it: the bytes of each path, whatever
+// their encoding. What is no local file ("http:", another host) is left out. Pure.
+[[nodiscard]] std::vector<std::string> pathsOfUriList(std::string_view list);
+
+}  // namespace lumisk

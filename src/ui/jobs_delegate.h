@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QStyledItemDelegate>
+
+namespace lumisk {
+
+struct JobRow;
+
+// Paints the lines of the job list: the name over the job's type, paths that are cut short in their middle, and the
+// progress of runs in the status column.
+class JobsDelegate : public QStyledItemDelegate {
+ public:
+  using QStyledItemDelegate::QStyledItemDelegate;
+  void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+  [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+  [[nodiscard]] static int rowHeight();
+};
+
+}  // namespace lumisk

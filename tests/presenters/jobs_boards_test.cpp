@@ -1,0 +1,102 @@
+#include <gtest/gtest.h>
+
+#include "app/app_fixture.h"
+#include "presenters/instance_jobs_board.h"
+#include "presenters/local_jobs_board.h"
+
+namespace lumisk {
+namespace {
+
+using namespace test;
+
+// The same application through both boards: in its own process, and over its message server.
+class JobsBoardsTest : public AppFixture {
+ protected:
+  // An answer of the server needs its main loop while the asker waits.
+  void waitServing(const std::function<void()>& work) {
+    std::atomic<bool> isDone{false};
+    std::thread worker([&] {
+      work();
+      isDone = true;
+    });
+    while (!isDone) serve();
+    worker.join();
+  }
+  void checkChanges(JobsBoard& board) {
+    EXPECT_EQ(board.jobs().size(), 3u);
+    EXPECT_EQ(board.setActive("uuid-a", false), std::nullopt);
+    EXPECT_FALSE(job("a")[kActiveKey].boolean());
+    EXPECT_TRUE(job("a")[kManullyDisableKey].boolean());
+    EXPECT_NE(board.start("uuid-a"), std::nullopt) << "it is disabled";
+    EXPECT_EQ(board.setActive("uuid-a", true), std::nullopt);
+
+    const PropertyList before = job("b");
+    QUORVELPREFERENCEINFO edited;
+    ASSERT_TRUE(jobFromDictionary(before, edited));
+    edited.name = "renamed";
+    EXPECT_EQ(board.edit(before, edited), std::nullopt);
+    edited.name = "again";
+    EXPECT_NE(board.edit(before, edited), std::nullopt) << "the name is not what it was";
+    EXPECT_EQ(job("renamed")[kUuidStringKey].text(), "uuid-b");
+
+    EXPECT_EQ(board.remove("uuid-c"), std::nullopt);
+    EXPECT_NE(board.remove("uuid-c"), std::nullopt);
+    QUORVELPREFERENCEINFO added = makeJob("d");
+    EXPECT_EQ(board.add(added), std::nullopt);
+    EXPECT_NE(board.add(added), std::nullopt) << "the name is taken";
+    added.name = "x/y";
+    EXPECT_NE(board.add(added), std::nullopt);
+    EXPECT_EQ(app->jobs().count(), 3);
+
+    EXPECT_EQ(board.setPreference("SGCopyPace", "full"), std::nullopt);
+    EXPECT_EQ(board.preference("SGCopyPace").text(), "full");
+  }
+};
+
+TEST_F(JobsBoardsTest, LocalBoard_ChangesTheJobsOfThisProcess) {
+  storeThree();
+  launch();
+  LocalJobsBoard board(*app, clock);
+  checkChanges(board);
+}
+
+TEST_F(JobsBoardsTest, InstanceBoard_ChangesTheJobsOverTheMessageServer) {
+  storeThree();
+  launch();
+  InstanceJobsBoard board(
+      loop, clock, [] {}, [this](const auto& work) { waitServing(work); });
+  checkChanges(board);
+}
+
+TEST_F(JobsBoardsTest, Observers_HearOfChangesAsLongAsTheyHoldOn) {
+  storeThree();
+  launch();
+  LocalJobsBoard board(*app, clock);
+  std::vector<BoardChange> told;
+  auto observation = board.observe([&](BoardChange change) { told.push_back(change); });
+  EXPECT_EQ(board.setPreference("SGCopyPace", "full"), std::nullopt);
+  EXPECT_EQ(told, std::vector<BoardChange>{BoardChange::kPreferences});
+  EXPECT_EQ(board.setActive("uuid-a", false), std::nullopt);
+  EXPECT_EQ(told.back(), BoardChange::kJobs);
+  observation.reset();
+  const auto count = told.size();
+  EXPECT_EQ(board.setActive("uuid-a", true), std::nullopt);
+  EXPECT_EQ(told.size(), count);
+}
+
+TEST_F(JobsBoardsTest, SecondStart_ShowsTheWindowOfTheFirstWhereThereIsOne) {
+  EXPECT_EQ(askOtherInstance(), OtherInstance::kNone);
+  storeThree();
+  launch();
+  OtherInstance found{};
+  waitServing([&] { found = askOtherInstance(); });
+  EXPECT_EQ(found, OtherInstance::kWithoutWindows);
+  int shown = 0;
+  app->setShowWindow([&] { ++shown; });
+  waitServing([&] { found = askOtherInstance(); });
+  EXPECT_EQ(found, OtherInstance::kShowsItsWindow);
+  EXPECT_EQ(shown, 1);
+}
+
+}  // namespace
+}  // namespace lumisk
