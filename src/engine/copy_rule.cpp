@@ -31,10 +31,6 @@ bool hasOtherSize(const CopyQuestion& question) {
   return question.source.type == FileType::kRegular && question.source.size != question.destination->size;
 }
 
-bool isHexDigit(char letter) {
-  return (letter >= '0' && letter <= '9') || (letter >= 'a' && letter <= 'f');
-}
-
 }  // namespace
 
 CopyDecision decideCopy(const CopyQuestion& question) {
@@ -75,14 +71,6 @@ bool isSkippedName(const std::string& name) {
                                                              ".lumiskFileList.damaged",
                                                              ".lumiskFolderFlagPlist"};
   return std::find(kNames.begin(), kNames.end(), name) != kNames.end() || paths::extension(name) == "qellumiskdat";
-}
-
-bool isTemporaryName(const std::string& name) {
-  constexpr std::string_view kPrefix = ".lumisk-";
-  constexpr std::size_t kDigits = 12;
-  if (name.size() != kPrefix.size() + kDigits || name.compare(0, kPrefix.size(), kPrefix) != 0) return false;
-  const std::string digits = name.substr(kPrefix.size());
-  return std::all_of(digits.begin(), digits.end(), isHexDigit);
 }
 
 }  // namespace lumisk

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/file_calls.h"
+#include "platform/temporary_name.h"
 
 namespace lumisk {
 
@@ -42,7 +43,5 @@ struct CopyQuestion {
 
 // Names that are never copied (our own files, and folders' view settings of desktop systems).
 [[nodiscard]] bool isSkippedName(const std::string& name);
-// Our own temporary siblings: ".lumisk-" and 12 hexadecimal digits.
-[[nodiscard]] bool isTemporaryName(const std::string& name);
 
 }  // namespace lumisk

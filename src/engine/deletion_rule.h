@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/name_list.h"
+#include "platform/name_list.h"
 
 namespace lumisk {
 

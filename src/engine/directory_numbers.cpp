@@ -1,6 +1,6 @@
 #include "engine/directory_walk.h"
-#include "engine/name_list.h"
 #include "engine/walk_borders.h"
+#include "platform/name_list.h"
 
 namespace lumisk {
 namespace {

@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "engine/name_list.h"
 #include "engine/spellings.h"
 #include "platform/catalog_info.h"
 #include "platform/descriptor.h"
+#include "platform/name_list.h"
 
 namespace lumisk {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "engine/folder_flags.h"
-#include "engine/name_list.h"
 #include "engine/synced_entries.h"
+#include "platform/name_list.h"
 #include "platform/paths.h"
 
 namespace lumisk {

@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <span>
 
-#include "engine/temporary_name.h"
+#include "platform/temporary_name.h"
 
 namespace lumisk {
 namespace {

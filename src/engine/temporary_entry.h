@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "engine/temporary_name.h"
 #include "platform/file_calls.h"
+#include "platform/temporary_name.h"
 
 namespace lumisk {
 

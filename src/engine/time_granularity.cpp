@@ -1,6 +1,6 @@
 #include "engine/time_granularity.h"
 
-#include "engine/temporary_name.h"
+#include "platform/temporary_name.h"
 
 namespace lumisk {
 namespace {

@@ -49,7 +49,10 @@ struct FileStatus {
   FileTime changed;  // the inode's own change time
   FileTime created;  // {0, 0} where the file system does not know it
   FileIdentity identity;
-  bool isMountRoot = false;  // the root of a mounted file system
+  bool isMountRoot = false;        // the root of a mounted file system
+  std::uint64_t deviceNumber = 0;  // what a device file stands for
+  bool isImmutable = false;        // chattr +i
+  bool isAppendOnly = false;       // chattr +a
 };
 
 struct FolderEntry {
@@ -60,6 +63,7 @@ struct FolderEntry {
 struct SpaceStatus {
   std::uint64_t total = 0;      // bytes
   std::uint64_t available = 0;  // bytes that this user may still fill
+  std::uint64_t free = 0;       // bytes that nothing lies on, those kept for the superuser among them
 };
 
 // Whether a rename may replace what has the new name.

@@ -31,6 +31,8 @@ MountEntry entryOf(libmnt_fs* mount) {
   entry.id = static_cast<std::uint64_t>(mnt_fs_get_id(mount));
   entry.device = mnt_fs_get_devno(mount);
   entry.root = textOf(mnt_fs_get_root(mount));
+  entry.mountOptions = textOf(mnt_fs_get_vfs_options(mount));
+  entry.fileSystemOptions = textOf(mnt_fs_get_fs_options(mount));
   entry.isReadOnly = mnt_fs_get_option(mount, "ro", nullptr, nullptr) == 0;
   return entry;
 }

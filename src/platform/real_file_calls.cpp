@@ -79,6 +79,9 @@ FileStatus statusOfStatx(const struct statx& raw) {
   if (raw.stx_mask & STATX_BTIME) status.created = timeOf(raw.stx_btime);
   status.identity = {makedev(raw.stx_dev_major, raw.stx_dev_minor), raw.stx_ino};
   status.isMountRoot = (raw.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  status.deviceNumber = makedev(raw.stx_rdev_major, raw.stx_rdev_minor);
+  status.isImmutable = (raw.stx_attributes & STATX_ATTR_IMMUTABLE) != 0;
+  status.isAppendOnly = (raw.stx_attributes & STATX_ATTR_APPEND) != 0;
   return status;
 }
 
@@ -193,7 +196,7 @@ Result<FileStatus> RealFileCalls::statusOf(int descriptor) {
 Result<SpaceStatus> RealFileCalls::spaceOf(int descriptor) {
   struct statvfs raw;
   LUMISK_CHECK(checked("ask for the free space", "", [&] { return ::fstatvfs(descriptor, &raw); }));
-  return SpaceStatus{raw.f_blocks * raw.f_frsize, raw.f_bavail * raw.f_frsize};
+  return SpaceStatus{raw.f_blocks * raw.f_frsize, raw.f_bavail * raw.f_frsize, raw.f_bfree * raw.f_frsize};
 }
 
 Result<void> RealFileCalls::mayRead(int folder, const std::string& name) {

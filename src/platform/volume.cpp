@@ -59,6 +59,13 @@ Device deviceOf(const MountEntry& mount) {
   return device;
 }
 
+std::optional<std::uint64_t> blockDeviceNumber(const std::string& nameOrNode) {
+  const bool isPath = nameOrNode.rfind('/', 0) == 0;
+  std::uint64_t number = 0;
+  if (nameOrNode.empty() || !isBlockDevice(isPath ? nameOrNode : "/dev/" + nameOrNode, number)) return std::nullopt;
+  return number;
+}
+
 std::string name(const MountEntry& mount) {
   const Device device = deviceOf(mount);
   std::string label = block_device::label(device.number, device.node);
@@ -77,7 +84,7 @@ Result<SpaceStatus> space(const std::string& path, FinalLink link) {
   const Descriptor entry(::open(path.c_str(), O_PATH | O_CLOEXEC | (link == FinalLink::kItself ? O_NOFOLLOW : 0)));
   struct statvfs raw;
   if (!entry.isOpen() || ::fstatvfs(entry.get(), &raw) != 0) return fail("ask for the free space of", path, errno);
-  return SpaceStatus{raw.f_blocks * raw.f_frsize, raw.f_bavail * raw.f_frsize};
+  return SpaceStatus{raw.f_blocks * raw.f_frsize, raw.f_bavail * raw.f_frsize, raw.f_bfree * raw.f_frsize};
 }
 
 }  // namespace lumisk::volume

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "platform/file_calls.h"
@@ -22,6 +23,10 @@ struct Device {
 
 // The mount's own number stands for no device on btrfs and for file systems in user space; its source does.
 [[nodiscard]] Device deviceOf(const MountEntry& mount);
+
+// The number of the block device with this name ("loop1") or file ("/dev/loop1", links followed); nothing when there is
+// none.
+[[nodiscard]] std::optional<std::uint64_t> blockDeviceNumber(const std::string& nameOrNode);
 
 // How the volume is called: its label; without one "Root" for "/", else the last name of its mount point.
 [[nodiscard]] std::string name(const MountEntry& mount);

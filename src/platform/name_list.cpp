@@ -1,4 +1,6 @@
-#include "engine/name_list.h"
+#include "platform/name_list.h"
+
+#include <algorithm>
 
 namespace lumisk {
 
