@@ -170,13 +170,13 @@ Result<void> CloneUpdate::finishFolder(FolderPair& pair) {
   return {};
 }
 
-// On a full target: what goes anyway in the folders that the walk has not reached makes the room that is missing.
+// On a full target: what goes anyway in the folders that the walk has not reached makes the room that is missing. What
+// cannot be opened here is met again by the walk, which tells.
 void CloneUpdate::removeAllExtras() {
   extrasAreGone_ = true;
   auto roots = openRoots(state_);
   if (!roots) return;
   FolderStack sweep(state_.files);
-  FileCalls& files = state_.files;
   sweep.push(std::move(*roots));
   while (!sweep.isEmpty() && !state_.isCancelled()) {
     FolderPair& at = sweep.top();
@@ -184,28 +184,12 @@ void CloneUpdate::removeAllExtras() {
       (void)sweep.pop();
       continue;
     }
-    FolderPair below;
-    below.name.assign(at.sourceNames.name(at.next++));
-    if (at.targetNames.find(below.name) != FileType::kFolder) continue;
-    auto source = files.openFolder(at.source.get(), below.name);
-    auto target = files.openFolder(at.target.get(), below.name);
-    if (!source || !target) continue;
-    const auto sourceStatus = files.statusOf(source->get());
-    const auto targetStatus = files.statusOf(target->get());
-    if (!sourceStatus || !targetStatus || isOtherFileSystem(*sourceStatus, state_.source.device) ||
-        isOtherFileSystem(*targetStatus, state_.target.device))
-      continue;
-    auto sourceNames = listNames(files, source->get());
-    auto targetNames = listNames(files, target->get());
-    if (!sourceNames || !targetNames) continue;
-    below.source = std::move(*source);
-    below.target = std::move(*target);
-    below.sourceStatus = *sourceStatus;
-    below.targetStatus = *targetStatus;
-    removal_.removeExtras(below.target.get(), *targetNames, *sourceNames, sweep.pathOf(below.name));
-    below.sourceNames = std::move(*sourceNames);
-    below.targetNames = std::move(*targetNames);
-    sweep.push(std::move(below));
+    const std::string name(at.sourceNames.name(at.next++));
+    if (at.targetNames.find(name) != FileType::kFolder) continue;
+    auto below = openBelow(state_, at, name);
+    if (!below) continue;
+    removal_.removeExtras(below->target.get(), below->targetNames, below->sourceNames, sweep.pathOf(name));
+    sweep.push(std::move(*below));
   }
 }
 

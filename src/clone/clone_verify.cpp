@@ -92,24 +92,9 @@ void CloneVerify::compareContents(const std::string& name, const FileStatus& sou
 }
 
 void CloneVerify::enter(const std::string& name) {
-  FileCalls& files = state_.files;
-  FolderPair below;
-  below.name = name;
-  auto source = files.openFolder(stack_.top().source.get(), name);
-  auto target = files.openFolder(stack_.top().target.get(), name);
-  if (!isRead(source) || !isRead(target)) return;
-  auto sourceNames = listNames(files, source->get());
-  auto targetNames = listNames(files, target->get());
-  const auto sourceStatus = files.statusOf(source->get());
-  const auto targetStatus = files.statusOf(target->get());
-  if (!isRead(sourceNames) || !isRead(targetNames) || !isRead(sourceStatus) || !isRead(targetStatus)) return;
-  below.source = std::move(*source);
-  below.target = std::move(*target);
-  below.sourceNames = std::move(*sourceNames);
-  below.targetNames = std::move(*targetNames);
-  below.sourceStatus = *sourceStatus;
-  below.targetStatus = *targetStatus;
-  stack_.push(std::move(below));
+  auto below = openBelow(state_, stack_.top(), name);
+  if (!isRead(below)) return;
+  stack_.push(std::move(*below));
   tellExtras(stack_.top());
 }
 

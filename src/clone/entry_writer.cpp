@@ -14,31 +14,6 @@ namespace {
 // How often a file is copied that changes all the time.
 constexpr int kAttempts = 3;
 
-// What is made under a name, and the duty to remove it unless it becomes what it is meant for.
-class NewEntry {
- public:
-  NewEntry(FileCalls& files, const FolderPair& pair, const std::string& name)
-      : files_(files), folder_(pair.target.get()), name_(pair.isNew ? name : makeTemporaryName()) {}
-  NewEntry(const NewEntry&) = delete;
-  NewEntry& operator=(const NewEntry&) = delete;
-  ~NewEntry() {
-    if (!isKept_) (void)files_.removeFile(folder_, name_);
-  }
-  [[nodiscard]] const std::string& name() const { return name_; }
-  void keep() { isKept_ = true; }
-  // Nothing was made: somebody else's entry has the name.
-  [[nodiscard]] Result<void> judged(Result<void> made) {
-    if (!made && made.error().code == EEXIST) isKept_ = true;
-    return made;
-  }
-
- private:
-  FileCalls& files_;
-  int folder_;
-  std::string name_;
-  bool isKept_ = false;
-};
-
 EntryHandle sourceOf(const ClonedEntry& entry) {
   return {entry.pair.source.get(), entry.name};
 }
@@ -58,6 +33,28 @@ bool isSameFile(const FileStatus& a, const FileStatus& b) {
 }
 
 }  // namespace
+
+// What is made under a name, and the duty to remove it unless it becomes what it is meant for.
+class EntryWriter::NewEntry {
+ public:
+  NewEntry(FileCalls& files, const FolderPair& pair, const std::string& name)
+      : files_(files), folder_(pair.target.get()), name_(pair.isNew ? name : makeTemporaryName()) {}
+  NewEntry(const NewEntry&) = delete;
+  NewEntry& operator=(const NewEntry&) = delete;
+  ~NewEntry() {
+    if (exists_) (void)files_.removeFile(folder_, name_);
+  }
+  [[nodiscard]] const std::string& name() const { return name_; }
+  [[nodiscard]] int folder() const { return folder_; }
+  void made() { exists_ = true; }
+  void keep() { exists_ = false; }
+
+ private:
+  FileCalls& files_;
+  int folder_;
+  std::string name_;
+  bool exists_ = false;
+};
 
 Result<void> EntryWriter::carry(const ClonedEntry& entry) {
   if (entry.source.links > 1) {
@@ -125,9 +122,8 @@ Result<void> EntryWriter::make(const ClonedEntry& entry) {
   LUMISK_CHECK(checkRoom(entry));
   state_.mark.beforeChange(state_.target.root.get());
   NewEntry made(state_.files, entry.pair, entry.name);
-  LUMISK_CHECK(made.judged(entry.source.type == FileType::kRegular ? makeFile(entry, made.name())
-                                                                   : makeOther(entry, made.name())));
-  LUMISK_CHECK(made.judged(putInPlace(entry, made.name())));
+  LUMISK_CHECK(entry.source.type == FileType::kRegular ? makeFile(entry, made) : makeOther(entry, made));
+  LUMISK_CHECK(putInPlace(entry, made.name()));
   made.keep();
   if (isProtected(entry.source)) {
     const auto done = protectEntry(state_.files, {entry.pair.target.get(), entry.name}, entry.source);
@@ -149,11 +145,12 @@ Result<void> EntryWriter::checkRoom(const ClonedEntry& entry) {
   return {};
 }
 
-Result<void> EntryWriter::makeFile(const ClonedEntry& entry, const std::string& name) {
+Result<void> EntryWriter::makeFile(const ClonedEntry& entry, NewEntry& made) {
   FileCalls& files = state_.files;
   LUMISK_TRY(const Descriptor source, files.openFile(entry.pair.source.get(), entry.name));
-  LUMISK_TRY(Descriptor file, files.createFile(entry.pair.target.get(), name, 0600));
-  LUMISK_CHECK(fillFile(entry, source.get(), name, file.get()));
+  LUMISK_TRY(Descriptor file, files.createFile(made.folder(), made.name(), 0600));
+  made.made();
+  LUMISK_CHECK(fillFile(entry, source.get(), made.name(), file.get()));
   // The earlier version goes before all is synced.
   if (entry.target) (void)files.startSync(file.get());
   return files.close(std::move(file));
@@ -190,19 +187,20 @@ Result<void> EntryWriter::fillFile(const ClonedEntry& entry, int source, const s
   return {};
 }
 
-Result<void> EntryWriter::makeOther(const ClonedEntry& entry, const std::string& name) {
+Result<void> EntryWriter::makeOther(const ClonedEntry& entry, NewEntry& made) {
   FileCalls& files = state_.files;
-  const int folder = entry.pair.target.get();
+  const int folder = made.folder();
   if (entry.source.type == FileType::kLink) {
     LUMISK_TRY(const std::string text, files.readLink(entry.pair.source.get(), entry.name));
-    LUMISK_CHECK(files.makeLink(text, folder, name));
+    LUMISK_CHECK(files.makeLink(text, folder, made.name()));
   } else {
-    LUMISK_CHECK(entry_calls::makeSpecialFile(folder, name, entry.source));
+    LUMISK_CHECK(entry_calls::makeSpecialFile(folder, made.name(), entry.source));
   }
+  made.made();
   EntryMetadata wanted{entry.source, {}};
   LUMISK_TRY(wanted.attributes, readAttributes(files, sourceOf(entry)));
-  LUMISK_TRY(const FileStatus before, files.status(folder, name));
-  const auto written = writeMetadata(files, {folder, name}, wanted, before, entry.pair.isNew);
+  LUMISK_TRY(const FileStatus before, files.status(folder, made.name()));
+  const auto written = writeMetadata(files, {folder, made.name()}, wanted, before, entry.pair.isNew);
   if (!written) state_.failed(entry.path, written.error());
   return {};
 }
@@ -213,35 +211,38 @@ Result<void> EntryWriter::link(const ClonedEntry& entry, const LinkSets::Place& 
     return {};
   }
   state_.mark.beforeChange(state_.target.root.get());
-  {
-    NewEntry made(state_.files, entry.pair, entry.name);
-    auto linked = made.judged(linkUnder(entry, first, made.name()));
-    if (linked) linked = putInPlace(entry, made.name());
-    if (linked) {
-      made.keep();
-      ++state_.report.copied;
-      met(entry, first.identity, false);
-      return {};
-    }
-    if (isOutOfSpace(linked.error()) || linked.error().code == EEXIST) return linked;
-    // Too many names for the target's file system, or the first one was taken away meanwhile.
-    state_.said(entry.path, "becomes a file of its own: " + linked.error().text());
+  const auto linked = tryLink(entry, first);
+  // All names are one file, which has been unprotected for this.
+  if (isProtected(entry.source)) {
+    LUMISK_TRY(const int folder, openFolderOf(entry, first));
+    LUMISK_CHECK(protectEntry(state_.files, {folder, first.name}, entry.source));
   }
+  if (linked || isOutOfSpace(linked.error()) || linked.error().code == EEXIST) return linked;
+  // Too many names for the target's file system, or the first one was taken away meanwhile.
+  state_.said(entry.path, "becomes a file of its own: " + linked.error().text());
   return make(entry);
 }
 
-Result<void> EntryWriter::linkUnder(const ClonedEntry& entry, const LinkSets::Place& first, const std::string& name) {
+Result<void> EntryWriter::tryLink(const ClonedEntry& entry, const LinkSets::Place& first) {
+  NewEntry made(state_.files, entry.pair, entry.name);
+  LUMISK_CHECK(linkUnder(entry, first, made));
+  LUMISK_CHECK(putInPlace(entry, made.name()));
+  made.keep();
+  ++state_.report.copied;
+  met(entry, first.identity, false);
+  return {};
+}
+
+Result<void> EntryWriter::linkUnder(const ClonedEntry& entry, const LinkSets::Place& first, NewEntry& made) {
   FileCalls& files = state_.files;
   LUMISK_TRY(const int folder, openFolderOf(entry, first));
-  auto linked = files.link(folder, first.name, entry.pair.target.get(), name);
-  const bool wasProtected = !linked && linked.error().code == EPERM && unprotect(state_, folder, first.name);
-  if (wasProtected) {
-    linked = files.link(folder, first.name, entry.pair.target.get(), name);
-    LUMISK_CHECK(protectEntry(files, {folder, first.name}, entry.source));
-  }
-  if (!linked) return linked;
-  LUMISK_TRY(const FileStatus made, files.status(entry.pair.target.get(), name));
-  if (made.identity != first.identity) return fail("link", first.name, ESTALE);
+  auto linked = files.link(folder, first.name, made.folder(), made.name());
+  if (!linked && linked.error().code == EPERM && unprotect(state_, folder, first.name))
+    linked = files.link(folder, first.name, made.folder(), made.name());
+  LUMISK_CHECK(linked);
+  made.made();
+  LUMISK_TRY(const FileStatus status, files.status(made.folder(), made.name()));
+  if (status.identity != first.identity) return fail("link", first.name, ESTALE);
   return {};
 }
 

@@ -32,16 +32,18 @@ class EntryWriter {
   Result<void> carry(const ClonedEntry& entry);
 
  private:
+  class NewEntry;
   Result<bool> hasSameContent(const ClonedEntry& entry);
   Result<bool> compareFiles(const ClonedEntry& entry);
   Result<void> keep(const ClonedEntry& entry);
   Result<void> repair(const ClonedEntry& entry);
   Result<void> make(const ClonedEntry& entry);
-  Result<void> makeFile(const ClonedEntry& entry, const std::string& name);
+  Result<void> makeFile(const ClonedEntry& entry, NewEntry& made);
   Result<void> fillFile(const ClonedEntry& entry, int source, const std::string& name, int file);
-  Result<void> makeOther(const ClonedEntry& entry, const std::string& name);
+  Result<void> makeOther(const ClonedEntry& entry, NewEntry& made);
   Result<void> link(const ClonedEntry& entry, const LinkSets::Place& first);
-  Result<void> linkUnder(const ClonedEntry& entry, const LinkSets::Place& first, const std::string& name);
+  Result<void> tryLink(const ClonedEntry& entry, const LinkSets::Place& first);
+  Result<void> linkUnder(const ClonedEntry& entry, const LinkSets::Place& first, NewEntry& made);
   Result<void> putInPlace(const ClonedEntry& entry, const std::string& name);
   Result<int> openFolderOf(const ClonedEntry& entry, const LinkSets::Place& place);
   Result<void> checkRoom(const ClonedEntry& entry);

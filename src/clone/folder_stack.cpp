@@ -1,6 +1,9 @@
 #include "clone/folder_stack.h"
 
+#include <algorithm>
 #include <cerrno>
+
+#include "clone/clone_rule.h"
 
 namespace lumisk {
 namespace {
@@ -53,6 +56,22 @@ Result<FolderPair> openRoots(CloneState& state) {
   LUMISK_TRY(roots.sourceNames, listRoot(files, roots.source.get()));
   LUMISK_TRY(roots.targetNames, listRoot(files, roots.target.get()));
   return roots;
+}
+
+Result<FolderPair> openBelow(CloneState& state, const FolderPair& above, const std::string& name) {
+  FileCalls& files = state.files;
+  FolderPair pair;
+  pair.name = name;
+  LUMISK_TRY(pair.source, files.openFolder(above.source.get(), name));
+  LUMISK_TRY(pair.target, files.openFolder(above.target.get(), name));
+  LUMISK_TRY(pair.sourceStatus, files.statusOf(pair.source.get()));
+  LUMISK_TRY(pair.targetStatus, files.statusOf(pair.target.get()));
+  if (isOtherFileSystem(pair.sourceStatus, state.source.device) ||
+      isOtherFileSystem(pair.targetStatus, state.target.device))
+    return fail("enter", name, EXDEV);
+  LUMISK_TRY(pair.sourceNames, listNames(files, pair.source.get()));
+  LUMISK_TRY(pair.targetNames, listNames(files, pair.target.get()));
+  return pair;
 }
 
 Result<Descriptor> openSameParent(FileCalls& files, int folder, const FileIdentity& expected) {

@@ -50,6 +50,8 @@ class FolderStack {
 
 // The two roots as a pair, listed; `lost+found` belongs to each file system's own repair and is in neither list.
 Result<FolderPair> openRoots(CloneState& state);
+// A folder that both sides have, below an open pair, listed. EXDEV where another file system begins, on either side.
+Result<FolderPair> openBelow(CloneState& state, const FolderPair& above, const std::string& name);
 // An open folder's parent, when it is still the one that is expected.
 Result<Descriptor> openSameParent(FileCalls& files, int folder, const FileIdentity& expected);
 
