@@ -249,6 +249,10 @@ void JobEditorPresenter::lookAgain() {
   touched();
 }
 
+void JobEditorPresenter::boardChanged() {
+  touched();
+}
+
 SaveResult JobEditorPresenter::save(Meanwhile meanwhile) {
   looked_.reset();
   problems_.reset();

@@ -31,6 +31,9 @@ class JobEditorPresenter {
   [[nodiscard]] bool edit(const std::string& uuid);
 
   [[nodiscard]] const QUORVELPREFERENCEINFO& job() const { return job_; }
+  // From here on closing would lose something; what a window was opened with is not entered by the user.
+  void begin() { begin_ = job_; }
+  [[nodiscard]] const std::optional<QUORVELPREFERENCEINFO>& before() const { return before_; }
   [[nodiscard]] bool isNew() const { return !before_; }
   [[nodiscard]] bool isChanged() const;  // whether closing would lose something
   [[nodiscard]] JobQuestions questions() const { return questionsOf(job_.jobType); }
@@ -67,7 +70,8 @@ class JobEditorPresenter {
   [[nodiscard]] const FieldProblems& problems();
   [[nodiscard]] bool canSave();
   [[nodiscard]] std::vector<std::string> plainWarnings() const;  // what a clone does to its target
-  void lookAgain();                                              // a volume may have come or gone
+  void lookAgain();     // a volume may have come or gone
+  void boardChanged();  // other jobs may have, too: names and folders are judged again
 
   enum class Meanwhile { kAsk, kMineWins };
   SaveResult save(Meanwhile meanwhile = Meanwhile::kAsk);

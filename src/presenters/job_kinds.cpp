@@ -49,14 +49,11 @@ std::string sourcesText(const std::vector<std::string>& sources) {
 
 const std::vector<JobKind>& jobKinds() {
   static const std::vector<JobKind> kinds{
-      {JobType::kBackup, markedText("Backup"),
-       markedText("Copies folders to another place and keeps earlier versions."), "type-backup"},
-      {JobType::kSyncWithConflicts, markedText("Two-way sync"),
-       markedText("Keeps two folders the same, whichever side changes."), "type-sync"},
+      {JobType::kBackup, markedText("Backup"), markedText("Copies folders to another place."), "type-backup"},
+      {JobType::kSyncWithConflicts, markedText("Two-way sync"), markedText("Keeps two folders the same."), "type-sync"},
       {JobType::kSyncWithRevisions, markedText("Two-way sync with versions"),
-       markedText("The same, and keeps earlier versions of changed files."), "type-sync-revisions"},
-      {JobType::kClone, markedText("Clone"), markedText("Makes one whole volume an exact copy of another."),
-       "type-clone"},
+       markedText("The same, and keeps earlier versions."), "type-sync-revisions"},
+      {JobType::kClone, markedText("Clone"), markedText("Copies one whole volume exactly."), "type-clone"},
   };
   return kinds;
 }

@@ -84,10 +84,28 @@ void addScheduleProblems(const Job& job, FieldProblems& problems) {
     problems.push_back({JobField::kSchedule, Weight::kMissing, translated("Choose how often.")});
 }
 
+// Those of warnings end in a quoted name: what is before it, and how a person is told.
+constexpr std::pair<const char*, const char*> kWarnings[] = {
+    {"already serves as a target of the job ", markedText("{} is also a target of the job “{}”.")},
+    {"already serves as a source of the job ", markedText("{} is also copied by the job “{}”.")},
+    {"on some disks its name is the same as ", markedText("{}: on some disks its name is the same as “{}”.")},
+};
+
+std::string friendlyWarning(const JobProblem& warning) {
+  const std::string place = "“" + displayText(warning.subject) + "”";
+  for (const auto& [beginning, text] : kWarnings) {
+    const std::string_view begin(beginning);
+    const bool isThis = warning.reason.starts_with(begin) && warning.reason.size() >= begin.size() + 2;
+    if (!isThis) continue;
+    const std::string name = warning.reason.substr(begin.size() + 1, warning.reason.size() - begin.size() - 2);
+    return filled(translated(text), place, displayText(name));
+  }
+  return place + " " + warning.reason;
+}
+
 void addWarnings(const Job& job, const PropertyList::Array& jobs, FieldProblems& problems) {
   for (const JobProblem& warning : jobWarnings(job, jobs))
-    problems.push_back({fieldOfFolder(job, warning.subject), Weight::kWarning,
-                        "“" + displayText(warning.subject) + "” " + translated(warning.reason.c_str())});
+    problems.push_back({fieldOfFolder(job, warning.subject), Weight::kWarning, friendlyWarning(warning)});
 }
 
 // The look at one path of the job.

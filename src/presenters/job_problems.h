@@ -11,8 +11,8 @@
 
 namespace lumisk {
 
-// Where on the page of a job a problem stands.
-enum class JobField { kName, kSources, kTarget, kSchedule, kRevisions, kFilter };
+// Where on the page of a job a problem stands, in the order of the page.
+enum class JobField { kSources, kTarget, kSchedule, kName, kRevisions };
 
 struct FieldProblem {
   // kMissing: an answer is still to come, no reason to shout. kWarning: the job can be stored all the same.

@@ -56,8 +56,8 @@ std::vector<Item> makeItems() {
        "SGDeletionBrakePercent",
        Kind::kPercent,
        markedText("Hold back large deletions"),
-       markedText(
-           "A run that would delete more than this share of a target's files, and more than 20 of them, asks first."),
+       markedText("A run that would delete more than this share of a target's files, and more than 20 of them, waits "
+                  "for you."),
        {},
        kDefaultBrakePercent,
        false},

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "devices/data_list_object.h"
+#include "devices/mounted_images.h"
 #include "platform/mount_table.h"
 #include "platform/paths.h"
 #include "platform/translation.h"
@@ -51,6 +52,9 @@ VolumeList listedVolumes() {
     const auto info = workspace::fileSystemInfo(volume.path);
     list.volumes.push_back(volumeRow(volume, info && info->isRemovable));
   }
+  const auto images = dataListObject::mountedDmgList();
+  for (VolumeRow& row : list.volumes)
+    if (std::size_t place = 0; isADMGVolume(row.volume.path, images, place)) row.imagePath = images.at(place);
   sortForOffer(list.volumes);
   for (const PropertyList& disk : getHardDiskDictArray())
     list.disks.push_back({disk[kDiskNameKey].text(), disk[kBSDNameKey].text()});
@@ -65,6 +69,12 @@ void VolumesPresenter::refresh() {
       changed();
     });
   });
+}
+
+const VolumeRow* VolumesPresenter::imageHolding(const std::string& path) const {
+  for (const VolumeRow& row : list_.volumes)
+    if (!row.imagePath.empty() && paths::isInside(path, row.volume.path)) return &row;
+  return nullptr;
 }
 
 std::vector<VolumeRow> VolumesPresenter::targets(const std::vector<std::string>& sources) const {

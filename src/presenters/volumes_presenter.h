@@ -17,6 +17,7 @@ struct VolumeRow {
   std::string sizeText;    // "64.00 GB"
   std::string freeText;
   std::string usedText;
+  std::string imagePath;  // of the encrypted image that is mounted here; empty: none
   bool isRemovable = false;
   bool isNetwork = false;
   bool isSystem = false;  // the one that the computer starts from
@@ -54,6 +55,9 @@ class VolumesPresenter {
   [[nodiscard]] bool isKnown() const { return isKnown_; }  // the first answer has come
   // Those that may serve as a target: not read-only, and not the ones that hold nothing but these sources.
   [[nodiscard]] std::vector<VolumeRow> targets(const std::vector<std::string>& sources) const;
+
+  // Of the image that holds the path; null when none does.
+  [[nodiscard]] const VolumeRow* imageHolding(const std::string& path) const;
 
   std::function<void()> changed = [] {};
 

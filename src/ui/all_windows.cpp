@@ -1,5 +1,8 @@
+#include "ui/job_editor_window.h"
 #include "ui/main_window.h"
 #include "ui/mini_panel.h"
+#include "ui/preferences_window.h"
+#include "ui/volumes_window.h"
 #include "ui/windows.h"
 
 namespace lumisk {
@@ -8,6 +11,9 @@ namespace lumisk {
 void addAllWindows(WindowSet& windows) {
   addMainWindow(windows);
   addMiniPanel(windows);
+  addJobEditor(windows);
+  addVolumesWindow(windows);
+  addPreferencesWindow(windows);
 }
 
 }  // namespace lumisk

@@ -47,6 +47,7 @@ bool photograph(const Scene& scene, const Picture& picture, MainLoop& loop) {
 Scenes allScenes(int count, char** arguments) {
   Scenes all, wanted;
   addMainScenes(all);
+  addEditorScenes(all);
   for (const Scene& scene : all) {
     bool isWanted = count < 3;
     for (int i = 2; i < count; ++i) isWanted = isWanted || scene.name == arguments[i];

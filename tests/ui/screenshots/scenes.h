@@ -23,5 +23,6 @@ using Scenes = std::vector<Scene>;
 inline constexpr std::int64_t kSampleNow = 1'236'091'805;  // 2009-03-03 14:50:05 UTC
 
 void addMainScenes(Scenes& scenes);
+void addEditorScenes(Scenes& scenes);  // job editor, volumes, preferences
 
 }  // namespace lumisk::test

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QLabel>
+#include <QLineEdit>
+#include <functional>
+#include <string>
+
+namespace lumisk {
+
+// A path that can be typed. What it was given stays the same bytes until the user changes the text, also where they
+// cannot be shown.
+class PathField : public QLineEdit {
+ public:
+  explicit PathField(QWidget* parent = nullptr);
+  void setPath(const std::string& path);
+  [[nodiscard]] const std::string& path() const { return path_; }
+
+  std::function<void(const std::string& path)> typed = [](const std::string&) {};  // when the user is done with it
+
+ private:
+  std::string path_;
+};
+
+// A path on one line, with its middle left out where there is no room.
+class PathLabel : public QLabel {
+ public:
+  explicit PathLabel(const std::string& path, QWidget* parent = nullptr);
+  void setPath(const std::string& path);
+  [[nodiscard]] QSize minimumSizeHint() const override;
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  void elide();
+  QString whole_;
+};
+
+// What the user is asked for; several for sources, one for a target. Empty: cancelled.
+using ChooseFolders = std::function<std::vector<std::string>()>;
+[[nodiscard]] std::vector<std::string> chooseFolder(const QString& title);
+[[nodiscard]] std::vector<std::string> chooseFiles(const QString& title);
+
+}  // namespace lumisk
