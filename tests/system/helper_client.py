@@ -1,6 +1,7 @@
 """The other end of the root helper's socket, as a script would write it.
 
 helper_client.py SOCKET command NAME [XML-PATH]   prints the error code of the response
+                        keys NAME KEY=TEXT...     the same with other keys; "yes" stands for true
                         version                   prints code and version
                         frame LENGTH [FILE]       announces LENGTH bytes and sends those of the file (or as many blanks)
                         slow                      sends one byte a second; prints how it was answered
@@ -52,10 +53,12 @@ def send(s, data):
         pass
 
 
-def request(name, path=None):
+def request(name, path=None, more=()):
     body = {PREFIX + "command": name}
     if path is not None:
         body["kXMLPathKey"] = path
+    for key, text in (one.split("=", 1) for one in more):
+        body[key] = True if text == "yes" else text
     body = plistlib.dumps(body)
     return FORM + struct.pack("=I", len(body)) + body
 
@@ -117,6 +120,9 @@ def main(path, what, *rest):
         send(s, request("GetVersion"))
         answer = response(s)
         return f"{answer[PREFIX + 'error']} {answer['Version']}"
+    if what == "keys":
+        send(s, request(rest[0], more=rest[1:]))
+        return code(s)
     send(s, request(*rest))
     return code(s)
 

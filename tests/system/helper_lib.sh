@@ -6,8 +6,10 @@ for tool in dbus-daemon systemd-socket-activate setpriv unshare python3; do
 done
 polkitd=/usr/lib/polkit-1/polkitd
 [ -x $polkitd ] || skip "no polkitd"
-helperTool=$(dirname "$lumisk")/LumiskHelperTool106
-[ -x "$helperTool" ] || skip "the helper is not built"
+bundle=com.qelcorporation.lumisk
+for program in LumiskHelperTool106 LumiskHelperInstall; do
+  [ -x "$(dirname "$lumisk")/$program" ] || skip "$program is not built"
+done
 if [ -z "${LUMISK_OWN_MOUNTS:-}" ]; then
   self=$(realpath "$0")
   cleanup
@@ -18,7 +20,12 @@ entitled=65534  # nobody
 stranger=1      # daemon
 getent passwd $entitled >/dev/null && getent passwd $stranger >/dev/null || skip "no accounts for the test"
 chmod 755 "$scratch"
-helperSocket=$scratch/helper.socket
+# As it is installed, with its own policy; only the root folder is another.
+mkdir "$scratch/root"
+DESTDIR=$scratch/root "$(dirname "$lumisk")/LumiskHelperInstall" install $bundle \
+  "$(dirname "$lumisk")/LumiskHelperTool106" >"$scratch/out" 2>&1 || fail "not installed: $(cat "$scratch/out")"
+helperTool=$scratch/root/Library/LumiskHelperTools/$bundle
+helperSocket=/run/$bundle.socket
 client=$(dirname "$0")/helper_client.py
 started=()
 endHelper() {
@@ -28,7 +35,7 @@ endHelper() {
 }
 
 startBus() {
-  mkdir -p "$scratch/actions" "$scratch/rules"
+  mkdir -p "$scratch/rules"
   cat >"$scratch/bus.conf" <<'X'
 <!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -36,20 +43,14 @@ startBus() {
 <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/><allow receive_type="*"/>
 <allow send_type="method_call"/></policy></busconfig>
 X
-  cat >"$scratch/actions/com.qelcorporation.lumisk.policy" <<'X'
-<?xml version="1.0" encoding="UTF-8"?>
-<!DOCTYPE policyconfig PUBLIC "-//freedesktop//DTD PolicyKit Policy Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/PolicyKit/1.0/policyconfig.dtd">
-<policyconfig><action id="com.qelcorporation.lumisk.getuids"><description>clone</description><message>clone</message>
-<defaults><allow_any>auth_admin</allow_any><allow_inactive>auth_admin</allow_inactive>
-<allow_active>auth_admin</allow_active></defaults></action></policyconfig>
-X
   cat >"$scratch/rules/10-test.rules" <<'X'
 polkit.addRule(function(action, subject) {
-  if (action.id == "com.qelcorporation.lumisk.getuids" && subject.user == "nobody") return polkit.Result.YES;
+  var ours = ["com.qelcorporation.lumisk.getuids", "com.qelcorporation.lumisk.mountimage"];
+  if (ours.indexOf(action.id) >= 0 && subject.user == "nobody") return polkit.Result.YES;
 });
 X
-  mkdir -p /run/dbus && mount -t tmpfs none /run/dbus && mount --bind "$scratch/actions" /usr/share/polkit-1/actions &&
+  mount -t tmpfs none /run && mkdir /run/dbus &&
+    mount --bind "$scratch/root/usr/share/polkit-1/actions" /usr/share/polkit-1/actions &&
     mount --bind "$scratch/rules" /etc/polkit-1/rules.d || skip "no mounts of its own"
   dbus-daemon --config-file="$scratch/bus.conf" --nofork --nopidfile 2>"$scratch/bus.err" &
   started+=($!)
@@ -64,7 +65,6 @@ isPolkitThere() {
 }
 
 startHelper() {
-  mkdir -p /run/lumisk-helper && mount -t tmpfs none /run/lumisk-helper || skip "no mounts of its own"
   systemd-socket-activate -l "$helperSocket" "$helperTool" 2>"$scratch/helper.err" &
   helper=$!
   started+=($helper)
