@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "devices/image_folder.h"
+#include "devices/image_tools.h"
 #include "platform/byte_text.h"
 #include "platform/child_process.h"
 #include "platform/mount_table.h"
@@ -18,32 +19,13 @@
 namespace lumisk {
 namespace {
 
-using image_commands::Arguments;
+using image_tools::firstLine;
+using image_tools::runToSuccess;
 
 constexpr std::chrono::milliseconds kBetweenLooks{20};
-constexpr std::chrono::seconds kPatience{60};   // for the daemon to go, and for somebody else who works on the image
-constexpr std::chrono::minutes kToolLimit{30};  // a check of a large file system takes its time
-constexpr int kTriesToMake = 5;                 // qemu-img sometimes cannot tell the processor's speed
-constexpr int kRepaired = 1;                    // e2fsck(8): errors were corrected; larger ones were not
-
-// The first line of what a tool says, as the reason.
-std::string firstLine(const ChildResult& result, const std::string& tool) {
-  const std::string& text = result.errors.empty() ? result.output : result.errors;
-  std::string line = text.substr(0, text.find('\n'));
-  if (line.empty()) line = fmt::format("{} failed with status {}", tool, result.status);
-  return displayText(line);
-}
-
-Result<ChildResult> runTool(const Arguments& arguments, const std::string& input = {}) {
-  return runChild({.arguments = arguments, .input = input, .environment = {"LC_ALL=C"}, .limit = kToolLimit});
-}
-
-Result<void> runToSuccess(const char* operation, const std::string& path, const Arguments& arguments,
-                          const std::string& input = {}) {
-  LUMISK_TRY(const ChildResult result, runTool(arguments, input));
-  if (result.status != 0) return fail(operation, path, 0, firstLine(result, arguments.front()));
-  return {};
-}
+constexpr std::chrono::seconds kPatience{60};  // for the daemon to go, and for somebody else who works on the image
+constexpr int kTriesToMake = 5;                // qemu-img sometimes cannot tell the processor's speed
+constexpr int kRepaired = 1;                   // e2fsck(8): errors were corrected; larger ones were not
 
 bool isWrongPassword(const ChildResult& result) {
   return result.errors.find("Invalid password") != std::string::npos ||
@@ -72,11 +54,8 @@ struct DiskImages::Working {
   Descriptor lock;
 };
 
-DiskImages::DiskImages(FileCalls& files, Clock& clock, std::string runtimeFolder, std::string volumesFolder)
-    : files_(files),
-      clock_(clock),
-      runtimeFolder_(std::move(runtimeFolder)),
-      volumesFolder_(std::move(volumesFolder)) {}
+DiskImages::DiskImages(FileCalls& files, Clock& clock, ImageMounter& mounter, std::string runtimeFolder)
+    : files_(files), clock_(clock), mounter_(mounter), runtimeFolder_(std::move(runtimeFolder)) {}
 
 std::string DiskImages::standardRuntimeFolder() {
   if (process::isRoot()) return "/run/lumisk-images";
@@ -118,7 +97,7 @@ Result<void> DiskImages::makeInside(const NewImage& image, const std::string& pa
 
 Result<std::string> DiskImages::mount(const std::string& imagePath, const std::string& password) {
   LUMISK_CHECK(image_folder::checkIsImage(files_, imagePath));
-  if (!process::isRoot()) return fail("mount the image", imagePath, EPERM, "mounting needs root");
+  LUMISK_CHECK(mounter_.isReady());
   LUMISK_TRY(const Working work, workOn(imagePath));
   const auto left = work.folder.openImage();
   if (left && work.folder.isDaemonRunning() && isMountPoint(left->mountPoint)) return left->mountPoint;
@@ -131,18 +110,15 @@ Result<std::string> DiskImages::mount(const std::string& imagePath, const std::s
 
 Result<std::string> DiskImages::mountInside(const Working& work) {
   const std::string& imagePath = work.folder.imagePath();
-  LUMISK_TRY(const ChildResult check, runTool(image_commands::checkFileSystem(work.folder.blocksPath())));
+  LUMISK_TRY(const ChildResult check, image_tools::run(image_commands::checkFileSystem(work.folder.blocksPath())));
   if (check.status > kRepaired) {
     return fail("check the file system in the image", imagePath, EUCLEAN, firstLine(check, "e2fsck"));
   }
-  const std::string mountPoint = paths::join(volumesFolder_, paths::withoutExtension(paths::lastComponent(imagePath)));
-  LUMISK_CHECK(image_folder::makeMountPoint(files_, mountPoint));
-  const auto mounted =
-      runToSuccess("mount the image", imagePath, image_commands::mountBlocks(work.folder.blocksPath(), mountPoint));
-  const auto noted = mounted ? work.folder.note(mountPoint) : mounted;
+  const std::string name = paths::withoutExtension(paths::lastComponent(imagePath));
+  LUMISK_TRY(std::string mountPoint, mounter_.mount(work.folder.blocksPath(), name));
+  const auto noted = work.folder.note(mountPoint);
   if (noted) return mountPoint;
-  if (mounted) (void)runTool({"umount", mountPoint});
-  image_folder::removeMountPoint(files_, mountPoint);
+  (void)mounter_.unmount(mountPoint, ImageMounter::How::kAtOnce);
   return fail(noted.error());
 }
 
@@ -154,7 +130,6 @@ Result<void> DiskImages::detach(const std::string& place) {
   if (found == images.end()) return fail("detach", place, ENOENT, "no such image is mounted");
   LUMISK_TRY(const Working work, workOn(found->imagePath));
   LUMISK_CHECK(unmountInside(work, *found));
-  image_folder::removeMountPoint(files_, found->mountPoint);
   return close(work);
 }
 
@@ -167,9 +142,7 @@ Result<void> DiskImages::unmountInside(const Working& work, const OpenImage& ima
     return fail("detach", image.imagePath, EIO, "its storage daemon had ended; what was written last may be lost");
   }
   LUMISK_CHECK(flushed);
-  LUMISK_TRY(const ChildResult result, runTool({"umount", image.mountPoint}));
-  if (result.status != 0) return fail("detach", image.mountPoint, EBUSY, firstLine(result, "umount"));
-  return {};
+  return mounter_.unmount(image.mountPoint, ImageMounter::How::kWhenUnused);
 }
 
 Result<void> DiskImages::flush(const std::string& mountPoint) {
@@ -190,7 +163,7 @@ Result<void> DiskImages::changePassword(const std::string& imagePath, const std:
   LUMISK_TRY(const Working work, workOn(imagePath));
   if (work.folder.isDaemonRunning()) return fail("change the password", imagePath, EBUSY, "the image is mounted");
   LUMISK_TRY(const ChildResult result,
-             runTool(image_commands::changePassword(imagePath), before + "\n" + after + "\n"));
+             image_tools::run(image_commands::changePassword(imagePath), before + "\n" + after + "\n"));
   if (isWrongPassword(result)) return wrongPassword(imagePath);
   if (result.status != 0) return fail("change the password", imagePath, 0, firstLine(result, "cryptsetup"));
   return {};
@@ -216,7 +189,7 @@ Result<DiskImages::Working> DiskImages::workOn(const std::string& imagePath) {
 
 Result<void> DiskImages::open(const Working& work, const std::string& password) {
   LUMISK_CHECK(work.folder.prepare());
-  LUMISK_TRY(const ChildResult result, runTool(image_commands::openImage(work.folder.exported()), password));
+  LUMISK_TRY(const ChildResult result, image_tools::run(image_commands::openImage(work.folder.exported()), password));
   if (result.status == 0) return {};
   work.folder.clear();
   if (result.status == image_commands::kImageIsInUse) {
@@ -239,13 +212,11 @@ Result<void> DiskImages::close(const Working& work) {
 // What a crash has left: a mount without a daemon, a daemon without a mount, or the blocks of a dead daemon.
 Result<void> DiskImages::recover(const Working& work, const std::optional<OpenImage>& left) {
   if (left && isMountPoint(left->mountPoint)) {
-    LUMISK_CHECK(runToSuccess("close the image", left->mountPoint, {"umount", "--lazy", left->mountPoint}));
-    image_folder::removeMountPoint(files_, left->mountPoint);
+    LUMISK_CHECK(mounter_.unmount(left->mountPoint, ImageMounter::How::kAtOnce));
   }
   if (work.folder.isDaemonRunning()) return close(work);
   if (isMountPoint(work.folder.blocksPath())) {
-    LUMISK_CHECK(
-        runToSuccess("close the image", work.folder.imagePath(), {"umount", "--lazy", work.folder.blocksPath()}));
+    LUMISK_CHECK(mounter_.removeDeadBlocks(work.folder.blocksPath()));
   }
   work.folder.clear();
   return {};

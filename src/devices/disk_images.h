@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "devices/image_commands.h"
+#include "devices/image_mounter.h"
 #include "platform/clock.h"
 #include "platform/file_calls.h"
 
@@ -23,11 +24,12 @@ struct OpenImage {
 // own tools, the password on their standard input.
 //
 // Stateless but for what it keeps in the runtime folder, one folder for each open image, so that any process of the
-// same user sees and closes what another opened; a lock there lets one at a time work on an image. Mounting needs root.
+// same user sees and closes what another opened; a lock there lets one at a time work on an image.
 class DiskImages {
  public:
-  DiskImages(FileCalls& files, Clock& clock) : DiskImages(files, clock, standardRuntimeFolder(), "/Volumes") {}
-  DiskImages(FileCalls& files, Clock& clock, std::string runtimeFolder, std::string volumesFolder);
+  DiskImages(FileCalls& files, Clock& clock, ImageMounter& mounter)
+      : DiskImages(files, clock, mounter, standardRuntimeFolder()) {}
+  DiskImages(FileCalls& files, Clock& clock, ImageMounter& mounter, std::string runtimeFolder);
   static std::string standardRuntimeFolder();  // /run/lumisk-images, or one in the user's own runtime folder
 
   struct NewImage {
@@ -61,8 +63,8 @@ class DiskImages {
 
   FileCalls& files_;
   Clock& clock_;
+  ImageMounter& mounter_;
   const std::string runtimeFolder_;
-  const std::string volumesFolder_;
 };
 
 // Why a password cannot be used, or "".

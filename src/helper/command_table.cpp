@@ -12,6 +12,8 @@ const std::vector<CommandSpec>& lumiskCommands() {
       {kCloneCommand, "com.example.BetterAuthorizationSample.GetUIDs", "allow", "GetUIDsPrompt"},
       {kLowNumberedPortsCommand, "com.example.BetterAuthorizationSample.LowNumberedPorts", "default",
        "LowNumberedPortsPrompt"},
+      {kMountImageCommand, "com.qelcorporation.lumisk.MountImage", kRuleForSomebodyPresent, "MountImagePrompt"},
+      {kUnmountImageCommand, "", "", ""},  // only of what the same user has had mounted
   };
   return commands;
 }

@@ -15,9 +15,21 @@ struct CommandSpec {
   std::string rightDescriptionKey;  // given only with a right
 };
 
+// The rule of a right that who sits at the machine has without being asked.
+inline constexpr const char* kRuleForSomebodyPresent = "is-session-owner";
+
 inline constexpr const char* kGetVersionCommand = "GetVersion";
 inline constexpr const char* kCloneCommand = "GetUIDs";  // clones the volume that the file under kXMLPathKey describes
 inline constexpr const char* kLowNumberedPortsCommand = "LowNumberedPorts";
+
+// Mounts the file system that the file under kBlocksPathKey shows to its user, by the name under kVolumeNameKey; the
+// response has kMountPointKey. And takes it away again, where kAtOnceKey is set also while it is in use.
+inline constexpr const char* kMountImageCommand = "MountImage";
+inline constexpr const char* kUnmountImageCommand = "UnmountImage";
+inline constexpr const char* kBlocksPathKey = "kBlocksPathKey";
+inline constexpr const char* kVolumeNameKey = "kVolumeNameKey";
+inline constexpr const char* kMountPointKey = "kMountPointKey";
+inline constexpr const char* kAtOnceKey = "kAtOnceKey";
 
 inline constexpr const char* kRequestCommandKey = "com.apple.dts.BetterAuthorizationSample.command";
 inline constexpr const char* kResponseErrorKey = "com.apple.dts.BetterAuthorizationSample.error";

@@ -70,6 +70,7 @@ struct Prompt {
 constexpr Prompt kPrompts[] = {
     {"GetUIDsPrompt", "Clone a volume", "Authentication is required to clone a volume onto another"},
     {"LowNumberedPortsPrompt", "Open low-numbered ports", "Authentication is required to open low-numbered ports"},
+    {"MountImagePrompt", "Open an encrypted image", "Authentication is required to open an encrypted image"},
 };
 
 std::string daemonDescription(std::string_view bundle) {
@@ -85,6 +86,11 @@ std::string daemonDescription(std::string_view bundle) {
   return propertyListToXml(description).value_or("");
 }
 
+const char* answerForActive(const std::string& rule) {
+  if (rule == kRuleForSomebodyPresent) return "yes";
+  return rule == "allow" ? "auth_admin_keep" : "auth_admin";
+}
+
 std::string policyAction(std::string_view bundle, const CommandSpec& command) {
   const auto prompt = std::find_if(std::begin(kPrompts), std::end(kPrompts),
                                    [&](const Prompt& one) { return one.key == command.rightDescriptionKey; });
@@ -92,7 +98,7 @@ std::string policyAction(std::string_view bundle, const CommandSpec& command) {
   return fmt::format(kPolicyAction, policyActionOf(command.rightName, bundle),
                      isKnown ? prompt->description : "Use the root helper",
                      isKnown ? prompt->message : "Authentication is required to use the root helper",
-                     command.rightDefaultRule == "allow" ? "auth_admin_keep" : "auth_admin");
+                     answerForActive(command.rightDefaultRule));
 }
 
 std::string policy(std::string_view bundle, const std::vector<CommandSpec>& commands) {

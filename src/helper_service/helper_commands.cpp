@@ -23,10 +23,18 @@ OSStatus refused(const HelperPeer& peer, const Error& why, const LogLine& log) {
   return statusOf(why);
 }
 
+const PropertyList& valueOf(const HelperRequest& request, const char* key) {
+  static const PropertyList kMissing;
+  const auto found = request.dictionary.find(key);
+  return found == request.dictionary.end() ? kMissing : found->second;
+}
+
+JobOwner ownerOf(const HelperRequest& request) {
+  return {request.peer.user, request.peer.group};
+}
+
 OSStatus cloneForPeer(const CloneTask::Seams& seams, const HelperRequest& request, HelperResponse& response) {
-  const auto path = request.dictionary.find(kXMLPathKey);
-  if (path == request.dictionary.end()) return BASErrnoToOSStatus(EINVAL);
-  auto job = openCloneJob(path->second.text(), {request.peer.user, request.peer.group});
+  auto job = openCloneJob(valueOf(request, kXMLPathKey).text(), ownerOf(request));
   if (!job) return refused(request.peer, job.error(), seams.log);
   auto prepared = CloneTask::prepare(*job, seams);
   if (!prepared) {
@@ -39,9 +47,28 @@ OSStatus cloneForPeer(const CloneTask::Seams& seams, const HelperRequest& reques
   return kNoError;
 }
 
+OSStatus mountForPeer(const ImageMounts& mounts, const LogLine& log, const HelperRequest& request,
+                      HelperResponse& response) {
+  const std::string blocks = valueOf(request, kBlocksPathKey).text();
+  const auto place = mounts.mount(blocks, valueOf(request, kVolumeNameKey).text(), ownerOf(request));
+  log(displayText(
+      fmt::format("mounting {} for user {}: {}", blocks, request.peer.user, place ? *place : place.error().text())));
+  if (!place) return statusOf(place.error());
+  response.dictionary[kMountPointKey] = *place;
+  return kNoError;
+}
+
+OSStatus unmountForPeer(const ImageMounts& mounts, const LogLine& log, const HelperRequest& request) {
+  const std::string place = valueOf(request, kMountPointKey).text();
+  const Detach detach = valueOf(request, kAtOnceKey).boolean() ? Detach::kAtOnce : Detach::kWhenUnused;
+  const auto done = mounts.unmount(place, detach, ownerOf(request));
+  if (!done) log(displayText(fmt::format("for user {}: {}", request.peer.user, done.error().text())));
+  return done ? kNoError : statusOf(done.error());
+}
+
 }  // namespace
 
-std::map<std::string, CommandProc> helperProcedures(const CloneTask::Seams& seams) {
+std::map<std::string, CommandProc> helperProcedures(const CloneTask::Seams& seams, const ImageMounts& mounts) {
   return {
       {kGetVersionCommand,
        [](const HelperRequest&, HelperResponse& response) {
@@ -52,6 +79,14 @@ std::map<std::string, CommandProc> helperProcedures(const CloneTask::Seams& seam
                               HelperResponse& response) { return cloneForPeer(seams, request, response); }},
       // Opens nothing: no part of the application needs a port.
       {kLowNumberedPortsCommand, [](const HelperRequest&, HelperResponse&) { return BASErrnoToOSStatus(ENOTSUP); }},
+      {kMountImageCommand,
+       [mounts, log = seams.log](const HelperRequest& request, HelperResponse& response) {
+         return mountForPeer(mounts, log, request, response);
+       }},
+      {kUnmountImageCommand,
+       [mounts, log = seams.log](const HelperRequest& request, HelperResponse&) {
+         return unmountForPeer(mounts, log, request);
+       }},
   };
 }
 
