@@ -1,6 +1,7 @@
 # For tests that talk to the root helper over its real socket, with a bus and a polkit of their own. In a private mount
 # namespace: the test is started again in one, and nothing of it is seen outside.
 needsRoot
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin  # what other users can start, too
 for tool in dbus-daemon systemd-socket-activate setpriv unshare python3; do
   command -v $tool >/dev/null || skip "no $tool"
 done
