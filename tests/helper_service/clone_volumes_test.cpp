@@ -14,7 +14,13 @@ namespace lumisk::test {
 namespace {
 
 MountedDevice mounted(const std::string& at, std::uint64_t device, std::uint64_t id, const std::string& type = "ext4") {
-  return {{.mountPoint = at, .fileSystem = type, .source = "/dev/x", .id = id, .device = device}, device, "/dev/x"};
+  MountEntry mount;
+  mount.mountPoint = at;
+  mount.fileSystem = type;
+  mount.source = "/dev/x";
+  mount.id = id;
+  mount.device = device;
+  return {mount, device, "/dev/x"};
 }
 
 VolumeFacts goodFacts() {
