@@ -13,6 +13,14 @@
 #include "presenters/locale_text.h"
 
 namespace lumisk {
+namespace {
+
+std::vector<VolumeRow> onDisks(std::vector<VolumeRow> volumes) {
+  std::erase_if(volumes, [](const VolumeRow& row) { return !row.volume.device.starts_with("/dev/"); });
+  return volumes;
+}
+
+}  // namespace
 
 double VolumeRow::usedShare() const {
   if (volume.bytes == 0) return 0;
@@ -69,6 +77,17 @@ void VolumesPresenter::refresh() {
       changed();
     });
   });
+}
+
+// The system's own comes first: it is what people clone.
+std::vector<VolumeRow> VolumesPresenter::cloneSources() const {
+  auto volumes = onDisks(list_.volumes);
+  std::stable_partition(volumes.begin(), volumes.end(), [](const VolumeRow& row) { return row.isSystem; });
+  return volumes;
+}
+
+std::vector<VolumeRow> VolumesPresenter::cloneTargets(const std::vector<std::string>& sources) const {
+  return onDisks(targets(sources));
 }
 
 const VolumeRow* VolumesPresenter::imageHolding(const std::string& path) const {

@@ -56,6 +56,9 @@ class VolumesPresenter {
   // Those that may serve as a target: not read-only, and not the ones that hold nothing but these sources.
   [[nodiscard]] std::vector<VolumeRow> targets(const std::vector<std::string>& sources) const;
 
+  // Those that can be cloned, or become a clone: on a disk of this computer.
+  [[nodiscard]] std::vector<VolumeRow> cloneSources() const;
+  [[nodiscard]] std::vector<VolumeRow> cloneTargets(const std::vector<std::string>& sources) const;
   // Of the image that holds the path; null when none does.
   [[nodiscard]] const VolumeRow* imageHolding(const std::string& path) const;
 

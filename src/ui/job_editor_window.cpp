@@ -4,6 +4,7 @@
 #include <QCloseEvent>
 #include <QGridLayout>
 #include <QKeyEvent>
+#include <QScreen>
 #include <QScrollArea>
 
 #include "presenters/locale_text.h"
@@ -21,6 +22,8 @@ namespace {
 
 constexpr int kPageWidth = 700;
 constexpr QSize kWindowSize{780, 800};
+constexpr QSize kLeastSize{620, 420};
+constexpr QSize kScreenMargin{32, 64};
 using ButtonKind = widgets::ButtonKind;
 
 Background backgroundOf(const JobEditorSeams& seams, MainLoop& loop) {
@@ -45,7 +48,8 @@ JobEditorWindow::JobEditorWindow(UiContext& context, const JobEditorSeams& seams
       room_(context.files, background_) {
   setObjectName(QStringLiteral("window"));
   setAttribute(Qt::WA_StyledBackground);
-  resize(kWindowSize);
+  setMinimumSize(kLeastSize);
+  resize(kWindowSize.boundedTo(screen()->availableSize() - kScreenMargin));
   makePage();
   job_.changed = [this] { refresh(); };
   room_.changed = [this] { target_->showRoom(); };
@@ -264,6 +268,11 @@ void JobEditorWindow::keyPressEvent(QKeyEvent* event) {
   const bool isStore = isEnter && event->modifiers().testFlag(Qt::ControlModifier) && !isAsking_;
   if (isStore) return save(JobEditorPresenter::Meanwhile::kAsk);
   QWidget::keyPressEvent(event);
+}
+
+bool JobEditorWindow::event(QEvent* event) {
+  if (event->type() == QEvent::WindowActivate) volumes_.refresh();
+  return QWidget::event(event);
 }
 
 void addJobEditor(WindowSet& windows, const JobEditorSeams& seams) {

@@ -48,6 +48,7 @@ class JobEditorWindow : public QWidget {
  protected:
   void closeEvent(QCloseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  bool event(QEvent* event) override;  // who comes back may have plugged something in
 
  private:
   void makePage();

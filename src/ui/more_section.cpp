@@ -3,6 +3,7 @@
 #include <QHBoxLayout>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "ui/text.h"
 
@@ -84,7 +85,7 @@ void MoreSection::addRevisions() {
   revisions_->setObjectName(QStringLiteral("revisions"));
   revisionCount_ = new QSpinBox;
   revisionCount_->setRange(1, kMostRevisions);
-  revisionCount_->setMinimumWidth(96);
+  revisionCount_->setMinimumWidth(150);
   revisionCount_->setAccessibleName(tr_("How many earlier versions of each file"));
   revisionCount_->setObjectName(QStringLiteral("revisionCount"));
   connect(revisions_, &QComboBox::currentIndexChanged, this, [this](int method) {
@@ -180,6 +181,8 @@ void MoreSection::showRevisions() {
   const Record& record = job_.job();
   revisions_->setCurrentIndex(static_cast<int>(record.revision_method));
   revisionCount_->setValue(record.revision_maxNumber);
+  const auto count = static_cast<unsigned long>(std::max(record.revision_maxNumber, 1));
+  revisionCount_->setSuffix(QLatin1Char(' ') + trCount_("version", "versions", count));
   revisionCount_->setVisible(record.revision_method == RevisionMethod::kLimited);
 }
 

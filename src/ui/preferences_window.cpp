@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QScreen>
 #include <QScrollArea>
 #include <QShortcut>
 #include <QSignalBlocker>
@@ -22,6 +23,8 @@ namespace lumisk {
 namespace {
 
 constexpr QSize kWindowSize{640, 760};
+constexpr QSize kLeastSize{520, 360};
+constexpr QSize kScreenMargin{32, 64};
 constexpr int kControlWidth = 190;
 constexpr int kBoxWidth = 18;  // of a check box without a text
 using Kind = PreferenceItem::Kind;
@@ -33,7 +36,8 @@ class PreferencesWindow : public QWidget {
     setObjectName(QStringLiteral("window"));
     setAttribute(Qt::WA_StyledBackground);
     setWindowTitle(tr_("Preferences"));
-    resize(kWindowSize);
+    setMinimumSize(kLeastSize);
+    resize(kWindowSize.boundedTo(screen()->availableSize() - kScreenMargin));
     makePage();
     connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, [this] { close(); });
     observation_ = context.board.observe([this](BoardChange change) {

@@ -61,7 +61,7 @@ void SourcesSection::showJob() {
   folders_->setVisible(!isVolume);
   picker_->setVisible(isVolume);
   const auto& record = job().job();
-  if (isVolume) return picker_->show(volumes_.list().volumes, record.sourcePaths.empty() ? "" : record.sourcePaths[0]);
+  if (isVolume) return picker_->show(volumes_.cloneSources(), record.sourcePaths.empty() ? "" : record.sourcePaths[0]);
   const auto targets = job().hasOwnTargets() ? record.targetPaths : std::vector<std::string>();
   if (shown_ == record.sourcePaths && shownTargets_ == targets && !shown_.empty()) return;
   shown_ = record.sourcePaths;
@@ -82,7 +82,7 @@ QWidget* SourcesSection::makeRow(std::size_t index) {
   auto* const row = new QFrame;
   row->setObjectName(QStringLiteral("messageHint"));
   auto* const line = new QHBoxLayout(row);
-  line->setContentsMargins(theme::kMedium, theme::kTiny, theme::kTiny, theme::kTiny);
+  line->setContentsMargins(theme::kMedium, 1, 1, 1);
   line->setSpacing(theme::kSmall);
   auto* const path = new PathLabel(shown_[index]);
   path->setFont(theme::font(theme::TextStyle::kBody));

@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 #include <QPointer>
+#include <algorithm>
 
 #include "presenters/locale_text.h"
 #include "ui/text.h"
@@ -23,6 +24,7 @@ TargetSection::TargetSection(JobEditorPresenter& job, VolumesPresenter& volumes,
   content()->addWidget(pathLine_);
   content()->addWidget(imageNote_);
   content()->addWidget(cloneWarning_);
+  roomView_->setObjectName(QStringLiteral("room"));
   content()->addWidget(roomView_);
   picker_->picked = [this](const VolumeRow& volume) { take(volume.volume.path); };
   path_->typed = [this](const std::string& path) { take(path); };
@@ -61,7 +63,17 @@ void TargetSection::take(const std::string& path) {
 }
 
 std::vector<VolumeRow> TargetSection::offered() const {
-  return volumes_.targets(job().job().sourcePaths);
+  const auto& sources = job().job().sourcePaths;
+  return job().questions().wholeVolumes ? volumes_.cloneTargets(sources) : volumes_.targets(sources);
+}
+
+// Who edits a job has a place already; volumes are offered again where the place is one of them.
+void TargetSection::showPicker(const std::string& target) {
+  auto volumes = job().hasOwnTargets() ? std::vector<VolumeRow>() : offered();
+  const bool isVolume =
+      std::any_of(volumes.begin(), volumes.end(), [&](const VolumeRow& row) { return row.volume.path == target; });
+  if (!job().isNew() && !target.empty() && !isVolume) volumes.clear();
+  picker_->show(volumes, target);
 }
 
 void TargetSection::showJob() {
@@ -70,7 +82,7 @@ void TargetSection::showJob() {
   setHeading(isVolume ? tr_("Volume that becomes the copy") : tr_("Where it is copied"));
   const std::string target = record.targetPaths.empty() ? std::string() : record.targetPaths.front();
   const bool hasOwn = job().hasOwnTargets();
-  picker_->show(hasOwn ? std::vector<VolumeRow>() : offered(), target);
+  showPicker(target);
   pathLine_->setVisible(!isVolume && !hasOwn);
   image_->setVisible(job().questions().image);
   path_->setPath(target);

@@ -22,6 +22,7 @@ class TargetSection : public EditorSection {
  private:
   [[nodiscard]] QWidget* makePathLine(const ChooseFolders& chooseFolder, const std::function<void()>& makeImage);
   void take(const std::string& path);
+  void showPicker(const std::string& target);
   [[nodiscard]] std::vector<VolumeRow> offered() const;
 
   VolumesPresenter& volumes_;

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QPointer>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace lumisk::widgets {
@@ -142,7 +143,9 @@ void InlineMessage::show(Kind kind, const QString& text) {
   const auto index = static_cast<std::size_t>(kind);
   setObjectName(QLatin1String(kNames[index]));
   static_cast<Picture*>(icon_)->change(kIcons[index], kTints[index]);
-  setStyleSheet(styleSheet());  // the name has changed: the sheet is looked at again
+  // The name has changed: the sheet is looked at again.
+  style()->unpolish(this);
+  style()->polish(this);
   text_->setText(text);
   setAccessibleName(text);
   setVisible(true);

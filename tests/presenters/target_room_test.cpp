@@ -159,7 +159,8 @@ TEST(RoomSentence, TellsTheNumbersOfThePie) {
 
 TEST(Volumes, OfferedAsTargets_BeginWithWhatIsPluggedIn) {
   const auto row = [](const std::string& path, const std::string& fileSystem, bool isRemovable) {
-    Volume volume{path, path, fileSystem, "/dev/x", 4ULL << 30, 1ULL << 30, false};
+    const std::string device = fileSystem == "nfs4" ? "server:/export" : "/dev/x";
+    Volume volume{path, path, fileSystem, device, 4ULL << 30, 1ULL << 30, false};
     return volumeRow(volume, isRemovable);
   };
   std::vector<Background::Work> works;
@@ -176,6 +177,8 @@ TEST(Volumes, OfferedAsTargets_BeginWithWhatIsPluggedIn) {
   std::vector<std::string> offered;
   for (const VolumeRow& volume : presenter.targets({"/home/anna/Docs"})) offered.push_back(volume.volume.path);
   EXPECT_EQ(offered, (std::vector<std::string>{"/media/anna/STICK", "/net", "/srv"}));
+  EXPECT_EQ(presenter.cloneSources().front().volume.path, "/");
+  EXPECT_EQ(presenter.cloneTargets({"/"}).size(), 3U) << "the network's volume is not on a disk";
   const VolumeRow& stick = list.volumes.front();
   EXPECT_EQ(stick.formatText, "Format: MS DOS FAT");
   EXPECT_EQ(freeSentence(stick), "1.00 GB of 4.00 GB free");

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
+#include <QAbstractScrollArea>
 #include <QComboBox>
 #include <QDropEvent>
 #include <QMimeData>
@@ -277,6 +279,30 @@ TEST_F(JobEditorWindowTest, EncryptedImage_IsMadeAndBecomesTheTarget) {
   ASSERT_EQ(board.added.size(), 1U);
   EXPECT_EQ(board.added[0].dmgPath, tree / "o/Private.sparseimage");
   EXPECT_EQ(board.added[0].targetPaths, std::vector<std::string>{"/Volumes/Private"});
+}
+
+TEST_F(JobEditorWindowTest, EverythingThatTakesTheKeyboard_HasAName) {
+  addVolumesWindow(windows, [this] { return volumes; });
+  addPreferencesWindow(windows, {[] { return true; }, [](bool) { return Result<void>(); }});
+  const auto check = [](QWidget* shown) {
+    for (QWidget* const part : shown->findChildren<QWidget*>()) {
+      const bool isInside = part->focusProxy() || part->objectName().startsWith(QStringLiteral("qt_")) ||
+                            qobject_cast<QAbstractScrollArea*>(part);
+      if (isInside || !(part->focusPolicy() & Qt::TabFocus)) continue;
+      auto* const button = qobject_cast<QAbstractButton*>(part);
+      EXPECT_FALSE(part->accessibleName().isEmpty() && (!button || button->text().isEmpty()))
+          << part->metaObject()->className() << " " << part->objectName().toStdString();
+    }
+  };
+  chosenFolders.push_back(tree / "o");
+  open();
+  click("addFolder");
+  click("chooseTarget");
+  click("more");
+  click("makeImage");
+  check(window);
+  check(windows.openVolumes());
+  check(windows.openPreferences());
 }
 
 TEST_F(JobEditorWindowTest, VolumesWindow_TellsItsPiesInWords) {

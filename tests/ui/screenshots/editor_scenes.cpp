@@ -1,12 +1,16 @@
 #include <QAbstractButton>
+#include <QApplication>
 #include <QLineEdit>
+#include <QPointer>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QVBoxLayout>
 
 #include "screenshots/scenes.h"
 #include "ui/image_dialog.h"
 #include "ui/job_editor_window.h"
 #include "ui/preferences_window.h"
+#include "ui/room_view.h"
 #include "ui/volumes_window.h"
 
 namespace lumisk::test {
@@ -14,7 +18,8 @@ namespace {
 
 VolumeRow sampleVolume(const std::string& name, const std::string& path, const std::string& fileSystem,
                        std::uint64_t gigabytes, std::uint64_t free, bool isRemovable) {
-  return volumeRow({name, path, fileSystem, "/dev/sdb1", gigabytes << 30, free << 30, false}, isRemovable);
+  const std::string device = fileSystem == "nfs4" ? "desk:/anna" : "/dev/sdb1";
+  return volumeRow({name, path, fileSystem, device, gigabytes << 30, free << 30, false}, isRemovable);
 }
 
 VolumeList sampleVolumes() {
@@ -38,9 +43,15 @@ JobEditorSeams sampleSeams() {
   return seams;
 }
 
+// As on a large screen; the one here is small.
+QWidget* sized(QWidget* window, QSize size = {780, 800}) {
+  window->resize(size);
+  return window;
+}
+
 QWidget* newJob(WindowSet& windows) {
   addJobEditor(windows, sampleSeams());
-  return windows.openNewJob();
+  return sized(windows.openNewJob());
 }
 
 void click(QWidget* window, const char* name) {
@@ -50,6 +61,36 @@ void click(QWidget* window, const char* name) {
 void scrollDown(QWidget* window) {
   QObject::connect(window->findChild<QScrollArea*>()->verticalScrollBar(), &QScrollBar::rangeChanged, window,
                    [window](int, int most) { window->findChild<QScrollArea*>()->verticalScrollBar()->setValue(most); });
+}
+
+// A stick that cannot hold all of it.
+QWidget* misfitRoom() {
+  TargetRoom room;
+  room.volumeName = "STICK";
+  room.formatText = "Format: MS DOS FAT";
+  room.bytes = 57ULL << 30;
+  room.freeBytes = 31ULL << 30;
+  room.isKnown = true;
+  room.lossText = lossText(targetTraits("vfat"));
+  room.need.bytes = 38ULL << 30;
+  room.need.misfits = {{"/home/anna/Documents/Minutes: May.odt", Misfit::kNameNotAllowed},
+                       {"/home/anna/Documents/readme.txt", Misfit::kSameName},
+                       {"/home/anna/Videos/Holiday 2008.mkv", Misfit::kFileTooLarge}};
+  room.need.misfitCount = room.need.misfits.size();
+  static QPointer<QWidget> window;
+  delete window;
+  window = new QWidget;
+  window->setObjectName(QStringLiteral("window"));
+  window->setAttribute(Qt::WA_StyledBackground);
+  auto* const layout = new QVBoxLayout(window);
+  auto* const card = new widgets::Card;
+  auto* const view = new RoomView;
+  card->content()->addWidget(view);
+  layout->addWidget(card);
+  view->show(room);
+  window->resize(700, 420);
+  window->show();
+  return window;
 }
 
 QWidget* filledJob(WindowSet& windows, const char* method) {
@@ -72,6 +113,17 @@ void addEditorScenes(Scenes& scenes) {
                       scrollDown(window);
                       return window;
                     }});
+  scenes.push_back({"editor-target", [](WindowSet& windows, FakeJobsBoard&) {
+                      QWidget* const window = filledJob(windows, "method0");
+                      for (int round = 0; round < 40; ++round) QApplication::processEvents(QEventLoop::AllEvents, 20);
+                      auto* const room = window->findChild<QWidget*>(QStringLiteral("room"));
+                      window->findChild<QScrollArea*>()->ensureWidgetVisible(room, 0, 140);
+                      return window;
+                    }});
+  scenes.push_back({"room", [](WindowSet&, FakeJobsBoard&) -> QWidget* { return misfitRoom(); }});
+  scenes.push_back({"editor-small", [](WindowSet& windows, FakeJobsBoard&) {
+                      return sized(filledJob(windows, "method2"), {620, 1500});
+                    }});
   scenes.push_back({"editor-clone", [](WindowSet& windows, FakeJobsBoard&) {
                       QWidget* const window = newJob(windows);
                       click(window, "kind3");
@@ -79,7 +131,7 @@ void addEditorScenes(Scenes& scenes) {
                     }});
   scenes.push_back({"editor-problem", [](WindowSet& windows, FakeJobsBoard&) {
                       addJobEditor(windows, sampleSeams());
-                      return windows.openJobEditor("photos");
+                      return sized(windows.openJobEditor("photos"));
                     }});
   scenes.push_back({"image", [](WindowSet& windows, FakeJobsBoard&) -> QWidget* {
                       QWidget* const window = newJob(windows);
@@ -94,7 +146,7 @@ void addEditorScenes(Scenes& scenes) {
                     }});
   scenes.push_back({"preferences", [](WindowSet& windows, FakeJobsBoard&) {
                       addPreferencesWindow(windows, {[] { return true; }, [](bool) { return Result<void>(); }});
-                      return windows.openPreferences();
+                      return sized(windows.openPreferences(), {640, 760});
                     }});
 }
 
