@@ -79,12 +79,11 @@ Result<void> QuorvelAppObject::applicationDidFinishLaunching() {
   getAllVolumeName();
   m.startMediaEvents();
   m.timer = m.services.loop.every(kRefreshInterval, [this] { freshTheJobStatus(); });
-  m.joinToLoginWindow();
-  if (!m.isLaunched) return {};  // ended by the user instead of an answer
   m.m_controlObject.reloadPreferenceInfo();
   m.m_controlObject.start();
   m.tellTrouble();
   m.changed();
+  m.later([&m] { m.joinToLoginWindow(); });  // no job waits for the answer
   return {};
 }
 

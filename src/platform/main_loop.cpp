@@ -95,6 +95,8 @@ MainLoop::MainLoop() : state_(std::make_shared<State>()) {
                                 nullptr};
   state_->source = g_source_new(&functions, sizeof(QueueSource));
   reinterpret_cast<QueueSource*>(state_->source)->state = state_.get();
+  // What is performed may open a dialog, which waits in a loop of its own: the rest goes on in there.
+  g_source_set_can_recurse(state_->source, TRUE);
   g_source_attach(state_->source, nullptr);
 }
 

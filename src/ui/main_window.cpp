@@ -75,8 +75,7 @@ MainWindow::MainWindow(UiContext& context)
   pages_->addWidget(makeEmptyState());
   pages_->addWidget(makeList());
   setCentralWidget(pages_);
-  connect(&model_, &QAbstractItemModel::modelAboutToBeReset, this, [this] { selectedBefore_ = selectedUuids(); });
-  connect(&model_, &QAbstractItemModel::modelReset, this, [this] { select(selectedBefore_); });
+  connect(sorted_, &QAbstractItemModel::modelReset, this, [this] { select(std::vector(selected_)); });
   connect(&model_, &JobsModel::updated, this, &MainWindow::follow);
   follow();
 }
@@ -196,12 +195,12 @@ void MainWindow::select(const std::vector<std::string>& uuids) {
 }
 
 void MainWindow::follow() {
-  auto uuids = selectedUuids();
+  selected_ = selectedUuids();
   std::vector<const JobRow*> rows;
-  for (const std::string& uuid : uuids) {
+  for (const std::string& uuid : selected_) {
     if (const JobRow* const row = model_.list().find(uuid)) rows.push_back(row);
   }
-  commands_->setSelected(std::move(uuids), rows);
+  commands_->setSelected(selected_, rows);
   const bool hasJobs = model_.rowCount() > 0;
   pages_->setCurrentIndex(hasJobs ? 1 : 0);
   commands_->setJobCommandsVisible(hasJobs);

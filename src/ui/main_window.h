@@ -53,7 +53,7 @@ class MainWindow : public QMainWindow {
   QTableView* table_;
   QStackedWidget* pages_;
   QLabel* summary_;
-  std::vector<std::string> selectedBefore_;  // a reset of the model
+  std::vector<std::string> selected_;  // kept over a reset of the model
 };
 
 void addMainWindow(WindowSet& windows);

@@ -22,7 +22,7 @@ struct Colours {
   QColor accent;      // text, lines and icons that matter; of charts
   QColor accentFill;  // below accentText
   QColor accentText;
-  QColor good, warning, error;  // text and icons
+  QColor good, warning, error;              // text and icons
   QColor goodFill, warningFill, errorFill;  // quiet grounds below them
   QColor track;                             // the empty part of a progress bar, the free part of a chart
 };
@@ -37,8 +37,8 @@ inline constexpr int kSmall = 8;
 inline constexpr int kMedium = 12;
 inline constexpr int kLarge = 16;
 inline constexpr int kHuge = 24;
-inline constexpr int kRadius = 8;        // of cards and fields
-inline constexpr int kIconSize = 20;     // in tool bars and lists
+inline constexpr int kRadius = 8;     // of cards and fields
+inline constexpr int kIconSize = 20;  // in tool bars and lists
 inline constexpr int kControlHeight = 34;
 
 enum class TextStyle { kBody, kQuiet, kCaption, kStrong, kHeading, kTitle };

@@ -112,6 +112,7 @@ TEST_F(AppFixture, LoginItem_OnlyWhenSomebodySaidYes) {
     given.somebodyCanAnswer = true;
     QuorvelAppObject one(given);
     ASSERT_TRUE(one.applicationDidFinishLaunching());
+    serve();
   };
   launchAnswering(true);
   EXPECT_TRUE(dialogs.take().empty()) << "nothing would run";

@@ -88,5 +88,22 @@ TEST(MainLoop, Sources_FireUntilTheirHandlesGo) {
   loop.run();
 }
 
+TEST(MainLoop, WorkThatWaitsInALoopOfItsOwn_LetsTheRestGoOn) {
+  MainLoop loop;
+  bool isDone = false;
+  const auto rescue = loop.every(std::chrono::seconds(20), [&] { loop.quit(); });
+  loop.perform([&] {
+    loop.perform([&] {
+      isDone = true;
+      loop.quit();
+    });
+    loop.run();
+    EXPECT_TRUE(isDone);
+    loop.quit();
+  });
+  loop.run();
+  EXPECT_TRUE(isDone);
+}
+
 }  // namespace
 }  // namespace lumisk

@@ -1,0 +1,191 @@
+#include "ui/main_window.h"
+
+#include <QAction>
+#include <QDropEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTest>
+#include <QToolButton>
+
+#include "platform/real_file_calls.h"
+#include "support/fake_clock.h"
+#include "support/fake_jobs_board.h"
+#include "support/home_fixture.h"
+#include "support/silent_dialogs.h"
+#include "ui/desktop.h"
+#include "ui/job_commands.h"
+#include "ui/jobs_model.h"
+
+namespace lumisk {
+namespace {
+
+using namespace test;
+
+constexpr int kPatience = 60'000;  // of what comes by itself
+
+class MainWindowTest : public HomeFixture {
+ protected:
+  MainWindowTest() {
+    addAllWindows(windows);
+    windows.add(WindowKind::kJobEditor, [this](UiContext&, const WindowRequest& request) {
+      edited.push_back(request);
+      return new QWidget;
+    });
+  }
+  void addJobs(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+      QUORVELPREFERENCEINFO job = newJobDefaults(clock.now());
+      job.name = name;
+      job.uuidString = "uuid-" + name;
+      job.sourcePaths = {"/s/" + name};
+      job.targetPaths = {"/t/" + name};
+      job.scheduling_method = SchedulingMethod::kNone;
+      board.list.push_back({job.uuidString, jobToDictionary(job), false, {}});
+    }
+  }
+  MainWindow& open() {
+    window = static_cast<MainWindow*>(windows.showMain());
+    EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+    return *window;
+  }
+  template <class Condition>
+  static bool comes(Condition condition) {
+    return QTest::qWaitFor(condition, kPatience);
+  }
+  // As a person does: in the middle of the row.
+  void clickRow(int row, Qt::KeyboardModifiers modifiers = {}) {
+    QTableView& table = window->table();
+    const QPoint place = table.visualRect(table.model()->index(row, 0)).center();
+    QTest::mouseClick(table.viewport(), Qt::LeftButton, modifiers, place);
+  }
+  void clickTool(const QAction* action) {
+    for (auto* const button : window->findChildren<QToolButton*>()) {
+      if (button->defaultAction() == action) QTest::mouseClick(button, Qt::LeftButton);
+    }
+  }
+
+  FakeJobsBoard board;
+  FakeClock clock;
+  MainLoop loop;
+  SilentDialogs dialogs;
+  WindowSet windows{board, clock, realFileCalls(), loop, dialogs};
+  std::vector<WindowRequest> edited;
+  MainWindow* window = nullptr;
+};
+
+using Calls = std::vector<std::string>;
+
+TEST_F(MainWindowTest, Commands_ReachTheSelectedJobsByMouseAndKeyboard) {
+  addJobs({"a", "b", "c"});
+  open();
+  clickRow(1);
+  clickTool(window->commands().startOrStop);
+  EXPECT_EQ(std::exchange(board.calls, {}), Calls{"start uuid-b"});
+  QTest::keyClick(&window->table(), Qt::Key_Down);
+  QTest::keyClick(&window->table(), Qt::Key_D, Qt::ControlModifier);
+  EXPECT_EQ(std::exchange(board.calls, {}), Calls{"disable uuid-c"});
+  clickRow(0);
+  clickRow(1, Qt::ControlModifier);
+  QTest::keyClick(&window->table(), Qt::Key_Delete);
+  EXPECT_EQ(board.calls, Calls{}) << "the question was answered with no";
+  dialogs.answer = true;
+  QTest::keyClick(&window->table(), Qt::Key_Delete);
+  EXPECT_EQ(board.calls, (Calls{"remove uuid-a", "remove uuid-b"}));
+  EXPECT_EQ(dialogs.asked.size(), 2u);
+}
+
+TEST_F(MainWindowTest, RunningJob_IsStoppedByTheSameButton) {
+  addJobs({"a"});
+  board.list[0].running = true;
+  open();
+  EXPECT_EQ(window->commands().startOrStop->text(), QStringLiteral("&Stop"));
+  clickTool(window->commands().startOrStop);
+  EXPECT_EQ(board.calls, Calls{"stop uuid-a"});
+}
+
+TEST_F(MainWindowTest, WithoutAJob_OneClickBeginsTheFirst) {
+  open();
+  QTest::mouseClick(window->findChild<QPushButton*>(QStringLiteral("firstJob")), Qt::LeftButton);
+  EXPECT_EQ(edited, std::vector<WindowRequest>{WindowRequest{}});
+}
+
+TEST_F(MainWindowTest, DroppedFolders_BeginAJobOfTheirBytes) {
+  open();
+  QMimeData data;
+  data.setData(QStringLiteral("text/uri-list"), "file:///old/caf%E9\r\nfile:///new/%C3%A9");
+  QDragEnterEvent enter({50, 50}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(window, &enter);
+  EXPECT_TRUE(enter.isAccepted());
+  QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+  QApplication::sendEvent(window, &drop);
+  ASSERT_EQ(edited.size(), 1u);
+  EXPECT_EQ(edited[0].paths, (std::vector<std::string>{"/old/caf\xE9", "/new/\xC3\xA9"}));
+}
+
+TEST_F(MainWindowTest, ManyChanges_AreOneLookAtTheJobsAndOneRowThatIsDrawn) {
+  addJobs({"a", "b", "c"});
+  open();
+  JobsModel& model = JobsModel::of(windows.context());
+  QSignalSpy drawn(&model, &QAbstractItemModel::dataChanged);
+  QSignalSpy updated(&model, &JobsModel::updated);
+  const int timesRead = board.timesRead;
+  board.list[1].running = true;
+  for (int i = 0; i < 500; ++i) board.observers.tell(i % 2 ? BoardChange::kProgress : BoardChange::kJobs);
+  ASSERT_TRUE(comes([&] { return updated.count() > 0; }));
+  EXPECT_EQ(board.timesRead, timesRead + 1);
+  ASSERT_EQ(drawn.count(), 1);
+  EXPECT_EQ(drawn[0][0].toModelIndex().row(), 1);
+}
+
+TEST_F(MainWindowTest, Selection_StaysWithTheJobWhenOthersComeAndGo) {
+  addJobs({"a", "b", "c"});
+  open();
+  clickRow(1);
+  board.list.erase(board.list.begin());
+  board.observers.tell(BoardChange::kJobs);
+  ASSERT_TRUE(comes([&] { return window->table().model()->rowCount() == 2; }));
+  clickTool(window->commands().startOrStop);
+  EXPECT_EQ(board.calls, Calls{"start uuid-b"});
+}
+
+TEST_F(MainWindowTest, ClosedWithoutATray_EndsTheProgramOnlyWhenTheUserAgrees) {
+  bool mayQuit = false;
+  int asked = 0;
+  Desktop desktop(*qApp, windows, [&] {
+    ++asked;
+    return mayQuit;
+  });
+  open();
+  window->close();
+  EXPECT_TRUE(window->isVisible());
+  mayQuit = true;
+  window->close();
+  EXPECT_FALSE(window->isVisible());
+  EXPECT_EQ(asked, 2);
+}
+
+TEST_F(MainWindowTest, MiniPanel_ShowsWhatRunsAndStopsIt) {
+  addJobs({"a", "b"});
+  board.list[1].running = true;
+  board.list[1].progress = JobProgressMessage::messageWithJobName("b", "x.txt", 12, 0);
+  QWidget* const panel = windows.showMiniPanel();
+  const auto shows = [&](const char* text) {
+    for (const auto* const label : panel->findChildren<QLabel*>()) {
+      if (label->text() == QLatin1String(text)) return true;
+    }
+    return false;
+  };
+  EXPECT_TRUE(shows("12%") && shows("x.txt"));
+  for (auto* const button : panel->findChildren<QToolButton*>()) {
+    if (button->accessibleName() == QStringLiteral("Stop b")) QTest::mouseClick(button, Qt::LeftButton);
+  }
+  EXPECT_EQ(board.calls, Calls{"stop uuid-b"});
+  board.list[1].running = false;
+  ASSERT_TRUE(comes([&] { return !shows("x.txt"); })) << "an end that nobody tells";
+}
+
+}  // namespace
+}  // namespace lumisk
