@@ -25,7 +25,7 @@ makeVolume() {  # TYPE NAME
   truncate -s 12G "$scratch/$2.image"
   local more=()
   [ "$1" = ext4 ] && more=(-E lazy_itable_init=0,lazy_journal_init=0 -i 8192)
-  "mkfs.$1" -q "${more[@]}" "$scratch/$2.image"
+  "mkfs.$1" -q "${more[@]}" "$scratch/$2.image" 2>/dev/null
   mount -o loop "$scratch/$2.image" "$scratch/$2"
 }
 
@@ -74,7 +74,7 @@ seconds() {
   awk -v n=$((end - begin)) 'BEGIN { printf "%.3f\n", n / 1e9 }'
 }
 # Bytes that reach the target's disk image.
-written() { awk -v d="$(basename "$(findmnt -no SOURCE "$1")")" '$3 == d { print $10 * 512 }' /proc/diskstats; }
+written() { awk -v d="$(basename "$(findmnt -no SOURCE "$1")")" '$3 == d { printf "%.0f", $10 * 512 }' /proc/diskstats; }
 median() { sort -n | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
 ours() { "$clone" "$scratch/source" "$scratch/ours"; }
 withRsync() { rsync -aAXH --delete --exclude=/lost+found "$scratch/source/" "$scratch/withRsync/" && sync -f "$scratch/withRsync"; }

@@ -23,10 +23,13 @@ class CloneState {
       : files(fileCalls), order(cloneOrder), mark(fileCalls), observer_(cloneObserver) {}
 
   [[nodiscard]] bool isCancelled();  // once cancelled, always
+  // Cancelled, or one of the volumes has gone and nothing more can be done.
+  [[nodiscard]] bool mustStop();
+  [[nodiscard]] const std::string& whatIsLost() const { return lost_; }  // empty while both volumes are there
   void atEntry(std::string path);
   void lookingAt(const std::string& path);  // again, without counting it
   void wrote(std::uint64_t bytes);
-  // An entry that could not be carried: told and counted. A cancel is none.
+  // An entry that could not be carried: told, unless very many were, and counted. A stop is none.
   void failed(const std::string& path, const Error& error);
   void failed(const std::string& path, const std::string& why);
   void said(const std::string& path, const std::string& what);
@@ -42,6 +45,7 @@ class CloneState {
   CloneObserver& observer_;
   CloneProgress progress_;
   bool isCancelled_ = false;
+  std::string lost_;
 };
 
 [[nodiscard]] bool isOutOfSpace(const Error& error);

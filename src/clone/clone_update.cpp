@@ -12,7 +12,7 @@ void CloneUpdate::run() {
   if (!roots) return state_.failed("", roots.error());
   stack_.push(std::move(*roots));
   clearStanding(stack_.top());
-  while (!stack_.isEmpty() && !state_.isCancelled()) {
+  while (!stack_.isEmpty() && !state_.mustStop()) {
     const FolderPair& pair = stack_.top();
     pair.isLost || pair.next == pair.sourceNames.size() ? leave() : step();
   }
@@ -178,7 +178,7 @@ void CloneUpdate::removeAllExtras() {
   if (!roots) return;
   FolderStack sweep(state_.files);
   sweep.push(std::move(*roots));
-  while (!sweep.isEmpty() && !state_.isCancelled()) {
+  while (!sweep.isEmpty() && !state_.mustStop()) {
     FolderPair& at = sweep.top();
     if (at.isLost || at.next == at.sourceNames.size()) {
       (void)sweep.pop();

@@ -12,7 +12,7 @@ void CloneVerify::run() {
   compare("", roots->sourceStatus, roots->targetStatus);
   tellExtras(*roots);
   stack_.push(std::move(*roots));
-  while (!stack_.isEmpty() && !state_.isCancelled()) {
+  while (!stack_.isEmpty() && !state_.mustStop()) {
     const FolderPair& pair = stack_.top();
     if (!pair.isLost && pair.next < pair.sourceNames.size()) {
       step();

@@ -43,7 +43,7 @@ Result<void> ContentCopy::copyAroundHoles(int from, std::uint64_t size, int to) 
 Result<std::uint64_t> ContentCopy::copySpan(int from, int to, std::uint64_t length) {
   std::uint64_t copied = 0;
   while (copied < length) {
-    if (state_.isCancelled()) return fail("copy", "", ECANCELED);
+    if (state_.mustStop()) return fail("copy", "", ECANCELED);
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(length - copied, buffer_.size()));
     LUMISK_TRY(const std::size_t size, state_.files.read(from, std::span(buffer_).first(wanted)));
     if (size == 0) break;
@@ -66,7 +66,7 @@ Result<void> ContentCopy::writeAll(int to, std::size_t size) {
 Result<bool> ContentCopy::isSame(int a, int b) {
   second_.resize(kChunk);
   for (;;) {
-    if (state_.isCancelled()) return fail("compare", "", ECANCELED);
+    if (state_.mustStop()) return fail("compare", "", ECANCELED);
     LUMISK_TRY(const std::size_t sizeOfA, fill(a, buffer_.data()));
     LUMISK_TRY(const std::size_t sizeOfB, fill(b, second_.data()));
     if (sizeOfA != sizeOfB || std::memcmp(buffer_.data(), second_.data(), sizeOfA) != 0) return false;

@@ -16,7 +16,7 @@ constexpr std::size_t kOpenLevels = 32;
 
 void TreeRemoval::removeExtras(int folder, const NameList& standing, const NameList& wanted, const std::string& path) {
   std::size_t at = 0;
-  for (std::size_t i = 0; i < standing.size() && !state_.isCancelled(); ++i) {
+  for (std::size_t i = 0; i < standing.size() && !state_.mustStop(); ++i) {
     const std::string_view name = standing.name(i);
     while (at < wanted.size() && wanted.name(at) < name) ++at;
     if (at < wanted.size() && wanted.name(at) == name) continue;
@@ -50,7 +50,7 @@ bool TreeRemoval::removeTree(int folder, const std::string& name, const std::str
   if (const auto entered = enter(folder, name, levels); !entered) return state_.failed(path, entered.error()), false;
   for (;;) {
     Level& level = levels.back();
-    if (level.next < level.names.size() && !state_.isCancelled()) {
+    if (level.next < level.names.size() && !state_.mustStop()) {
       removeNext(levels, path);
       continue;
     }
@@ -102,7 +102,7 @@ void TreeRemoval::removeNext(std::vector<Level>& levels, const std::string& path
 }
 
 bool TreeRemoval::removeEmptied(int folder, const Level& level, const std::string& path) {
-  if (level.holdsMore || state_.isCancelled()) return false;
+  if (level.holdsMore || state_.mustStop()) return false;
   FileStatus status;
   status.type = FileType::kFolder;
   return removeOne(folder, level.name, status, path);

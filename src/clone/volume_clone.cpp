@@ -84,9 +84,9 @@ bool VolumeClone::format() {
 void VolumeClone::update() {
   state_.mark.read(state_.target.root.get());
   CloneUpdate(state_).run();
-  if (!state_.isCancelled()) setLabel();
+  if (!state_.mustStop()) setLabel();
   const bool isOnDisk = bringToDisk();
-  if (isOnDisk && state_.order.verify && !state_.isCancelled()) CloneVerify(state_).run();
+  if (isOnDisk && state_.order.verify && !state_.mustStop()) CloneVerify(state_).run();
   judge();
 }
 
@@ -108,7 +108,8 @@ bool VolumeClone::bringToDisk() {
     state_.failed("", synced.error());
     return false;
   }
-  if (!state_.isCancelled() || !state_.mark.wasFound()) state_.mark.clear(root);
+  // What an earlier clone left in doubt is settled by one that has been everywhere.
+  if (!state_.mustStop() || !state_.mark.wasFound()) state_.mark.clear(root);
   return true;
 }
 
@@ -116,6 +117,8 @@ void VolumeClone::judge() {
   const CloneReport& report = state_.report;
   if (state_.isCancelled()) {
     end(End::kCancelled, "cancelled");
+  } else if (!state_.whatIsLost().empty()) {
+    end(End::kFailed, "given up: " + state_.whatIsLost());
   } else if (report.failures > 0) {
     end(End::kFailed, fmt::format("{} entries could not be carried", report.failures));
   } else if (report.differences > 0) {

@@ -161,6 +161,16 @@ TEST_F(CloneFaults, TargetThatFillsUp_KeepsTheEarlierVersionAndSaysSo) {
   EXPECT_EQ(listing(target.path()), (std::vector<std::string>{"a", "b", "lost+found"}));
 }
 
+TEST_F(CloneFaults, VolumeThatIsShutAfterAnError_EndsTheClone) {
+  ASSERT_TRUE(runQuietly("cd '" + source.path() + "' && for i in $(seq 100 300); do echo $i > $i; done"));
+  files.fail(FileCall::kCreateFile, EROFS, {.nth = 50, .times = FaultyFileCalls::kAlways});
+  const CloneReport report = clone();
+  EXPECT_EQ(report.end, End::kFailed);
+  EXPECT_EQ(report.entries, 50U);
+  EXPECT_NE(report.reason.find("given up"), std::string::npos);
+  expectExact();
+}
+
 TEST_F(CloneFaults, TargetPulledAway_NothingIsWrittenWhereItWas) {
   ASSERT_TRUE(runQuietly("cp -a /usr/share/zoneinfo '" + source.path() + "'"));
   files.before(FileCall::kMakeFolder, [&] { target.pullAway(); }, {.name = "Asia"});
