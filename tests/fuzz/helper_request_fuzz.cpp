@@ -14,6 +14,8 @@ namespace {
 
 using namespace lumisk;
 
+constexpr const char* kScratch = "/dev/shm/lumisk-fuzz-helper";
+
 void require(bool holds, const char* what) {
   if (holds) return;
   std::fprintf(stderr, "%s\n", what);
@@ -26,11 +28,14 @@ CloneReport neverClone(const CloneOrder&, CloneObserver&) {
 }
 
 const HelperTool& tool() {
-  static const auto procedures = helperProcedures({.clone = neverClone,
-                                                   .log = [](const std::string&) {},
-                                                   .makeSleep = makeRealSleep,
-                                                   .lockFolder = "/dev/shm/lumisk-fuzz-locks"});
-  static const HelperToolServices services{[](const HelperPeer&, const CommandSpec&) { return 0; },
+  static const auto procedures = helperProcedures(
+      {.clone = neverClone, .log = [](const std::string&) {}, .makeSleep = makeRealSleep, .lockFolder = kScratch},
+      ImageMounts(kScratch, kScratch));
+  // Nothing is mounted: that would be done in processes of its own.
+  static const HelperToolServices services{[](const HelperPeer&, const CommandSpec& command) {
+                                             return command.commandName == kMountImageCommand ? kAuthorizationDenied
+                                                                                              : kNoError;
+                                           },
                                            [](const std::string&) {}};
   static const HelperTool only{lumiskCommands(), procedures, services};
   return only;
