@@ -102,16 +102,13 @@ void QuorvelAppObject::Members::addJobMessageEvent(const Notification& notificat
   later([this, index, paths] { app.addSourceToJobAtIndex(index, paths); });
 }
 
-// Often: the main thread hears of it at most once at a time.
+// Often: the main thread hears of it a few times a second.
 void QuorvelAppObject::Members::progressCellDataEvent(const Notification& notification) {
   const auto* message = std::any_cast<JobProgressMessage>(&notification.object);
   const auto uuid = notification.userInfo.find(kJobUuidKey);
   if (!message || uuid == notification.userInfo.end()) return;
-  if (!progress.note(uuid->second.text(), *message)) return;
-  events.post([this] {
-    progress.told();
-    progressed();
-  });
+  const auto now = services.schedule.worker.clock.steadyNow();
+  if (progress.note(uuid->second.text(), *message, now)) events.post([this] { progressed(); });
 }
 
 // Of devices.

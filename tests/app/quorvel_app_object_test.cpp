@@ -267,6 +267,13 @@ TEST_F(AppFixture, Progress_GoesByJobAndEndsWithTheRun) {
       {kProgressNotification, JobProgressMessage::messageWithJobName("b", "f", 50, 10), {{kJobUuidKey, "uuid-b"}}});
   serve();
   EXPECT_EQ(changes, 1);
+  for (const auto& [passed, told] : {std::pair{100, 1}, {100, 2}}) {
+    clock.advance(std::chrono::milliseconds(passed));
+    center.post(
+        {kProgressNotification, JobProgressMessage::messageWithJobName("b", "f", 51, 10), {{kJobUuidKey, "uuid-b"}}});
+    serve();
+    EXPECT_EQ(changes, told) << "five times a second";
+  }
   const PropertyList status = ask(RequestAction::kStatus);
   EXPECT_EQ(progressMessageOf(status[kJobsKey].at(1)[kProgressKey]).fileName, "f");
   EXPECT_TRUE(status[kJobsKey].at(0)[kProgressKey].isNone());

@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <QPushButton>
+#include <QTest>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "platform/real_file_calls.h"
+#include "presenters/local_jobs_board.h"
+#include "support/home_fixture.h"
+#include "support/silent_dialogs.h"
+#include "ui/choice_card.h"
+#include "ui/job_editor_window.h"
+#include "ui/local_desktop.h"
+#include "ui/target_section.h"
+
+namespace lumisk {
+namespace {
+
+using namespace test;
+
+constexpr int kPatience = 120'000;
+
+// The whole application, from an empty home folder on; only the system's folder dialog is answered by the test, and the
+// stick is a folder.
+class FirstBackupTest : public HomeFixture {
+ protected:
+  JobEditorSeams seams() {
+    JobEditorSeams made;
+    made.chooseFolders = [this] {
+      ++folderChoices;
+      return std::vector<std::string>{tree / "Documents"};
+    };
+    made.listVolumes = [this] {
+      return VolumeList{
+          {volumeRow({"Stick", tree / "Stick", "ext4", "/dev/sdz1", 4ULL << 30, 1ULL << 30, false}, true)}, {}};
+    };
+    return made;
+  }
+  void click(QWidget* widget) {
+    ASSERT_TRUE(widget && widget->isVisible() && widget->isEnabled());
+    QTest::mouseClick(widget, Qt::LeftButton);
+    ++clicks;
+  }
+  template <class Condition>
+  static bool comes(Condition condition) {
+    return QTest::qWaitFor(condition, kPatience);
+  }
+  // Wherever on the stick it is.
+  [[nodiscard]] std::string copied(const std::string& name) const {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(tree / "Stick")) {
+      if (entry.path().filename() != name) continue;
+      std::ostringstream text;
+      text << std::ifstream(entry.path()).rdbuf();
+      return text.str();
+    }
+    return {};
+  }
+
+  TempTree tree{{"Documents", Dir{{"letter.txt", File{"Dear Anna"}}}}, {"Stick", Dir{}}};
+  MainLoop loop;
+  SilentDialogs dialogs;
+  LocalDesktop desktop{loop, dialogs, systemClock(), realFileCalls()};
+  LocalJobsBoard board{desktop.app(), systemClock()};
+  WindowSet windows{board, systemClock(), realFileCalls(), loop, dialogs};
+  int clicks = 0, folderChoices = 0;
+};
+
+TEST_F(FirstBackupTest, FromAColdStart_TakesFourClicksAndOneFolderChoice) {
+  ASSERT_TRUE(desktop.app().applicationDidFinishLaunching());
+  addAllWindows(windows);
+  addJobEditor(windows, seams());
+  QWidget* const main = windows.showMain();
+  click(main->findChild<QPushButton*>(QStringLiteral("firstJob")));
+
+  QWidget* const editor = windows.find(WindowKind::kJobEditor);
+  ASSERT_TRUE(editor);
+  const QPointer<QWidget> editing(editor);
+  click(editor->findChild<QPushButton*>(QStringLiteral("addFolder")));
+  const auto stick = [&]() -> ChoiceCard* {
+    const auto cards = editor->findChildren<ChoiceCard*>(QStringLiteral("volume"));
+    for (ChoiceCard* const card : cards) {
+      if (card->isVisible() && card->text() == QStringLiteral("Stick")) return card;
+    }
+    return nullptr;
+  };
+  ASSERT_TRUE(comes([&] { return stick() != nullptr; }));
+  click(stick());
+  auto* const save = editor->findChild<QPushButton*>(QStringLiteral("save"));
+  ASSERT_TRUE(comes([&] { return save->isEnabled(); }));
+  click(save);
+
+  ASSERT_TRUE(comes([&] { return copied("letter.txt") == "Dear Anna"; }));
+  EXPECT_LE(clicks, 4);
+  EXPECT_EQ(folderChoices, 1);
+  EXPECT_TRUE(comes([&] { return editing.isNull(); })) << "the editor closes";
+  ASSERT_TRUE(comes([&] { return board.running().empty() && !board.jobs().empty(); }));
+  ASSERT_TRUE(comes([&] { return !board.jobs()[0].stored[kLastRanTimeKey].text().empty(); }));
+  EXPECT_EQ(board.jobs()[0].stored[kCancelStatusKey].integer(), 0);
+  desktop.app().applicationWillTerminate();
+}
+
+}  // namespace
+}  // namespace lumisk
