@@ -7,6 +7,14 @@
 namespace lumisk {
 namespace {
 
+// What the controller's checks say, for the catalogue.
+[[maybe_unused]] constexpr const char* kTexts[] = {
+    markedText("Please enter a volume name."),
+    markedText("Please enter a password."),
+    markedText("Please verify the password."),
+    markedText("There is an error in creating the DMG file."),
+};
+
 // Keeps what would have been shown in a window of its own.
 class NotedAlerts : public UserDialogs {
  public:

@@ -32,6 +32,7 @@ bool JobEditorPresenter::edit(const std::string& uuid) {
     Job found;
     if (stored.uuid != uuid || uuid.empty() || !jobFromDictionary(stored.stored, found)) continue;
     job_ = begin_ = found;
+    filterChoice_.reset();
     before_ = std::move(found);
     hasOwnName_ = true;
     touched();
@@ -41,6 +42,8 @@ bool JobEditorPresenter::edit(const std::string& uuid) {
 }
 
 bool JobEditorPresenter::isChanged() const {
+  const bool isStillEmpty = isNew() && job_.sourcePaths.empty() && job_.targetPaths.empty() && !hasOwnName_;
+  if (isStillEmpty) return false;
   return jobToDictionary(job_) != jobToDictionary(begin_);
 }
 
@@ -161,12 +164,14 @@ void JobEditorPresenter::setTime(int hour, int minute) {
 // The other list is emptied: a list of exclusions alone decides wherever there is one.
 void JobEditorPresenter::setFilter(Filter filter, const std::string& extensions) {
   const auto list = extensionsOf(extensions);
+  filterChoice_ = filter;
   job_.inclusionArray = filter == Filter::kOnly ? list : std::vector<std::string>();
   job_.exclusionArray = filter == Filter::kAllBut ? list : std::vector<std::string>();
   touched();
 }
 
 JobEditorPresenter::Filter JobEditorPresenter::filter() const {
+  if (filterChoice_) return *filterChoice_;
   if (!job_.exclusionArray.empty()) return Filter::kAllBut;
   return job_.inclusionArray.empty() ? Filter::kEverything : Filter::kOnly;
 }
@@ -215,6 +220,9 @@ const FieldProblems& JobEditorPresenter::diskProblems() {
 const FieldProblems& JobEditorPresenter::problems() {
   if (problems_) return *problems_;
   problems_ = problemsOfTexts(job_, storedJobs());
+  const bool hasTypes = !job_.inclusionArray.empty() || !job_.exclusionArray.empty();
+  if (questions().filter && filter() != Filter::kEverything && !hasTypes)
+    problems_->push_back({JobField::kFilter, FieldProblem::Weight::kMissing, translated("Name the file types.")});
   const bool mayLook = std::none_of(problems_->begin(), problems_->end(), [](const FieldProblem& problem) {
     const bool isOfFolders = problem.field == JobField::kSources || problem.field == JobField::kTarget;
     return isOfFolders && problem.weight != FieldProblem::Weight::kWarning;

@@ -70,7 +70,7 @@ class JobEditorPresenter {
   [[nodiscard]] const FieldProblems& problems();
   [[nodiscard]] bool canSave();
   [[nodiscard]] std::vector<std::string> plainWarnings() const;  // what a clone does to its target
-  void lookAgain();     // a volume may have come or gone
+  void lookAgain();                                              // a volume may have come or gone
   void boardChanged();  // other jobs may have, too: names and folders are judged again
 
   enum class Meanwhile { kAsk, kMineWins };
@@ -99,6 +99,7 @@ class JobEditorPresenter {
   QUORVELPREFERENCEINFO begin_;                  // what the page showed first
   std::optional<QUORVELPREFERENCEINFO> before_;  // as it is stored; nothing for a new job
   bool hasOwnName_ = false;
+  std::optional<Filter> filterChoice_;  // the user's, also while its list is still empty
   std::optional<Looked> looked_;
   std::optional<FieldProblems> problems_;
 };

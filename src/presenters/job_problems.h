@@ -12,7 +12,7 @@
 namespace lumisk {
 
 // Where on the page of a job a problem stands, in the order of the page.
-enum class JobField { kSources, kTarget, kSchedule, kName, kRevisions };
+enum class JobField { kSources, kTarget, kSchedule, kName, kRevisions, kFilter };
 
 struct FieldProblem {
   // kMissing: an answer is still to come, no reason to shout. kWarning: the job can be stored all the same.

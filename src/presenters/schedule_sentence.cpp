@@ -46,7 +46,7 @@ std::string timerSentence(std::int32_t count, TimerUnit unit) {
       case TimerUnit::kHours:
         return translatedCount("every hour", "every {} hours", number);
       case TimerUnit::kDays:
-        return translatedCount("every day", "every {} days", number);
+        return translatedCount("once a day", "every {} days", number);
       default:
         return translatedCount("every minute", "every {} minutes", number);
     }

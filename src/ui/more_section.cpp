@@ -125,10 +125,8 @@ void MoreSection::addFilter() {
   const auto answer = [this] {
     job_.setFilter(static_cast<JobEditorPresenter::Filter>(filter_->currentIndex()), typedText(extensions_->text()));
   };
-  // An empty list means all files: the choice stays on the page until there is one.
   connect(filter_, &QComboBox::activated, this, [this, answer](int choice) {
-    extensions_->setVisible(choice != 0);
-    if (choice == 0 || !extensions_->text().isEmpty()) answer();
+    answer();
     if (choice != 0) extensions_->setFocus();
   });
   connect(extensions_, &QLineEdit::textEdited, this, answer);

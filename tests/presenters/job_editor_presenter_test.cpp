@@ -128,6 +128,9 @@ TEST_F(JobEditor, Answers_AreStoredAsTheCommandLineWouldStoreThem) {
   EXPECT_EQ(problemAt(editor, JobField::kSchedule, Weight::kMissing), "Choose at least one day.");
   editor.setDay(3, true);
   editor.setTime(7, 5);
+  editor.setFilter(Filter::kOnly, " ");
+  EXPECT_EQ(problemAt(editor, JobField::kFilter, Weight::kMissing), "Name the file types.");
+  EXPECT_EQ(editor.filter(), Filter::kOnly);
   editor.setFilter(Filter::kOnly, "jpg");
   editor.setFilter(Filter::kAllBut, "TMP, o");
   editor.setFullPath(true);

@@ -1,5 +1,7 @@
 #include "presenters/target_room.h"
 
+#include <future>
+#include <mutex>
 #include <vector>
 
 #include "platform/real_file_calls.h"
@@ -141,6 +143,35 @@ TEST_F(TargetRoomTest, Count_IsShownWhenItIsReadyAndDroppedWhenItIsOutdated) {
   presenter.look(job());
   runAll(outdated);
   EXPECT_FALSE(presenter.room()) << "an answer to an earlier question";
+}
+
+TEST(BackgroundTask, OnAThreadOfItsOwn_TellsTheMainThreadUnlessItHasGone) {
+  std::mutex mutex;
+  std::vector<Background::Work> loop;
+  const Background threads = backgroundThreads([&](Background::Work work) {
+    const std::lock_guard guard(mutex);
+    loop.push_back(std::move(work));
+  });
+  std::promise<void> mayEnd, first, second;
+  int told = 0;
+  BackgroundTask task(threads);
+  task.start([&](const BackgroundTask::Context& context) {
+    mayEnd.get_future().wait();
+    EXPECT_TRUE(context.isCancelled());
+    context.tell([&] { told += 100; });
+    first.set_value();
+  });
+  task.start([&](const BackgroundTask::Context& context) {
+    context.tell([&] { ++told; });
+    second.set_value();
+  });
+  second.get_future().wait();
+  mayEnd.set_value();
+  first.get_future().wait();
+  const std::lock_guard guard(mutex);
+  for (const auto& work : loop) work();
+  EXPECT_EQ(loop.size(), 2U);
+  EXPECT_EQ(told, 1);
 }
 
 TEST(RoomSentence, TellsTheNumbersOfThePie) {
