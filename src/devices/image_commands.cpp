@@ -105,7 +105,7 @@ Arguments openImage(const Export& open) {
           "--blockdev",
           "driver=luks,node-name=plain,file=file,key-secret=password,discard=unmap",
           "--export",
-          "type=fuse,id=blocks,node-name=plain,writable=on,growable=off,allow-other=auto,mountpoint=" +
+          "type=fuse,id=blocks,node-name=plain,writable=on,growable=off,allow-other=off,mountpoint=" +
               optionValue(open.blocksPath)};
 }
 

@@ -89,4 +89,31 @@ sleep 0.2
 expectStatus 0 as $entitled mount -stdinpass "$image"
 [ "$(cat $at/file)" = kept ] || fail "not mended by mounting"
 expectStatus 0 as $entitled detach "$image"
+
+# (With fusermount3, which has rights of its own, so not by asUser.) A job of this user that opens and closes its image by itself, with the password in a real secret service.
+command -v dbus-run-session >/dev/null && command -v gnome-keyring-daemon >/dev/null || finish
+cat >"$scratch/session" <<'X'
+set -eu
+lumisk=$1
+cd
+printf test | gnome-keyring-daemon --unlock --components=secrets --daemonize >/dev/null 2>&1
+mkdir source && echo one >source/one
+"$lumisk" image create vault.sparseimage --size 100m --keep-password <<<'se cret'
+"$lumisk" image mount vault.sparseimage
+mkdir /Volumes/vault/backup
+"$lumisk" job add vault --type backup --manual --source ~/source --target /Volumes/vault/backup --image ~/vault.sparseimage
+"$lumisk" image detach /Volumes/vault
+"$lumisk" run vault
+[ ! -e /Volumes/vault ] || { echo "the image stays mounted after the run"; exit 1; }
+echo two >source/two
+"$lumisk" run vault
+"$lumisk" image mount vault.sparseimage
+diff -r source /Volumes/vault/backup/source
+"$lumisk" image detach /Volumes/vault
+X
+userHome=$scratch/$entitled
+setpriv --reuid $entitled --regid $entitled --clear-groups env -i PATH="$PATH" HOME="$userHome" LUMISK_HOME="$userHome" XDG_RUNTIME_DIR="$userHome/run" \
+  timeout 300 dbus-run-session -- bash "$scratch/session" "$lumisk" >"$scratch/out" 2>&1 ||
+  fail "a job with an image: $(cat "$scratch/out")"
+[ -z "$(daemonOf "$scratch")" ] || fail "a storage daemon is left"
 finish
