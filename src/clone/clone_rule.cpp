@@ -7,6 +7,13 @@ bool isDevice(FileType type) {
   return type == FileType::kCharacterDevice || type == FileType::kBlockDevice;
 }
 
+// Small inodes (ext4 with 128 bytes) keep whole seconds. Then the change time, which the kernel sets, has none either.
+bool isSameDate(const FileStatus& source, const FileStatus& target) {
+  if (source.modified == target.modified) return true;
+  const bool keepsSecondsOnly = target.modified.nanoseconds == 0 && target.changed.nanoseconds == 0;
+  return keepsSecondsOnly && source.modified.seconds == target.modified.seconds;
+}
+
 }  // namespace
 
 bool isCarried(FileType type) {
@@ -19,7 +26,7 @@ Content judgeContent(const FileStatus& source, const FileStatus& target,
   if (isDevice(source.type)) return source.deviceNumber == target.deviceNumber ? Content::kSame : Content::kOther;
   if (source.type == FileType::kLink) return source.size == target.size ? Content::kUnknown : Content::kOther;
   if (source.type != FileType::kRegular) return Content::kSame;
-  if (source.size != target.size || source.modified != target.modified) return Content::kOther;
+  if (source.size != target.size || !isSameDate(source, target)) return Content::kOther;
   return unfinishedSince && target.changed >= *unfinishedSince ? Content::kUnknown : Content::kSame;
 }
 
@@ -31,7 +38,7 @@ MetadataDifference compareMetadata(const FileStatus& source, const FileStatus& t
   MetadataDifference difference;
   difference.owner = source.owner != target.owner || source.group != target.group;
   difference.mode = source.type != FileType::kLink && source.mode != target.mode;
-  difference.date = source.modified != target.modified;
+  difference.date = !isSameDate(source, target);
   difference.protection = source.isImmutable != target.isImmutable || source.isAppendOnly != target.isAppendOnly;
   return difference;
 }

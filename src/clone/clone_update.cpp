@@ -161,7 +161,7 @@ Result<void> CloneUpdate::finishFolder(FolderPair& pair) {
     LUMISK_CHECK(writeMetadata(files, target, wanted, pair.targetStatus, wanted.attributes.empty()));
   } else {
     LUMISK_TRY(const FileStatus standing, files.statusOf(pair.target.get()));
-    if (standing.modified != pair.sourceStatus.modified) {
+    if (compareMetadata(pair.sourceStatus, standing).date) {
       state_.mark.beforeChange(state_.target.root.get());
       LUMISK_CHECK(files.setModified(pair.target.get(), pair.sourceStatus.modified));
     }

@@ -29,6 +29,11 @@ TEST(CloneRule, Content_IsJudgedByTypeSizeAndDate) {
   FileStatus laterByANanosecond = file;
   ++laterByANanosecond.modified.nanoseconds;
   EXPECT_EQ(judgeContent(file, laterByANanosecond, {}), Content::kOther);
+  FileStatus inWholeSeconds = file;
+  inWholeSeconds.modified.nanoseconds = 0;
+  EXPECT_EQ(judgeContent(file, inWholeSeconds, {}), Content::kSame) << "the target keeps no more";
+  inWholeSeconds.changed.nanoseconds = 1;
+  EXPECT_EQ(judgeContent(file, inWholeSeconds, {}), Content::kOther) << "it does";
   FileStatus link = file;
   link.type = FileType::kLink;
   EXPECT_EQ(judgeContent(file, link, {}), Content::kOther);
