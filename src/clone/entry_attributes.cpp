@@ -34,7 +34,9 @@ Result<void> removeValue(FileCalls& files, const EntryHandle& entry, const std::
 
 bool isCarriedAttribute(const std::string& name) {
   if (name.starts_with("system.")) return name == "system.posix_acl_access" || name == "system.posix_acl_default";
-  return !name.starts_with("btrfs.") && name != "security.evm" && name != UnfinishedMark::kAttribute;
+  const bool isAccessListOfXfs = name.starts_with("trusted.SGI_ACL_");
+  return !name.starts_with("btrfs.") && name != "security.evm" && name != UnfinishedMark::kAttribute &&
+         !isAccessListOfXfs;
 }
 
 Result<std::vector<std::string>> listCarriedAttributes(FileCalls& files, const EntryHandle& entry) {

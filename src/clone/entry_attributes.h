@@ -18,8 +18,9 @@ struct EntryHandle {
 // Name and value, by name: "user.x", "security.capability", "system.posix_acl_access", "trusted.overlay.opaque".
 using Attributes = std::vector<std::pair<std::string, std::string>>;
 
-// All that belong to the entry, and not to how the file system stores it ("btrfs.compression"), to one inode on one
-// disk ("security.evm") or to the clone itself. None where the file system has none.
+// All that belong to the entry, and not to how the file system stores it ("btrfs.compression"; xfs shows access lists a
+// second time under "trusted.SGI_ACL_"), to one inode on one disk ("security.evm") or to the clone itself. None where
+// the file system has none.
 Result<std::vector<std::string>> listCarriedAttributes(FileCalls& files, const EntryHandle& entry);
 Result<Attributes> readAttributes(FileCalls& files, const EntryHandle& entry);
 // Asks for no value when neither entry has any attribute.

@@ -21,6 +21,13 @@ std::uint64_t entriesToHold(CloneState& state) {
   return used ? *used + *used / 8 + 1000 : 0;
 }
 
+FormatResult afterRefusal(const MountEntry& mount, const std::string& node, const Error& error) {
+  const std::string what = "the target cannot be erased: something else uses it: " + error.text();
+  const auto back = volume::mountAgain(mount, node, mount.fileSystem);
+  if (back) return {State::kUntouched, what};
+  return broken(what, back.error(), "nothing was changed, but it is not mounted");
+}
+
 // mkfs looks before it writes, so that what it refuses is still what it was.
 FormatResult afterFailedMaking(const MountEntry& mount, const std::string& node, const Error& error) {
   const auto back = volume::mountAgain(mount, node, mount.fileSystem);
@@ -40,6 +47,7 @@ FormatResult formatTarget(CloneState& state, const CloneFacts& facts, const std:
   state.target.root.reset();
   if (const auto unmounted = unmountVolume(mount.mountPoint); !unmounted)
     return {State::kUntouched, "the target cannot be erased: " + unmounted.error().text()};
+  if (const auto unused = volume::checkUnused(node); !unused) return afterRefusal(mount, node, unused.error());
   const std::string shortLabel = fittingLabel(label, volume::longestLabel(fileSystem));
   if (const auto made = volume::makeFileSystem(fileSystem, node, shortLabel, entries); !made)
     return afterFailedMaking(mount, node, made.error());

@@ -187,4 +187,10 @@ Result<Descriptor> holdDevice(const std::string& node) {
   return device;
 }
 
+Result<void> checkUnused(const std::string& node) {
+  const Descriptor device(::open(node.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_EXCL));
+  if (!device.isOpen()) return fail("take", node, errno);
+  return {};
+}
+
 }  // namespace lumisk::volume

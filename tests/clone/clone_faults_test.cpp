@@ -309,6 +309,19 @@ TEST_F(CloneFaults, Refused_TouchesNothing) {
   EXPECT_TRUE(refuses(order)) << "somebody else writes to it";
 }
 
+TEST_F(CloneFaults, VolumeInUseWhereNobodySeesIt_IsNotErased) {
+  makeTree(target.path(), {{"b", File{"b"}}});
+  // A process with mounts of its own, which live on when ours are undone.
+  ASSERT_TRUE(runQuietly("unshare -m --propagation private sleep 60 & echo $! > '" + source / "pid" +
+                         "'; until [ $(readlink /proc/$!/exe) != /usr/bin/unshare ]; do :; done"));
+  order.formatVolume = true;
+  const CloneReport report = clone();
+  runQuietly("kill $(cat '" + source / "pid" + "')");
+  EXPECT_EQ(report.end, End::kRefused) << report.reason;
+  EXPECT_EQ(readFile(target / "b"), "b");
+  EXPECT_EQ(deviceOf(target.path()), order.targetDevice);
+}
+
 // Which names are one file, as numbers that two equal trees have in common.
 std::map<std::string, std::string> linkSetsBelow(const std::string& top) {
   std::map<std::uint64_t, std::string> firstOf;
