@@ -18,8 +18,13 @@ RunResult brokenRun(const std::string& problem) {
 }  // namespace
 
 void copyFileThreadObject::Members::copyFileThread() {
-  guarded([this] {
-    openLog(isDryRun())->write("%s: Starting running\n", currentInfo().name.c_str());
+  runRequests(": Starting running\n");
+}
+
+void copyFileThreadObject::Members::runRequests(const char* firstLine) {
+  guarded([&] {
+    const std::string line = currentInfo().name + firstLine;
+    openLog(isDryRun())->write("%s", line.c_str());
     RunRequest request;
     while (takeRequest(request)) {
       const std::lock_guard running(_threadLock);
@@ -78,6 +83,7 @@ RunResult copyFileThreadObject::Members::perform(const RunRequest& request) {
 }
 
 RunResult copyFileThreadObject::Members::runSequence(const RunRequest& request, JobLog& log) {
+  if (request.info.jobType == JobType::kClone) return runClone(request, log);
   RunSequence sequence(services, memory, request, RunSwitches{m_bTerminateThread, m_bCanceled}, log,
                        [this](const JobProgressMessage& message) { postProgress(message); });
   return sequence.run();

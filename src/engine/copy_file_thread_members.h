@@ -39,10 +39,13 @@ struct copyFileThreadObject::Members {
       : self(owner), services(std::move(workerServices)) {}
 
   void copyFileThread();
+  void cloneDiscThread();
+  void runRequests(const char* firstLine);
   bool takeRequest(RunRequest& request);
   bool runOnce(const RunRequest& request);
   RunResult perform(const RunRequest& request);
   RunResult runSequence(const RunRequest& request, JobLog& log);
+  RunResult runClone(const RunRequest& request, JobLog& log);
   void endRun(const RunRequest& request, const RunResult& result);
   void keepResult(const RunRequest& request, const RunResult& result);
   void postEnd(const RunRequest& request, const RunResult& result);

@@ -8,8 +8,8 @@ namespace {
 
 constexpr int kTerminateMessage = 1;
 
-bool isWalkedHere(JobType type) {
-  return type == JobType::kBackup || isSync(type);
+bool isRunHere(JobType type) {
+  return type == JobType::kBackup || isSync(type) || type == JobType::kClone;
 }
 
 bool isOnUnmountableVolume(const std::string& path) {
@@ -69,7 +69,7 @@ bool copyFileThreadObject::start() {
   {
     ConditionLock::Guard guard(m.m_conditionLock);
     if (!m.m_bTerminateThread || !m.m_bThreadDied) return false;
-    if (!isWalkedHere(info.jobType)) return true;
+    if (!isRunHere(info.jobType)) return true;
     m.m_nCopyMethod = CopyMethod::kNothing;
     m.m_bTerminateThread = false;
     m.m_bThreadDied = false;
@@ -81,7 +81,9 @@ bool copyFileThreadObject::start() {
 }
 
 bool copyFileThreadObject::Members::launchThread() {
-  if (guarded([this] { thread = std::thread([this] { copyFileThread(); }); }).empty()) return true;
+  const bool isClone = currentInfo().jobType == JobType::kClone;
+  const auto run = [this, isClone] { isClone ? cloneDiscThread() : copyFileThread(); };
+  if (guarded([&] { thread = std::thread(run); }).empty()) return true;
   stopListening();
   ConditionLock::Guard guard(m_conditionLock);
   m_bTerminateThread = true;
@@ -197,6 +199,7 @@ RunReport copyFileThreadObject::lastReport() {
 
 void copyFileThreadObject::Members::startListening() {
   const auto info = currentInfo();
+  if (info.jobType == JobType::kClone) return;  // its helper carries the volume as it is then
   if (info.scheduling_method == SchedulingMethod::kRealTime) {
     const bool scan = std::any_of(info.sourcePaths.begin(), info.sourcePaths.end(), isOnUnmountableVolume);
     {

@@ -52,8 +52,7 @@ class copyFileThreadObject {
   bool fetchCurrentInfo(const PropertyList::Array& jobs, std::int32_t index);
   void setJobIndex(std::int32_t index);  // a deletion has renumbered the jobs
 
-  // False when the thread runs already. A clone (job type 3) has no thread yet: true, and nothing is started; likewise
-  // for unknown types.
+  // False when the thread runs already. True, and nothing is started, for unknown types of jobs.
   bool start();
   bool stop();                    // true
   bool postMessage(int message);  // 1: terminate, without waiting

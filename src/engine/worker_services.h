@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "engine/clone_services.h"
 #include "engine/run_seams.h"
 #include "engine/run_state.h"
 #include "platform/notification_center.h"
@@ -31,6 +32,7 @@ struct WorkerServices {
   std::function<std::unique_ptr<VersionKeeper>(RunState& run, Trash& trash, const std::string& target)> versionKeeper{};
   std::function<std::unique_ptr<RunRecorder>(RunState& run)> runRecorder{};
   std::function<std::unique_ptr<EventListening>(copyFileThreadObject& worker)> eventListening{};
+  CloneServices clone{};
 };
 
 }  // namespace lumisk

@@ -30,7 +30,7 @@ struct HelperRequest {
 struct HelperResponse {
   PropertyList::Dictionary dictionary;    // without the error, which the loop adds
   std::vector<Descriptor> descriptors;    // passed along with the response
-  std::function<void()> afterwards = {};  // done when the response has been sent and the connection closed
+  std::function<void()> afterwards = {};  // done when the response has been taken and the connection closed
 };
 
 // The error code of the response: 0, or an OSStatus.

@@ -85,10 +85,13 @@ void serveHelperConnection(const HelperTool& tool, Descriptor connection, const 
   }
   tool.services.log(lineAbout(peer, command, error));
   const int sent = sendResponse(connection.get(), response, error, in(tool.limits.request));
-  if (sent != 0) tool.services.log(fmt::format("process {} did not take its response: {}", peer.process, sent));
   connection.reset();
   response.descriptors.clear();
-  if (response.afterwards) response.afterwards();
+  if (sent != 0) {
+    tool.services.log(fmt::format("process {} did not take its response: {}", peer.process, sent));
+  } else if (response.afterwards) {
+    response.afterwards();
+  }
 }
 
 void refuseHelperConnection(Descriptor connection) {

@@ -53,6 +53,8 @@ inline constexpr const char* kMarkedTargetsKey = "NSMarkedTargets";
 inline constexpr const char* kRootFileSystemsKey = "NSRootFileSystems";
 // The user was told that the target is nearly full, and it has had no room since.
 inline constexpr const char* kCapacityWarnedKey = "NSCapacityWarned";
+// A clone compares source and target by their contents in the end; a boolean.
+inline constexpr const char* kVerifyCloneKey = "NSVerifyClone";
 // The computer's name and the display name of "/" as they were when the job was made: how jobs that retain full paths
 // go on spelling their places below the target.
 // The volume of the target is unmounted after a run that its arrival has started; a boolean.

@@ -26,6 +26,7 @@ Result<void> copyFileObjectPartFromDictionary(const PropertyList& dictionary,
   takeRunKeys(dictionary, view);
   view.computerName = dictionary[kComputerNameKey].text();
   view.rootDisplayName = dictionary[kRootDisplayNameKey].text();
+  view.verifiesClone = dictionary[kVerifyCloneKey].boolean();
   return {};
 }
 

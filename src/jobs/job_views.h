@@ -54,6 +54,7 @@ struct QUORVELPREFERENCEINFOtag_CopyFileObjectPart {
   // Names for retained full paths, from when the job was made; empty in jobs that do not know them.
   std::string computerName;
   std::string rootDisplayName;
+  bool verifiesClone = false;  // a clone compares the contents in the end
 };
 
 // What the scheduler sees of a job; its own starting values are the defaults.

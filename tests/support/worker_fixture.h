@@ -63,6 +63,7 @@ class WorkerFixture {
                         [this](std::int32_t) { return dataBit; },
                         [this](const std::string& key) { return preferences[std::string_view(key)]; }};
     made.eventListening = eventListening;
+    made.clone = clone;
     return made;
   }
   // Made with the job as it is then.
@@ -136,6 +137,7 @@ class WorkerFixture {
   PropertyList preferences{PropertyList::Dictionary{}};
   QUORVELPREFERENCEINFO job;
   std::function<std::unique_ptr<EventListening>(copyFileThreadObject&)> eventListening;
+  CloneServices clone;
 
  private:
   // Whoever is told of the end of a run is told by these two; an error follows them.
