@@ -20,8 +20,8 @@ constexpr int kLooksForVolume = 20;
 
 // A clone that runs when it is asked to, and not by a schedule.
 bool isOneTimeClone(const PropertyList& job) {
-  return static_cast<JobType>(job[kJobTypeKey].integer32()) == JobType::kClone &&
-         job[kSchedulingKey][kMethodKey].integer32() == 0;
+  return isOneTimeClone(static_cast<JobType>(job[kJobTypeKey].integer32()),
+                        static_cast<SchedulingMethod>(job[kSchedulingKey][kMethodKey].integer32()));
 }
 
 bool isCompleted(const Notification& notification) {
@@ -80,6 +80,7 @@ void QuorvelAppObject::Members::removeOneTimeClone(const Notification& notificat
   if (!isCompleted(notification) || !isOneTimeClone(clone) || uuid.empty()) return;
   later([this, uuid] {  // an edit may have come in between
     const std::int32_t index = store.indexOfUuid(uuid);
+    if (auto* const scheduler = m_controlObject.object(index)) removedClones[uuid] = scheduler->endedRuns().last;
     if (isOneTimeClone(store.job(index))) app.deleteJobButtonActionWithOutPromptAtIndex(index);
   });
 }

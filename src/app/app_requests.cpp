@@ -42,6 +42,7 @@ class RequestAnswer {
   Dictionary start();
   Dictionary stop();
   Dictionary follow();
+  Dictionary followRemoved();
   Dictionary changeJobs();
   Dictionary setPreference();
   Dictionary showWindow();
@@ -175,7 +176,7 @@ Dictionary RequestAnswer::stop() {
 // The number is another one also when the job has been made anew meanwhile; then nothing is told of its run.
 Dictionary RequestAnswer::follow() {
   auto* const scheduler = members_.m_controlObject.object(index());
-  if (!scheduler) return answer(RequestResult::kNoSuchJob);
+  if (!scheduler) return followRemoved();
   const auto ended = scheduler->endedRuns();
   const bool hasEnded = ended.number != request_[kEndedRunsKey].unsignedInteger();
   Dictionary given = answer(RequestResult::kDone);
@@ -185,6 +186,16 @@ Dictionary RequestAnswer::follow() {
   } else {
     addProgress(uuid(), given);
   }
+  return given;
+}
+
+// Whoever has asked for a clone that is made once learns how it ended although its job has gone.
+Dictionary RequestAnswer::followRemoved() {
+  const auto removed = members_.removedClones.find(uuid());
+  if (removed == members_.removedClones.end()) return answer(RequestResult::kNoSuchJob);
+  Dictionary given = answer(RequestResult::kDone);
+  given[kEndedKey] = true;
+  given[kReportKey] = dictionaryOf(removed->second);
   return given;
 }
 

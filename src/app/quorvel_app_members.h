@@ -69,6 +69,7 @@ struct QuorvelAppObject::Members {
   MainThreadQueue events;
   MainThreadQueue tasks;
   JobProgressTable progress;
+  std::map<std::string, RunReport> removedClones;  // how the runs of clones ended that have removed themselves, by uuid
   SyncControlObject m_controlObject;
   std::optional<StoredRunStatus> status;
   std::vector<NotificationCenter::Observation> observations;

@@ -61,6 +61,7 @@ struct Daemon {
   WorkerServices workerServices(CommandIo& io) {
     WorkerServices services{io.files, io.clock, notifications, dialogs, images, {}, {}, {}};
     services.eventListening = makeEventListening(streams, io.files);
+    services.clone.makeCloner = [this] { return makeCloneVolumeObject(dialogs); };
     return services;
   }
 

@@ -34,6 +34,7 @@ Checked<QUORVELPREFERENCEINFO> newJob(const JobAddOptions& options, CommandIo& i
   LUMISK_TRY(job.targetPaths, absolutePaths(options.targets, io));
   job.bMultipleTargetFolder = job.targetPaths.size() > 1;
   LUMISK_CHECK(options.job.applyTo(job, {io.clock.now(), io.workingFolder}));
+  LUMISK_CHECK(checkOptionsOfType(options.job, type));
   return job;
 }
 
@@ -80,6 +81,7 @@ void addJobAddCommand(CLI::App& parent, CommandRun& chosen) {
   options->job.add(*command, scheduleOptions());
   options->job.add(*command, copyOptions());
   options->job.add(*command, syncOptions());
+  options->job.add(*command, cloneOptions());
   options->job.add(*command, keptJobOptions());
   chooseWhenNamed(*command, chosen, options, &jobAdd);
 }

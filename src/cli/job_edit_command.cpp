@@ -34,6 +34,7 @@ Checked<void> changeFolders(const JobEditOptions& options, QUORVELPREFERENCEINFO
 
 Checked<void> changeSettings(const JobEditOptions& options, QUORVELPREFERENCEINFO& job, CommandIo& io) {
   LUMISK_CHECK(options.job.applyTo(job, {io.clock.now(), io.workingFolder}));
+  LUMISK_CHECK(checkOptionsOfType(options.job, job.jobType));
   if (changesFolders(options)) LUMISK_CHECK(changeFolders(options, job, io));
   const bool hasTimeOnly = options.job.has("--at") && job.scheduling_method != SchedulingMethod::kWeekDays;
   if (hasTimeOnly) return refuse("--at", "it needs --weekdays");
@@ -71,6 +72,7 @@ void addJobEditCommand(CLI::App& parent, CommandRun& chosen) {
   options->job.add(*command, scheduleOptions());
   options->job.add(*command, copyOptions());
   options->job.add(*command, syncOptions());
+  options->job.add(*command, cloneOptions());
   options->job.add(*command, keptJobOptions());
   chooseWhenNamed(*command, chosen, options, &jobEdit);
 }

@@ -43,6 +43,11 @@ Checked<void> setUnmount(Job& job, bool isUnmounted) {
   return {};
 }
 
+Checked<void> setVerify(Job& job, bool isVerified) {
+  job.otherKeys[kVerifyCloneKey] = isVerified;
+  return {};
+}
+
 Checked<void> setConflictChoice(Job& job, const Text& value) {
   constexpr std::pair<const char*, ConflictChoice> kChoices[] = {{"source", ConflictChoice::kSourceWins},
                                                                  {"target", ConflictChoice::kTargetWins},
@@ -147,6 +152,21 @@ constexpr JobOption kSyncOptions[] = {
      [](Job& job, const Text& value, const Context&) { return setConflictChoice(job, value); }},
 };
 
+constexpr JobOption kCloneOptions[] = {
+    {"--format", "", "Erase the target and make its file system anew before each clone", "format",
+     [](Job& job, const Text&, const Context&) { return setFlag(job.bFormatVolume, true); }},
+    {"--no-format", "", "Bring the target up to date as it stands (the default)", "format",
+     [](Job& job, const Text&, const Context&) { return setFlag(job.bFormatVolume, false); }},
+    {"--repair-permissions", "", "Set owners and permissions right that differ on the target after a clone", "repair",
+     [](Job& job, const Text&, const Context&) { return setFlag(job.bRepairPermissions, true); }},
+    {"--no-repair-permissions", "", "Do not (the default)", "repair",
+     [](Job& job, const Text&, const Context&) { return setFlag(job.bRepairPermissions, false); }},
+    {"--verify", "", "Compare the contents of source and target after a clone", "verify",
+     [](Job& job, const Text&, const Context&) { return setVerify(job, true); }},
+    {"--no-verify", "", "Do not (the default)", "verify",
+     [](Job& job, const Text&, const Context&) { return setVerify(job, false); }},
+};
+
 constexpr JobOption kScheduleOptions[] = {
     {"--every", "N(m|h|d)", "Run every N minutes, hours or days", "schedule",
      [](Job& job, const Text& value, const Context&) { return setInterval(job, value); }},
@@ -194,6 +214,10 @@ std::span<const JobOption> syncOptions() {
   return kSyncOptions;
 }
 
+std::span<const JobOption> cloneOptions() {
+  return kCloneOptions;
+}
+
 std::span<const JobOption> scheduleOptions() {
   return kScheduleOptions;
 }
@@ -228,6 +252,12 @@ Checked<void> GivenJobOptions::checkGroups() const {
     }
   }
   return {};
+}
+
+const char* GivenJobOptions::firstOf(std::span<const JobOption> options) const {
+  for (const JobOption& option : options)
+    if (has(option.spelling)) return option.spelling;
+  return nullptr;
 }
 
 Checked<void> GivenJobOptions::applyTo(QUORVELPREFERENCEINFO& job, const JobOptionContext& context) const {

@@ -31,6 +31,8 @@ struct JobOption {
 [[nodiscard]] std::span<const JobOption> copyOptions();
 // What two-way jobs have besides: `sync`, `job add` and `job edit`.
 [[nodiscard]] std::span<const JobOption> syncOptions();
+// What clones have: `job add` and `job edit`.
+[[nodiscard]] std::span<const JobOption> cloneOptions();
 // When a job runs: `job add` and `job edit`.
 [[nodiscard]] std::span<const JobOption> scheduleOptions();
 // What only kept jobs have besides: `job add` and `job edit`.
@@ -42,6 +44,7 @@ class GivenJobOptions {
   void add(CLI::App& command, std::span<const JobOption> options);
   [[nodiscard]] bool isEmpty() const { return given_.empty(); }
   [[nodiscard]] bool has(std::string_view spelling) const;
+  [[nodiscard]] const char* firstOf(std::span<const JobOption> options) const;  // that was given; null: none
   Checked<void> applyTo(QUORVELPREFERENCEINFO& job, const JobOptionContext& context) const;
 
  private:

@@ -2,7 +2,9 @@
 
 #include <filesystem>
 
+#include "jobs/clone_checks.h"
 #include "jobs/job_checks.h"
+#include "platform/mount_table.h"
 #include "platform/paths.h"
 #include "platform/workspace.h"
 
@@ -71,12 +73,29 @@ void showWarnings(const QUORVELPREFERENCEINFO& job, const PropertyList::Array& j
   }
 }
 
+Checked<void> checkOptionsOfType(const GivenJobOptions& given, JobType type) {
+  const char* const ofClones = given.firstOf(cloneOptions());
+  if (type != JobType::kClone) return ofClones ? refuse(ofClones, "only a clone takes it") : Checked<void>{};
+  if (given.has("--realtime")) return refuse("--realtime", "a clone runs at times or when it is asked to");
+  if (given.has("--image")) return refuse("--image", "a clone's target is a volume");
+  if (const char* const ofFiles = given.firstOf(copyOptions()))
+    return refuse(ofFiles, "a clone carries the whole volume");
+  return {};
+}
+
+Checked<void> checkClone(const QUORVELPREFERENCEINFO& job) {
+  const auto mounts = mountTable();
+  if (!mounts) return fail(complaintOf(mounts.error()));
+  return refuseProblem(checkCloneJob(job.name, job.sourcePaths, job.targetPaths, *mounts));
+}
+
 Checked<void> checkJob(const QUORVELPREFERENCEINFO& job, CommandIo& io) {
   LUMISK_CHECK(refuseProblem(checkJobName(job.name)));
   LUMISK_CHECK(refuseProblem(checkJobPaths(job)));
   if (job.bRetainFullPath && job.jobType == JobType::kSyncWithConflicts) {
     return refuse("--full-path", "a two-way job with conflict handling keeps no full paths");
   }
+  if (job.jobType == JobType::kClone) LUMISK_CHECK(checkClone(job));
   const auto computer = job.otherKeys.find(kComputerNameKey);
   return refuseProblem(checkJobFolders(io.files, job.jobType, job.bRetainFullPath, job.sourcePaths, job.targetPaths,
                                        computer == job.otherKeys.end() ? "" : computer->second.text()));

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/command_io.h"
+#include "cli/job_options.h"
 #include "jobs/job_record.h"
 
 namespace lumisk {
@@ -20,7 +21,10 @@ Checked<TargetState> checkTarget(const std::string& target);
 // Refuses targets that do not exist.
 Checked<void> checkTargetsExist(const std::vector<std::string>& targets);
 
-// Name, paths and where the folders lie to each other.
+// Options that a job of this type has no use for are refused where they would be taken for more than they are.
+Checked<void> checkOptionsOfType(const GivenJobOptions& given, JobType type);
+
+// Name, paths and where the folders lie to each other; of a clone, the volumes.
 Checked<void> checkJob(const QUORVELPREFERENCEINFO& job, CommandIo& io);
 
 // What the user should hear but may want, on io.err; `jobs` are the stored ones.

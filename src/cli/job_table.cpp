@@ -56,6 +56,22 @@ void addRow(Rows& rows, const std::string& label, const std::string& text) {
   if (!text.empty()) rows.push_back({label, text});
 }
 
+void addCopyRows(Rows& rows, const QUORVELPREFERENCEINFO& job) {
+  addRow(rows, "image", displayText(job.dmgPath));
+  addRow(rows, "revisions", revisionsText(job));
+  addRow(rows, "trash", yesNo(job.bMoveFileTrash));
+  addRow(rows, "full path", yesNo(job.bRetainFullPath));
+  addRow(rows, "include", joinedTexts(displayed(job.inclusionArray), ","));
+  addRow(rows, "exclude", joinedTexts(displayed(job.exclusionArray), ","));
+}
+
+void addCloneRows(Rows& rows, const QUORVELPREFERENCEINFO& job) {
+  const auto verify = job.otherKeys.find(kVerifyCloneKey);
+  addRow(rows, "format", yesNo(job.bFormatVolume));
+  addRow(rows, "repair permissions", yesNo(job.bRepairPermissions));
+  addRow(rows, "verify", yesNo(verify != job.otherKeys.end() && verify->second.boolean()));
+}
+
 }  // namespace
 
 std::string statusLine(const PropertyList& job) {
@@ -136,12 +152,7 @@ std::string jobDescription(const PropertyList& job, WallTime now) {
   addRow(rows, "next", getNextScheduleString(job, now, kShortDateFormat));
   addRows(rows, "sources", record.sourcePaths);
   addRows(rows, "targets", record.targetPaths);
-  addRow(rows, "image", displayText(record.dmgPath));
-  addRow(rows, "revisions", revisionsText(record));
-  addRow(rows, "trash", yesNo(record.bMoveFileTrash));
-  addRow(rows, "full path", yesNo(record.bRetainFullPath));
-  addRow(rows, "include", joinedTexts(displayed(record.inclusionArray), ","));
-  addRow(rows, "exclude", joinedTexts(displayed(record.exclusionArray), ","));
+  record.jobType == JobType::kClone ? addCloneRows(rows, record) : addCopyRows(rows, record);
   addRow(rows, "uuid", displayText(record.uuidString));
   return columnsText(rows);
 }

@@ -47,6 +47,11 @@ std::string counted(std::uint64_t count, const char* one, const char* many) {
 std::string headLine(const RunReport& report, RunKind kind) {
   const RunCounts& counts = report.counts;
   const std::string bytes = counts.bytes > 0 || kind == RunKind::kReal ? " (" + bytesText(counts.bytes) + ")" : "";
+  // A clone counts what its helper has looked at and written.
+  if (counts.copied == 0 && counts.bytes > 0)
+    return fmt::format("{}{}, {} written in {}\n", headWord(resultOf(report)),
+                       counted(counts.entries, "entry", "entries"), bytesText(counts.bytes),
+                       durationText(report.seconds));
   return fmt::format("{}{}, {}{} copied{} in {}\n", headWord(resultOf(report)),
                      counted(counts.entries, "entry", "entries"), countText(counts.copied),
                      kind == RunKind::kDry ? " would be" : "", bytes, durationText(report.seconds));

@@ -92,7 +92,7 @@ std::optional<WeekDays> parseWeekDays(const std::string& text) {
 std::string scheduleText(const QUORVELPREFERENCEINFO& job) {
   switch (job.scheduling_method) {
     case SchedulingMethod::kRealTime:
-      return "real time";
+      return job.jobType == JobType::kClone ? "once, when asked to" : "real time";
     case SchedulingMethod::kTimer:
       return intervalText(job.scheduling_timer, job.scheduling_timerUnit);
     case SchedulingMethod::kWeekDays:

@@ -51,7 +51,9 @@ class TerminalRun {
         io_(io),
         display_(io, choices.dryRun || choices.json ? RunDisplay::Progress::kNever : RunDisplay::Progress::kOnTerminal),
         dialogs_(display_, job.record.fileConflictType),
-        services_{io.files, io.clock, notifications_, dialogs_, images_, {}, {}, {}} {}
+        services_{io.files, io.clock, notifications_, dialogs_, images_, {}, {}, {}} {
+    services_.clone.makeCloner = [this] { return makeCloneVolumeObject(dialogs_); };
+  }
 
   // The status of the run is kept there, and what a run asks of its stored job is answered.
   void useStore(StoreAccess& access);
@@ -127,15 +129,28 @@ void TerminalRun::stopRequested(int times) {
   display_.message(job_.record.name, times == 1 ? "stopping" : "already stopping; this takes a moment");
 }
 
+Checked<void> checkRun(const QUORVELPREFERENCEINFO& job, const RunChoices& choices) {
+  if (job.jobType == JobType::kClone && choices.dryRun)
+    return refuse("--dry-run", "a clone cannot be tried out without changing anything");
+  return {};
+}
+
+// A clone that is to be made once goes when it has been made. An instance sees to that itself.
+Checked<void> removeOneTimeClone(StoreAccess& access, const QUORVELPREFERENCEINFO& job) {
+  if (!isOneTimeClone(job.jobType, job.scheduling_method)) return {};
+  return access.change([&](JobStore& store) -> Checked<void> {
+    const std::int32_t index = store.indexOfUuid(job.uuidString);
+    if (index < 0 || store.deletePreferenceInfo(index)) return {};
+    return storeFailed(store);
+  });
+}
+
 Checked<JobToRun> storedJob(StoreAccess& access, const std::string& name) {
   JobToRun job;
   LUMISK_TRY(job.index, access.indexOf(name));
   job.jobs = access.store().jobs();
   const auto read = jobFromDictionary(job.jobs.at(static_cast<std::size_t>(job.index)), job.record);
   if (!read) return refuse(name, "the stored job cannot be read");
-  if (job.record.jobType != JobType::kBackup && !isSync(job.record.jobType)) {
-    return refuse(name, "jobs of this type are not built in yet");
-  }
   return job;
 }
 
@@ -153,6 +168,7 @@ RunOptions optionsOf(const RunChoices& choices) {
 
 Checked<Ending> runStoredJob(StoreAccess& access, const std::string& name, const RunChoices& choices, CommandIo& io) {
   LUMISK_TRY(const JobToRun job, storedJob(access, name));
+  LUMISK_CHECK(checkRun(job.record, choices));
   if (!choices.dryRun) {
     LUMISK_TRY(auto instance, access.instance());
     // A disabled job has no scheduler there that could run it.
@@ -160,7 +176,9 @@ Checked<Ending> runStoredJob(StoreAccess& access, const std::string& name, const
   }
   TerminalRun run(job, choices, io);
   run.useStore(access);
-  return run.run();
+  const auto ending = run.run();
+  if (ending && *ending == Ending::kDone && !choices.dryRun) LUMISK_CHECK(removeOneTimeClone(access, job.record));
+  return ending;
 }
 
 Checked<Ending> runUnstoredJob(const QUORVELPREFERENCEINFO& job, const RunChoices& choices, CommandIo& io) {

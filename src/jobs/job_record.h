@@ -21,6 +21,11 @@ enum class TimerUnit : std::int32_t { kMinutes = 0, kHours = 1, kDays = 2 };
 enum class JobStatus : std::int32_t { kCompleted = 0, kRunning = 1, kError = 2 };
 enum class CancelStatus : std::int32_t { kNone = 0, kCancelled = 1, kError = 2 };
 
+// A clone without a time is made once, when somebody asks for it, and then its job goes.
+[[nodiscard]] constexpr bool isOneTimeClone(JobType type, SchedulingMethod method) {
+  return type == JobType::kClone && method == SchedulingMethod::kRealTime;
+}
+
 [[nodiscard]] inline bool isSync(JobType type) {
   return type == JobType::kSyncWithRevisions || type == JobType::kSyncWithConflicts;
 }

@@ -48,9 +48,10 @@ int secondOfDay(const CalendarDate& date) {
 
 std::string getNextScheduleString(const PropertyList& job, WallTime now, const std::string& dateFormat) {
   if (!job[kActiveKey].boolean()) return "The job is disable";
-  switch (static_cast<SchedulingMethod>(job[kSchedulingKey][kMethodKey].integer32())) {
+  const auto method = static_cast<SchedulingMethod>(job[kSchedulingKey][kMethodKey].integer32());
+  switch (method) {
     case SchedulingMethod::kRealTime:
-      return "Continuous";
+      return isOneTimeClone(static_cast<JobType>(job[kJobTypeKey].integer32()), method) ? "" : "Continuous";
     case SchedulingMethod::kTimer:
       return nextTimerRun(job, now, dateFormat);
     case SchedulingMethod::kWeekDays:

@@ -10,6 +10,7 @@ WorkerServices workerServices(FileCalls& files, Clock& clock, NotificationCenter
                               KeychainImages& images, FileEventStreams& streams) {
   WorkerServices services{files, clock, notifications, dialogs, images, {}, {}, {}};
   services.eventListening = makeEventListening(streams, files);
+  services.clone.makeCloner = [&dialogs] { return makeCloneVolumeObject(dialogs); };
   return services;
 }
 
