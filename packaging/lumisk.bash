@@ -14,6 +14,7 @@ _lumisk() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local copy='--revisions --delete --trash --no-trash --include --exclude --full-path' run='--pace --dry-run --json'
   local kept='--source --target --every --weekdays --at --realtime --manual --image --no-auto-mount --unmount --no-unmount --inactive'
+  local clone='--format --no-format --repair-permissions --no-repair-permissions --verify --no-verify'
   local words=
   COMPREPLY=()
   case $previous in
@@ -43,8 +44,8 @@ _lumisk() {
       'image mount' | 'image password') words=--keep-password ;;
       'image list') words=--json ;;
       restore*) words='--version --to' ;;
-      'job add') words="--type --conflict $kept $copy" ;;
-      'job edit') words="--conflict $kept $copy" ;;
+      'job add') words="--type --conflict $kept $copy $clone" ;;
+      'job edit') words="--conflict $kept $copy $clone" ;;
       'job list' | 'job show') words=--json ;;
     esac
     words+=' --help'
