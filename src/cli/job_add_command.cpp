@@ -41,6 +41,7 @@ Checked<QUORVELPREFERENCEINFO> newJob(const JobAddOptions& options, CommandIo& i
 Checked<void> checkNewJob(const QUORVELPREFERENCEINFO& job, CommandIo& io) {
   LUMISK_CHECK(checkJob(job, io));
   LUMISK_CHECK(checkSourcesExist(job.sourcePaths));
+  LUMISK_CHECK(checkVolumes(job));
   // A target inside an image is there only while the image is mounted.
   return job.dmgPath.empty() ? checkTargetsExist(job.targetPaths) : Checked<void>{};
 }

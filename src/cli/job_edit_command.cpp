@@ -27,6 +27,7 @@ Checked<void> changeFolders(const JobEditOptions& options, QUORVELPREFERENCEINFO
   job.bMultipleTargetFolder = job.targetPaths.size() > 1;
   if (!options.sources.empty()) LUMISK_CHECK(checkSourcesExist(job.sourcePaths));
   if (!options.targets.empty() && job.dmgPath.empty()) LUMISK_CHECK(checkTargetsExist(job.targetPaths));
+  LUMISK_CHECK(checkVolumes(job));
   // What the other folders hold says nothing about these.
   job.bFirstCopy = true;
   return {};

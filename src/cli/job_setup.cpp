@@ -83,7 +83,8 @@ Checked<void> checkOptionsOfType(const GivenJobOptions& given, JobType type) {
   return {};
 }
 
-Checked<void> checkClone(const QUORVELPREFERENCEINFO& job) {
+Checked<void> checkVolumes(const QUORVELPREFERENCEINFO& job) {
+  if (job.jobType != JobType::kClone) return {};
   const auto mounts = mountTable();
   if (!mounts) return fail(complaintOf(mounts.error()));
   return refuseProblem(checkCloneJob(job.name, job.sourcePaths, job.targetPaths, *mounts));
@@ -95,7 +96,6 @@ Checked<void> checkJob(const QUORVELPREFERENCEINFO& job, CommandIo& io) {
   if (job.bRetainFullPath && job.jobType == JobType::kSyncWithConflicts) {
     return refuse("--full-path", "a two-way job with conflict handling keeps no full paths");
   }
-  if (job.jobType == JobType::kClone) LUMISK_CHECK(checkClone(job));
   const auto computer = job.otherKeys.find(kComputerNameKey);
   return refuseProblem(checkJobFolders(io.files, job.jobType, job.bRetainFullPath, job.sourcePaths, job.targetPaths,
                                        computer == job.otherKeys.end() ? "" : computer->second.text()));

@@ -24,7 +24,10 @@ Checked<void> checkTargetsExist(const std::vector<std::string>& targets);
 // Options that a job of this type has no use for are refused where they would be taken for more than they are.
 Checked<void> checkOptionsOfType(const GivenJobOptions& given, JobType type);
 
-// Name, paths and where the folders lie to each other; of a clone, the volumes.
+// That a clone's source and target are volumes now; of other jobs nothing.
+Checked<void> checkVolumes(const QUORVELPREFERENCEINFO& job);
+
+// Name, paths and where the folders lie to each other.
 Checked<void> checkJob(const QUORVELPREFERENCEINFO& job, CommandIo& io);
 
 // What the user should hear but may want, on io.err; `jobs` are the stored ones.
