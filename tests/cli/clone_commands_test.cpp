@@ -50,6 +50,17 @@ TEST_F(CloneCommands, StoredClone_IsShownAsOne) {
   EXPECT_THAT(shown, testing::Not(HasSubstr("revisions")));
 }
 
+// Also while the volumes are away; a clone counts in hours where nothing else is said.
+TEST_F(CloneCommands, StoredClone_CanBeGivenOtherTimes) {
+  storeClone(SchedulingMethod::kNone);
+  done({"job", "edit", "disk", "--every", "2d", "--verify"});
+  QUORVELPREFERENCEINFO job;
+  ASSERT_TRUE(jobFromDictionary(storedJob(0), job));
+  EXPECT_EQ(job.scheduling_timerUnit, TimerUnit::kDays);
+  EXPECT_TRUE(job.otherKeys[kVerifyCloneKey].boolean());
+  EXPECT_THAT(refusal({"job", "edit", "disk", "--target", "more"}), HasSubstr("no mounted volume"));
+}
+
 // What stands there is no volume, so that nothing is ordered of a helper.
 TEST_F(CloneCommands, RunThatIsRefused_SaysWhyAndKeepsTheJob) {
   storeClone(SchedulingMethod::kRealTime);

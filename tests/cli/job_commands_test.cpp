@@ -51,10 +51,6 @@ TEST_F(JobCommands, Add_EveryOption_SetsItsField) {
   EXPECT_NE(done({"job", "show", "j"}).out.find("sun, fri at 21:05"), std::string::npos);
 }
 
-TEST_F(JobCommands, Add_CloneWithATimer_KeepsTheGivenUnit) {
-  EXPECT_EQ(added({"--type", "clone", "--every", "2d"}).scheduling_timerUnit, TimerUnit::kDays);
-}
-
 TEST_F(JobCommands, Add_FolderServesAnotherJob_IsAWarningOnly) {
   added({});
   const auto outcome = done({"job", "add", "k", "--source", "target", "--target", "more"});
@@ -154,14 +150,10 @@ TEST_F(JobCommands, Run_TargetGone_IsAnErrorAndNoCompletedRun) {
   EXPECT_FALSE(exists(work_ / "target"));
 }
 
-TEST_F(JobCommands, Run_DryOrNotBuiltIn_StoresNothing) {
+TEST_F(JobCommands, RunThatIsDry_StoresNothing) {
   added({"--manual"});
-  done({"job", "add", "c", "--type", "clone", "--source", "docs", "--target", "target", "--manual"});
   const std::string before = readFile(storePath());
   done({"run", "j", "--dry-run"});
-  const auto clone = run({"run", "c"});
-  EXPECT_EQ(clone.status, 2);
-  EXPECT_NE(clone.err.find("not built in"), std::string::npos);
   EXPECT_EQ(readFile(storePath()), before);
 }
 

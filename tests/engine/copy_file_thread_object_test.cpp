@@ -113,8 +113,8 @@ TEST_F(WorkerTest, ExceptionInARun_IsItsError) {
   EXPECT_EQ(worker.lastReport().problemText, "unexpected failure: broken");
 }
 
-TEST_F(WorkerTest, Clone_StartsNothingAndStops) {
-  f.job.jobType = JobType::kClone;
+TEST_F(WorkerTest, UnknownType_StartsNothingAndStops) {
+  f.job.jobType = static_cast<JobType>(9);
   EXPECT_TRUE(f.worker().start());
   EXPECT_TRUE(f.worker().stop());
   EXPECT_EQ(f.log(), "");
