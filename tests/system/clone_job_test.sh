@@ -83,11 +83,12 @@ status=$?
 expectStatus 0 user job edit disk --manual --format
 expectStatus 0 user job remove disk
 expectStatus 0 user job add once --type clone --source "$source" --target "$target" --format
-asUser $entitled "$lumisk" daemon >"$scratch/daemon.out" 2>"$scratch/daemon.err" &
+setpriv --reuid $entitled --regid $entitled --clear-groups "$lumisk" daemon >"$scratch/daemon.out" 2>"$scratch/daemon.err" &
 daemon=$!
 waitFor 20 grep -qs '^lumisk: daemon: running, ' "$scratch/daemon.out" || fail "the daemon does not start: $(cat "$scratch/daemon.err")"
 expectStatus 0 user run once --json
 [ "$(json result)" = completed ] || fail "the clone in the instance ended as $(json result)"
 expectSame "$source" "$target" --exclude=/lost+found
 expectStatus 3 user job show once
+endDaemon TERM
 finish
