@@ -11,6 +11,14 @@
 namespace lumisk {
 namespace {
 
+// What is mounted there belongs to the machine, also where it is no part of the running system's own volumes.
+bool isSystemPlace(const std::string& mountPoint) {
+  static constexpr const char* kPlaces[] = {"/bin", "/boot", "/dev",  "/efi",  "/etc", "/lib", "/lib64",
+                                            "/opt", "/proc", "/root", "/sbin", "/sys", "/usr", "/var"};
+  return std::any_of(std::begin(kPlaces), std::end(kPlaces),
+                     [&](const char* place) { return paths::isInside(mountPoint, place); });
+}
+
 tl::unexpected<Error> refuse(const MountedDevice& volume, int code, const char* why) {
   return fail("clone onto", volume.mount.mountPoint, code, why);
 }
@@ -60,6 +68,7 @@ Result<void> checkCloneVolumes(const VolumeFacts& facts) {
   if (target.device == source.device) return refuse(target, EINVAL, "source and target are the same volume");
   if (std::find(system.begin(), system.end(), target.device) != system.end())
     return refuse(target, EPERM, "the running system lives on it");
+  if (isSystemPlace(target.mount.mountPoint)) return refuse(target, EPERM, "it is mounted into the running system");
   if (anyMount(isBelow)) return refuse(target, EBUSY, "other volumes are mounted below it");
   if (anyMount(isElsewhere)) return refuse(target, EBUSY, "it is mounted at another place, too");
   if (target.mount.isReadOnly) return refuse(target, EROFS, "it is mounted read-only");

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "platform/descriptor.h"
 #include "platform/paths.h"
@@ -27,6 +28,20 @@ constexpr std::array kSystemPlaces = {"/",     "/usr",  "/usr/local", "/boot", "
 Result<std::uint64_t> deviceHolding(const std::string& path) {
   LUMISK_TRY(const MountEntry mount, volume::mountHolding(path));
   return volume::deviceOf(mount).number;
+}
+
+// The home folders of the machine's own accounts, the sixth field of passwd(5).
+std::vector<std::string> homesOfAccounts() {
+  constexpr int kHome = 6;
+  std::vector<std::string> homes;
+  std::ifstream file("/etc/passwd");
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream fields(line);
+    std::string home;
+    for (int i = 0; i < kHome; ++i) std::getline(fields, home, ':');
+    if (home.starts_with('/')) homes.push_back(std::move(home));
+  }
+  return homes;
 }
 
 // proc(5)'s swaps: a heading, then lines of file name, type and more; blanks in a name are written as "\040".
@@ -59,10 +74,12 @@ Result<std::vector<std::uint64_t>> devicesOfRunningSystem(const std::vector<std:
   std::vector<std::uint64_t> devices;
   std::vector<std::string> places(kSystemPlaces.begin(), kSystemPlaces.end());
   places.insert(places.end(), alsoHolding.begin(), alsoHolding.end());
+  const std::vector<std::string> homes = homesOfAccounts();
+  places.insert(places.end(), homes.begin(), homes.end());
   places.push_back(process::programPath());
   for (const std::string& place : places) {
     const auto device = deviceHolding(place);
-    if (!device && device.error().code != ENOENT) return fail(device.error());
+    if (!device && device.error().code != ENOENT && device.error().code != ENOTDIR) return fail(device.error());
     if (device) devices.push_back(*device);
   }
   for (const std::string& place : swapPlaces()) {

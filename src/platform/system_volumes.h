@@ -10,8 +10,8 @@
 namespace lumisk {
 
 // The devices (as in volume::Device) that the running system lives on: what holds "/", "/usr", "/boot", "/home" and
-// their like, this program, the given places, and what it swaps to. Volumes that are only mounted somewhere are not
-// among them.
+// their like, the home folders of the accounts, this program, the given places, and what it swaps to. Volumes that are
+// only mounted somewhere are not among them.
 Result<std::vector<std::uint64_t>> devicesOfRunningSystem(const std::vector<std::string>& alsoHolding);
 
 // The device number of a block device's file below /dev; "sdb1" stands for "/dev/sdb1". ENOTBLK for anything else.

@@ -53,6 +53,7 @@ TEST(CloneVolumesTest, Decision_NamesEachReasonAgainstATarget) {
   EXPECT_EQ(codeAfter([](auto& facts) { facts.namedDevice = 1; }), ENODEV);
   EXPECT_EQ(codeAfter([](auto& facts) { facts.volumes.source.device = 2; }), EINVAL);
   EXPECT_EQ(codeAfter([](auto& facts) { facts.systemDevices.push_back(2); }), EPERM);
+  EXPECT_EQ(codeAfter([](auto& facts) { facts.volumes.target.mount.mountPoint = "/var/www"; }), EPERM);
   EXPECT_EQ(codeAfter([](auto& facts) { facts.mounts.push_back(mounted("/mnt/b/in", 5, 13)); }), EBUSY);
   EXPECT_EQ(codeAfter([](auto& facts) { facts.mounts.push_back(mounted("/mnt/b", 5, 13)); }), EBUSY);
   EXPECT_EQ(codeAfter([](auto& facts) { facts.mounts.push_back(mounted("/srv", 2, 13)); }), EBUSY);
