@@ -39,6 +39,7 @@ std::optional<CopyDecision> TwoWayRules::presentAtBoth(FrameStack& at, const Wal
   question.granularity = granularityOf(at, entry);
   if (isConflict(question)) question.choice = choose(at, entry);
   const PresentVerdict verdict = decidePresent(question);
+  if (verdict == PresentVerdict::kCopy && isLeftToTheNextRun(at, entry)) return leave(at, entry);
   if (isReplacement(verdict) &&
       !unlistBeforeReplacing(at, entry, verdict == PresentVerdict::kCopyBack ? *entry.standing : entry.source))
     return std::nullopt;
@@ -63,6 +64,13 @@ std::optional<CopyDecision> TwoWayRules::presentAtBoth(FrameStack& at, const Wal
       return std::nullopt;
   }
   return decision;
+}
+
+// What the walk there has not settled, because it failed or because it came later: the walk back knows dates alone, and
+// neither who wins nor that the loser must be kept.
+bool TwoWayRules::isLeftToTheNextRun(const FrameStack& at, const WalkEntry& entry) const {
+  if (run_.info.jobType != JobType::kSyncWithConflicts || direction_ == Direction::kForward) return false;
+  return !settled_.isWinner(paths::join(relativeFolder(at), entry.name));
 }
 
 // Asked only for dates so close that the coarser file system may have made the difference: it has to write.
@@ -149,6 +157,7 @@ void TwoWayRules::keepBothBack(FrameStack& at, const WalkEntry& entry) {
   if (run_.dryRun) return outcome(at, entry, EntryOutcome::kCopied, "older, both are kept");
   const auto kept = keepBothBackNow(at, entry);
   if (!kept) return failed(at, entry, kept.error());
+  settled_.addWinner(paths::join(relativeFolder(at), entry.destinationName));
   ++run_.counts.copied;
   outcome(at, entry, EntryOutcome::kCopied, "older, both are kept");
 }

@@ -100,6 +100,7 @@ class TwoWayRules : public WalkRules {
   std::optional<std::string> oldNameOf(FrameStack& at, const WalkEntry& entry);
   bool takeRename(FrameStack& at, const WalkEntry& entry);
 
+  [[nodiscard]] bool isLeftToTheNextRun(const FrameStack& at, const WalkEntry& entry) const;
   [[nodiscard]] PresentQuestion questionOf(const WalkEntry& entry) const;
   std::chrono::nanoseconds granularityOf(const FrameStack& at, const WalkEntry& entry);
   ConflictChoice choose(const FrameStack& at, const WalkEntry& entry);
