@@ -2,6 +2,8 @@
 
 #include <cerrno>
 
+#include "platform/temporary_name.h"
+
 namespace lumisk {
 namespace {
 
@@ -114,7 +116,8 @@ bool isSameVersion(const FileStatus& a, const FileStatus& b) {
 }
 
 Result<void> discardAsTheJobSays(RunState& run, Trash& trash, const Place& entry, const MayRemove& mayRemove) {
-  if (!run.info.bMoveFileTrash) {
+  // What has a lasting name is an earlier version that could not be kept elsewhere when it was replaced.
+  if (!run.info.bMoveFileTrash && !isLastingName(entry.name)) {
     const auto mustStop = [&run] { return run.mustStop(); };
     return removeTree(run.files, entry.folder, entry.name, mustStop, mayRemove);
   }

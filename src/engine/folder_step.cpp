@@ -150,10 +150,13 @@ void FolderStep::removeLeftover(const std::string& name) {
   const FolderFrame& frame = walk_.stack.top();
   const auto status = run_.files.status(frame.destination.get(), name);
   if (!status || !isBefore(status->changed, run_.begin)) return;
-  if (status->type != FileType::kRegular && status->type != FileType::kLink) return;
+  const bool isFolder = status->type == FileType::kFolder;
+  if (!isFolder && status->type != FileType::kRegular && status->type != FileType::kLink) return;
   walk_.beforeWriting();
-  // One that cannot be removed does no harm.
-  if (run_.files.removeFile(frame.destination.get(), name)) walk_.wroteInto(frame.destination, frame.destinationStatus);
+  // One that cannot be removed, a folder that holds something among them, does no harm.
+  const int folder = frame.destination.get();
+  const auto removed = isFolder ? run_.files.removeFolder(folder, name) : run_.files.removeFile(folder, name);
+  if (removed) walk_.wroteInto(frame.destination, frame.destinationStatus);
 }
 
 // Out.

@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "engine/small_file.h"
+#include "platform/temporary_name.h"
 
 namespace lumisk {
 namespace {
@@ -64,7 +65,17 @@ Result<std::string> nameForNew(FileCalls& files, int folder, InfoFileKind kind, 
   return name;
 }
 
-Result<void> writeContent(FileCalls& files, int folder, const std::string& name, const InfoFile& info) {
+// Of writings that were cut short. The target's lock keeps other runs away, and no walk comes here.
+void removeLeftovers(FileCalls& files, int target) {
+  std::vector<FolderEntry> entries;
+  if (!files.listFolder(target, entries)) return;
+  for (const FolderEntry& entry : entries)
+    if (isTemporaryName(entry.name)) (void)files.removeFile(target, entry.name);
+}
+
+Result<void> writeContent(FileCalls& files, int folder, const std::string& name, InfoFileKind kind,
+                          const InfoFile& info) {
+  if (kind == InfoFileKind::kTarget) removeLeftovers(files, folder);
   LUMISK_TRY(const std::string xml, propertyListToXml(contentOf(info)));
   return replaceSmallFile(files, folder, name, xml, SmallFileDurability::kNow, 0644);
 }
@@ -73,7 +84,7 @@ Result<void> writeContent(FileCalls& files, int folder, const std::string& name,
 Result<void> update(FileCalls& files, int folder, const std::string& name, InfoFileKind kind, const InfoFile& info) {
   LUMISK_TRY(const PropertyList content, readContent(files, folder, name));
   if (content == contentOf(info)) return {};
-  LUMISK_CHECK(writeContent(files, folder, name, info));
+  LUMISK_CHECK(writeContent(files, folder, name, kind, info));
   const std::string wanted = infoFileName(kind, info.name);
   if (name != wanted && name != markedName(kind, info))
     (void)files.rename(folder, name, folder, wanted, Replace::kNever);
@@ -85,7 +96,7 @@ Result<void> createInfoFile(FileCalls& files, int folder, InfoFileKind kind, con
   LUMISK_TRY(const auto found, findInfoFile(files, folder, kind, info.uuid));
   if (found) return update(files, folder, *found, kind, info);
   LUMISK_TRY(const std::string name, nameForNew(files, folder, kind, info));
-  return writeContent(files, folder, name, info);
+  return writeContent(files, folder, name, kind, info);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "engine/temporary_entry.h"
 
-#include "engine/copy_rule.h"
-
 namespace lumisk {
 
 // Nobody is left to tell that it failed: the next run's walk passes such names by.
@@ -17,7 +15,7 @@ void TemporaryEntry::made(FileType type) {
 
 Result<void> TemporaryEntry::takeLastingName() {
   if (!isTemporaryName(name_)) return {};
-  std::string lasting = "earlier-version" + name_;
+  std::string lasting = lastingName(name_);
   LUMISK_CHECK(files_.rename(folder_, name_, folder_, lasting, Replace::kNever));
   name_ = std::move(lasting);
   return {};

@@ -11,6 +11,8 @@ namespace lumisk {
 
 namespace {
 
+const std::string kLastingPrefix = "earlier-version";
+
 bool isHexDigit(char letter) {
   return (letter >= '0' && letter <= '9') || (letter >= 'a' && letter <= 'f');
 }
@@ -28,6 +30,14 @@ bool isTemporaryName(const std::string& name) {
   if (name.size() != kPrefix.size() + kDigits || name.compare(0, kPrefix.size(), kPrefix) != 0) return false;
   const std::string digits = name.substr(kPrefix.size());
   return std::all_of(digits.begin(), digits.end(), isHexDigit);
+}
+
+std::string lastingName(const std::string& temporary) {
+  return kLastingPrefix + temporary;
+}
+
+bool isLastingName(const std::string& name) {
+  return name.starts_with(kLastingPrefix) && isTemporaryName(name.substr(kLastingPrefix.size()));
 }
 
 }  // namespace lumisk

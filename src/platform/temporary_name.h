@@ -8,4 +8,9 @@ namespace lumisk {
 [[nodiscard]] std::string makeTemporaryName();
 [[nodiscard]] bool isTemporaryName(const std::string& name);
 
+// What a temporary sibling is called from when it holds the only copy of an earlier version: "earlier-version" and its
+// temporary name. Walks take it for a file like others.
+[[nodiscard]] std::string lastingName(const std::string& temporary);
+[[nodiscard]] bool isLastingName(const std::string& name);
+
 }  // namespace lumisk

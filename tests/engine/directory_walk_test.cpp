@@ -173,7 +173,8 @@ TEST_P(DirectoryWalkTest, LeftoversOfUnfinishedCopies_AreRemovedOnceTheyAreOld) 
   makeTree(tree / "s", {{"d", Dir{}}});
   makeTree(tree / "t", {{"s", Dir{{"d", Dir{{".lumisk-0123456789ab", File{"left"}},
                                             {".lumisk-0123456789AB", File{"not ours"}},
-                                            {".lumisk-ba9876543210", Dir{}}}}}}});
+                                            {".lumisk-aaaaaaaaaaaa", Dir{}},
+                                            {".lumisk-ba9876543210", Dir{{"x", File{"somebody's"}}}}}}}}});
   backUp([](RunFixture& fixture) { fixture.run.begin = WallTime{}; });
   EXPECT_TRUE(exists(tree / "t/s/d/.lumisk-0123456789ab"));
   const Ran ran = backUp([](RunFixture& fixture) { fixture.run.begin = WallTime::max(); });
