@@ -25,9 +25,15 @@ void FaultyFileCalls::before(FileCall call, std::function<void()> hook, When whe
   rules_.push_back({call, std::move(when), 0, std::move(hook)});
 }
 
+void FaultyFileCalls::judge(std::function<int(const Made&)> judge) {
+  const std::lock_guard guard(mutex_);
+  judge_ = std::move(judge);
+}
+
 void FaultyFileCalls::forgetRules() {
   const std::lock_guard guard(mutex_);
   rules_.clear();
+  judge_ = nullptr;
 }
 
 std::vector<FaultyFileCalls::Made> FaultyFileCalls::made() const {
@@ -53,6 +59,7 @@ Result<void> FaultyFileCalls::enter(FileCall call, const std::string& name, cons
       if (rule.hook) hooks.push_back(rule.hook);
       if (code == 0) code = rule.code;
     }
+    if (judge_ && code == 0) code = judge_(made_.back());
   }
   for (const auto& hook : hooks) hook();
   if (code != 0) return lumisk::fail("fail on purpose", name, code);

@@ -69,6 +69,12 @@ class FaultyFileCalls : public FileCalls {
  public:
   explicit FaultyFileCalls(FileCalls& real = realFileCalls()) : real_(real) {}
 
+  struct Made {
+    FileCall call;
+    std::string name;
+    std::string secondName;
+  };
+
   static constexpr int kAlways = -1;
   struct When {
     std::string name = "*";  // a pattern as in the shell; a call with two names is meant by either
@@ -79,13 +85,10 @@ class FaultyFileCalls : public FileCalls {
   void fail(FileCall call, int code, When when);
   void before(FileCall call, std::function<void()> hook) { before(call, std::move(hook), When{}); }
   void before(FileCall call, std::function<void()> hook, When when);
+  // Asked about each call after the rules, under a lock; an error code other than 0 fails it.
+  void judge(std::function<int(const Made&)> judge);
   void forgetRules();
 
-  struct Made {
-    FileCall call;
-    std::string name;
-    std::string secondName;
-  };
   [[nodiscard]] std::vector<Made> made() const;  // all calls up to now, also those that failed
   [[nodiscard]] int count(FileCall call, const std::string& name = "*") const;
 
@@ -149,6 +152,7 @@ class FaultyFileCalls : public FileCalls {
   FileCalls& real_;
   mutable std::mutex mutex_;
   std::vector<Rule> rules_;
+  std::function<int(const Made&)> judge_;
   std::vector<Made> made_;
   std::map<int, std::string> names_;  // of open descriptors
 };

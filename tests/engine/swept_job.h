@@ -1,0 +1,256 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <ostream>
+#include <set>
+
+#include "engine/info_files.h"
+#include "engine/run_sequence.h"
+#include "engine/walk_borders.h"
+#include "platform/temporary_name.h"
+#include "support/faulty_file_calls.h"
+#include "support/own_home.h"
+#include "support/run_fixture.h"
+#include "support/worker_fixture.h"
+
+namespace lumisk::test {
+
+namespace fs = std::filesystem;
+
+// Which job; one on a tree of everything, with edits that its next run has to carry, or on an empty one.
+struct Kind {
+  const char* name;
+  JobType type = JobType::kBackup;
+  bool trash = true;
+  RevisionMethod revisions = RevisionMethod::kNone;
+  bool isFirstRun = false;
+  bool isEmpty = false;
+  friend std::ostream& operator<<(std::ostream& out, const Kind& kind) { return out << kind.name; }
+};
+
+using Side = std::map<std::string, std::string>;  // what stands there, by its path below the side
+
+inline std::string contentOf(const fs::path& path) {
+  std::string text(fs::file_size(path), '\0');
+  std::ifstream(path, std::ios::binary).read(text.data(), static_cast<std::streamsize>(text.size()));
+  return text;
+}
+
+// Texts carry the name of their tree, so that they are found in a Trash outside of it; what is compared does not.
+inline std::string withoutMark(std::string text, const std::string& mark) {
+  for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) text.erase(at, mark.size());
+  return text;
+}
+
+inline std::string summaryOf(const fs::directory_entry& entry, const std::string& mark) {
+  if (entry.is_symlink()) return "-> " + withoutMark(fs::read_symlink(entry.path()), mark);
+  if (entry.is_directory()) return "folder";
+  const std::string text = withoutMark(contentOf(entry.path()), mark);
+  const std::string shown =
+      text.size() < 64 ? text : text.substr(0, 32) + "#" + std::to_string(std::hash<std::string>()(text));
+  return shown + " " + std::to_string(entry.last_write_time().time_since_epoch().count()) + " " +
+         fmt::format("{:o}", static_cast<unsigned>(entry.status().permissions()));
+}
+
+// In memory where that is possible: thousands of runs each bring their data to the disk. What is told apart by its date
+// needs no disk.
+inline void preferMemory() {
+  if (access("/dev/shm", W_OK) == 0) setenv("LUMISK_TEST_DIR", "/dev/shm", 0);
+}
+
+// A job of one kind on a small tree that has something of everything, with edits that its next run has to carry.
+class SweptJob {
+ public:
+  explicit SweptJob(const Kind& kind) : kind_(kind) {
+    info_.name = "job";
+    info_.uuidString = "uuid";
+    info_.jobType = kind.type;
+    info_.bMoveFileTrash = kind.trash;
+    info_.revision_method = kind.revisions;
+    info_.nAutoDeletion = kind.type == JobType::kBackup ? 1 : 0;
+    info_.fileConflictType = ConflictChoice::kNewerWins;
+    info_.bDisplayWarning = false;
+    info_.computerName = "desk";
+    info_.rootDisplayName = "Root";
+    info_.sourcePaths = {tree / "s/docs"};
+    info_.targetPaths = {tree / "t"};
+    if (kind.isEmpty) return;
+    makeSource();
+    if (kind.isFirstRun) return;
+    EXPECT_TRUE(runClean().completed) << log;
+    waitForTick();
+    edit();
+    if (isSync(kind.type)) editTarget();
+  }
+
+  ~SweptJob() { clearVolumeTrash(); }
+  SweptJob(const SweptJob&) = delete;
+  SweptJob& operator=(const SweptJob&) = delete;
+
+  RunReport run(FaultyFileCalls& files, bool isForgotten = false) {
+    waitForTick();
+    WorkerServices services{files,
+                            clock_,
+                            center_,
+                            dialogs_,
+                            images_,
+                            [](std::int32_t) { return true; },
+                            [](std::int32_t) { return 0U; },
+                            [](const std::string&) { return PropertyList(); }};
+    RunRequest request;
+    request.info = info_;
+    request.method = CopyMethod::kNormal;
+    request.options.pace = PaceKind::kFull;
+    request.options.allowDeletions = true;
+    request.begin = std::chrono::system_clock::now();
+    const std::atomic<bool> off{false};
+    RecordingJobLog jobLog;
+    RunMemory memory = memory_;
+    const RunResult result =
+        RunSequence(services, memory, request, {off, off}, jobLog, [](const JobProgressMessage&) {}).run();
+    log = jobLog.all();
+    if (isForgotten)
+      memory_ = {};
+    else
+      keep(request, result, memory);
+    waitForTick();
+    return result.report;
+  }
+  RunReport runClean() {
+    FaultyFileCalls files;
+    return run(files);
+  }
+
+  [[nodiscard]] Side source() const { return side(tree / "s/docs"); }
+  [[nodiscard]] Side target() const {
+    return side(kind_.type == JobType::kSyncWithConflicts ? tree / "t" : tree / "t/docs");
+  }
+  // Every text of the job, in its tree and in the Trash of the volume.
+  [[nodiscard]] std::set<std::string> texts() const {
+    std::set<std::string> found;
+    const auto look = [&](const fs::path& root) {
+      for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        const std::string text = entry.is_symlink()        ? fs::read_symlink(entry.path()).string()
+                                 : entry.is_regular_file() ? contentOf(entry.path())
+                                                           : std::string();
+        if (text.starts_with("text") && text.find(mark_) != std::string::npos) found.insert(withoutMark(text, mark_));
+      }
+    };
+    look(tree.path());
+    if (fs::is_directory(volumeTrash())) look(volumeTrash());
+    return found;
+  }
+  [[nodiscard]] std::vector<std::string> temporaries() const {
+    std::vector<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(tree.path()))
+      if (isTemporaryName(entry.path().filename())) found.push_back(entry.path());
+    return found;
+  }
+
+  // Where a Trash that fails is passed over for this one.
+  [[nodiscard]] std::string volumeTrash() const {
+    return fs::path(tree.path()).parent_path().string() + "/.Trash-" + std::to_string(getuid());
+  }
+
+  TempTree tree{{"s", Dir{{"docs", Dir{}}}}, {"t", Dir{}}, {"home", Dir{}}};
+  OwnHome home{tree / "home"};
+  std::string log;
+
+ private:
+  void keep(const RunRequest& request, const RunResult& result, const RunMemory& memory) {
+    memory_ = memory;
+    takeRunKeys(result.report.jobKeys, info_);
+    if (result.end != RunResult::End::kWhole) return;
+    info_.lastBeginTime = storedDate(request.begin);
+    if (result.report.completed) info_.lastCompletedBegin = storedDate(request.begin);
+  }
+  void clearVolumeTrash() const {
+    if (!fs::is_directory(volumeTrash() + "/files")) return;
+    std::vector<std::string> ours;
+    for (const auto& entry : fs::directory_iterator(volumeTrash() + "/info"))
+      if (contentOf(entry.path()).find(mark_.substr(1)) != std::string::npos) ours.push_back(entry.path().stem());
+    for (const std::string& name : ours) {
+      fs::remove_all(volumeTrash() + "/files/" + name);
+      fs::remove(volumeTrash() + "/info/" + name + ".trashinfo");
+    }
+  }
+  void put(const std::string& path, const std::string& text) {
+    fs::create_directories(fs::path(tree / path).parent_path());
+    writeFile(tree / path, "text " + text + mark_);
+    setModified(tree / path, date_ += 10);
+  }
+  void putLarge(const std::string& path, const std::string& text) {
+    put(path, text);
+    fs::resize_file(tree / path, 700'000);
+    std::ofstream(tree / path, std::ios::app) << std::string(400'000, 'x') << text << mark_;
+    setModified(tree / path, date_ += 10);
+  }
+  void makeSource() {
+    for (const char* path : {"same", "changed", "gone", "becomesFolder", "conflict", "other", "d/changed", "d/gone",
+                             "d/e/deep", "old/inside", "old/more/inside", "becomesFile/x", "named/x"})
+      put(std::string("s/docs/") + path, std::string(path) + " 1");
+    putLarge("s/docs/large", "large 1");
+    makeTree(tree / "s/docs",
+             {{"attributes", File{"text attributes 1" + mark_, 0640, date_ += 10, 0, {{"user.x", "1"}}}}});
+    fs::create_hard_link(tree / "s/docs/changed", tree / "s/docs/otherName");
+    fs::create_symlink("text link 1" + mark_, tree / "s/docs/link");
+    writeFile(tree / "s/docs/empty", "");
+    setModified(tree / "s/docs/empty", date_);
+    fs::permissions(tree / "s/docs/d/e", fs::perms(0750));
+  }
+  void edit() {
+    for (const char* path : {"gone", "d/gone", "old", "becomesFolder", "becomesFile", "link"})
+      fs::remove_all(tree / (std::string("s/docs/") + path));
+    for (const char* path : {"changed", "d/changed", "becomesFolder/x", "becomesFile", "new", "n/new", "conflict"})
+      put(std::string("s/docs/") + path, std::string(path) + " 2");
+    putLarge("s/docs/large", "large 2");
+    makeTree(tree / "s/docs",
+             {{"attributes", File{"text attributes 2" + mark_, 0600, date_ += 10, 0, {{"user.y", "2"}}}}});
+    fs::create_symlink("text link 2" + mark_, tree / "s/docs/link");
+    fs::rename(tree / "s/docs/named", tree / "s/docs/renamed");
+  }
+  void editTarget() {
+    const std::string side = kind_.type == JobType::kSyncWithConflicts ? "t" : "t/docs";
+    for (const char* path : {"d/e/deep", "same"}) fs::remove(tree / (side + "/" + path));
+    for (const char* path : {"conflict", "changed", "other", "d/e/there"})
+      put(side + "/" + path, std::string(path) + " 3");
+  }
+  // Until the file system's clock has moved on, so that what comes next is later than what was.
+  void waitForTick() const {
+    writeFile(tree / "home/tick", "");
+    const auto before = fs::last_write_time(tree / "home/tick");
+    do {
+      writeFile(tree / "home/tick", "");
+    } while (fs::last_write_time(tree / "home/tick") == before);
+  }
+  [[nodiscard]] Side side(const std::string& root) const {
+    Side found;
+    if (!fs::is_directory(root)) return found;
+    for (auto at = fs::recursive_directory_iterator(root); at != fs::end(at); ++at) {
+      const std::string name = at->path().filename();
+      const bool isOurs = whyNotCopied(name) != nullptr || isTemporaryName(name) || name == "Revision" ||
+                          name.starts_with("earlier-version") || isInfoFileName(name);
+      if (isOurs && at->is_directory()) at.disable_recursion_pending();
+      if (!isOurs) found[at->path().string().substr(root.size())] = summaryOf(*at, mark_);
+    }
+    return found;
+  }
+
+  Kind kind_;
+  QUORVELPREFERENCEINFOtag_CopyFileObjectPart info_;
+  RunMemory memory_;
+  std::string mark_ = " " + fs::path(tree.path()).filename().string();
+  std::int64_t date_ = 1'000'000'000;
+  NotificationCenter center_;
+  RecordingDialogs dialogs_;
+  RecordingImages images_;
+  Clock& clock_ = systemClock();
+};
+
+}  // namespace lumisk::test
