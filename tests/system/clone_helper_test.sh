@@ -107,4 +107,22 @@ wait $killed
 [ "$(cat "$scratch/killed")" = "0 ended " ] || fail "a killed helper was told as $(cat "$scratch/killed")"
 expectClone 0
 expectEqual
+
+# Other file systems, updated in place and erased.
+umount "$source"
+mount -o loop,ro "$source.image" "$source"
+tree=$source
+for type in xfs btrfs; do
+  source=$scratch/$type
+  target=$scratch/$type-target
+  mountNew "$source" 400M $type
+  mountNew "$target" 400M $type
+  cp -a "$tree/d" "$source/" && rm -r "$source/d/deep/er"/* && touch "$target/extra"
+  device=$(findmnt -no SOURCE "$target")
+  expectClone 0
+  expectEqual
+  expectClone 0 kFormatVolume=yes kVerify=yes
+  expectEqual
+  [ "$(blkid -p -s TYPE -o value "$device")" = $type ] || fail "a $type volume became another"
+done
 finish

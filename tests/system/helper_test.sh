@@ -109,6 +109,12 @@ expectAnswer 1 $entitled command GetUIDs "$home/open/job.plist"
 for path in "" / jobs/good.plist "$home/jobs/../jobs/good.plist" "$home/jobs//good.plist"; do
   expectAnswer 22 $entitled command GetUIDs "$path"
 done
+# An open descriptor's name, which leads to a file that is good.
+setpriv --reuid $entitled --regid $entitled --clear-groups sleep 300 5<"$good" &
+holder=$!
+started+=($holder)
+waitFor 20 asUser $entitled test -e "/proc/$holder/fd/5" || fail "no descriptor to name"
+expectAnswer 40 $entitled command GetUIDs "/proc/$holder/fd/5"
 system=$(ask $entitled command GetUIDs "$home/jobs/system.plist")
 [[ $system =~ ^[0-9]+$ && $system -ne 0 ]] || fail "the running system as a target was answered $system"
 [ "$(find "$scratch/target" "$scratch/source" /etc/passwd -printf '%p %T@ %s\n' | sort)" = "$before" ] ||
