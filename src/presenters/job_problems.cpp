@@ -40,8 +40,12 @@ constexpr std::pair<const char*, const char*> kReasons[] = {
     {"one source lies inside another", markedText("{} lies inside another of the folders.")},
 };
 
+std::string quoted(const std::string& bytes) {
+  return filled(translated("“{}”"), displayText(bytes));
+}
+
 std::string withPath(const char* format, const std::string& path) {
-  return filled(translated(format), "“" + displayText(path) + "”");
+  return filled(translated(format), quoted(path));
 }
 
 bool isAmong(const Paths& list, const std::string& path) {
@@ -92,7 +96,7 @@ constexpr std::pair<const char*, const char*> kWarnings[] = {
 };
 
 std::string friendlyWarning(const JobProblem& warning) {
-  const std::string place = "“" + displayText(warning.subject) + "”";
+  const std::string place = quoted(warning.subject);
   for (const auto& [beginning, text] : kWarnings) {
     const std::string_view begin(beginning);
     const bool isThis = warning.reason.starts_with(begin) && warning.reason.size() >= begin.size() + 2;
@@ -166,7 +170,7 @@ std::string computerNameOf(const Job& job) {
 std::string friendlyReason(const JobProblem& problem) {
   for (const auto& [reason, text] : kReasons)
     if (problem.reason == reason) return withPath(text, problem.subject);
-  return problem.subject.empty() ? problem.reason : "“" + displayText(problem.subject) + "”: " + problem.reason;
+  return problem.subject.empty() ? problem.reason : quoted(problem.subject) + ": " + problem.reason;
 }
 
 FieldProblems problemsOfTexts(const Job& job, const PropertyList::Array& jobs) {

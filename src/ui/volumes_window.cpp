@@ -23,11 +23,9 @@ QString text(const std::string& bytes) {
   return QString::fromStdString(bytes);
 }
 
-QString kindOf(const VolumeRow& row) {
-  QString kind = text(row.formatText);
-  if (row.volume.isReadOnly) kind += QStringLiteral(" · ") + tr_("read-only");
-  if (!row.imagePath.empty()) kind += QStringLiteral(" · ") + tr_("encrypted image");
-  return kind;
+QString noteOf(const VolumeRow& row) {
+  if (!row.imagePath.empty()) return tr_("Encrypted image");
+  return row.volume.isReadOnly ? tr_("Read-only") : QString();
 }
 
 QWidget* makeVolumeCard(const VolumeRow& row) {
@@ -46,7 +44,8 @@ QWidget* makeVolumeCard(const VolumeRow& row) {
   name->setFont(theme::font(theme::TextStyle::kStrong));
   texts->addWidget(name);
   texts->addWidget(widgets::label(text(freeSentence(row))));
-  texts->addWidget(widgets::label(kindOf(row), theme::TextStyle::kQuiet));
+  texts->addWidget(widgets::quiet(text(row.formatText)));
+  if (const QString note = noteOf(row); !note.isEmpty()) texts->addWidget(widgets::quiet(note));
   auto* const path = new PathLabel(row.volume.path);
   path->setForegroundRole(QPalette::PlaceholderText);
   texts->addWidget(path);
