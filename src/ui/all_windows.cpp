@@ -1,6 +1,7 @@
 #include "ui/job_editor_window.h"
 #include "ui/main_window.h"
 #include "ui/mini_panel.h"
+#include "ui/pick_job_window.h"
 #include "ui/preferences_window.h"
 #include "ui/volumes_window.h"
 #include "ui/windows.h"
@@ -11,6 +12,7 @@ namespace lumisk {
 void addAllWindows(WindowSet& windows) {
   addMainWindow(windows);
   addMiniPanel(windows);
+  addPickJobWindow(windows);
   addJobEditor(windows);
   addVolumesWindow(windows);
   addPreferencesWindow(windows);

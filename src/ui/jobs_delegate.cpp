@@ -56,20 +56,6 @@ class Cell {
   QRect room_;
 };
 
-const char* iconOf(JobType type) {
-  switch (type) {
-    case JobType::kSyncWithRevisions:
-      return "type-sync-revisions";
-    case JobType::kSyncWithConflicts:
-      return "type-sync";
-    case JobType::kClone:
-      return "type-clone";
-    case JobType::kBackup:
-      break;
-  }
-  return "type-backup";
-}
-
 struct StateLook {
   const char* icon;  // null: none
   theme::Tint tint;
@@ -94,7 +80,7 @@ StateLook lookOf(const JobRow& row) {
 
 void paintName(Cell& cell, const JobRow& row) {
   const int middle = cell.room().top() + (cell.room().height() - theme::kIconSize) / 2;
-  cell.icon({cell.room().left(), middle, theme::kIconSize, theme::kIconSize}, iconOf(row.type),
+  cell.icon({cell.room().left(), middle, theme::kIconSize, theme::kIconSize}, jobTypeIcon(row.type),
             row.isActive ? theme::Tint::kAccent : theme::Tint::kQuiet);
   cell.indent(theme::kIconSize + theme::kMedium);
   cell.text(cell.line(0, 2), shownText(row.name), theme::TextStyle::kStrong, theme::colours().text);
@@ -170,6 +156,20 @@ const JobRow& rowAt(const QModelIndex& index) {
 }
 
 }  // namespace
+
+const char* jobTypeIcon(JobType type) {
+  switch (type) {
+    case JobType::kSyncWithRevisions:
+      return "type-sync-revisions";
+    case JobType::kSyncWithConflicts:
+      return "type-sync";
+    case JobType::kClone:
+      return "type-clone";
+    case JobType::kBackup:
+      break;
+  }
+  return "type-backup";
+}
 
 void JobsDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const {
   const JobRow& row = rowAt(index);

@@ -1,10 +1,14 @@
 #pragma once
 
 #include <QStyledItemDelegate>
+#include <cstdint>
 
 namespace lumisk {
 
-struct JobRow;
+enum class JobType : std::int32_t;
+
+// The name of a job type's icon.
+[[nodiscard]] const char* jobTypeIcon(JobType type);
 
 // Paints the lines of the job list: the name over the job's type, paths that are cut short in their middle, and the
 // progress of runs in the status column.

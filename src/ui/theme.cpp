@@ -9,6 +9,7 @@
 #include <QStyleFactory>
 #include <QSvgRenderer>
 
+#include "platform/desktop_appearance.h"
 #include "ui/theme_sheet.h"
 
 namespace lumisk {
@@ -109,9 +110,9 @@ QPalette paletteOf(const Colours& c) {
   return palette;
 }
 
-// As the desktop has it before we set our own.
+// As the desktop has it, asked before we set our own.
 bool systemIsDark() {
-  static const bool isDark = QApplication::palette().color(QPalette::Window).lightness() < 128;
+  static const bool isDark = QApplication::palette().color(QPalette::Window).lightness() < 128 || desktopPrefersDark();
   return isDark;
 }
 
@@ -177,8 +178,7 @@ Appearance appearanceOf(const std::string& stored) {
 
 void apply(QApplication& application, Appearance appearance) {
   loadIcons();
-  const bool isDark = systemIsDark();
-  const bool wantsDark = appearance == Appearance::kDark || (appearance == Appearance::kSystem && isDark);
+  const bool wantsDark = appearance == Appearance::kSystem ? systemIsDark() : appearance == Appearance::kDark;
   current = wantsDark ? darkColours() : lightColours();
   QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
   QApplication::setPalette(paletteOf(current));

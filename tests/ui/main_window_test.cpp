@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QDropEvent>
 #include <QLabel>
+#include <QListWidget>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -185,6 +186,29 @@ TEST_F(MainWindowTest, MiniPanel_ShowsWhatRunsAndStopsIt) {
   EXPECT_EQ(board.calls, Calls{"stop uuid-b"});
   board.list[1].running = false;
   ASSERT_TRUE(comes([&] { return !shows("x.txt"); })) << "an end that nobody tells";
+}
+
+TEST_F(MainWindowTest, SentFolders_AreAddedToTheJobThatIsPicked) {
+  TempTree tree{{"s", Dir{}}, {"more", Dir{}}, {"t", Dir{{"inside", Dir{}}}}};
+  addJobs({"a", "b"});
+  QUORVELPREFERENCEINFO job;
+  ASSERT_TRUE(jobFromDictionary(board.list[1].stored, job));
+  job.sourcePaths = {tree / "s"};
+  job.targetPaths = {tree / "t"};
+  board.list[1].stored = jobToDictionary(job);
+  const auto pick = [&](const std::string& path) {
+    const QPointer<QWidget> picker(windows.openPickJob({path}));
+    auto* const list = picker->findChild<QListWidget*>();
+    QTest::keyClick(list, Qt::Key_Down);
+    QTest::keyClick(list, Qt::Key_Return);
+    return picker;
+  };
+  const auto refused = pick(tree.path());
+  EXPECT_EQ(board.calls, Calls{}) << "the target lies in there";
+  EXPECT_TRUE(refused && refused->isVisible());
+  pick(tree / "more/");
+  EXPECT_EQ(board.calls, Calls{"edit b"});
+  EXPECT_EQ(board.list[1].stored[kBackupFoldersKey].at(3).text(), tree / "more");
 }
 
 }  // namespace

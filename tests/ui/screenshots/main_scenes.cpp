@@ -8,6 +8,9 @@ void addMainScenes(Scenes& scenes) {
                       board.list.clear();
                       return windows.showMain();
                     }});
+  scenes.push_back({"pick-job", [](WindowSet& windows, FakeJobsBoard&) {
+                      return windows.openPickJob({"/home/anna/Letters", "/home/anna/Contracts 2009"});
+                    }});
   scenes.push_back({"mini", [](WindowSet& windows, FakeJobsBoard&) { return windows.showMiniPanel(); }});
 }
 
