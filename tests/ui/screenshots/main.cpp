@@ -2,8 +2,10 @@
 // "<name>-light.png", "<name>-dark.png" and both at twice the size, "<name>-light-200.png".
 #include <QApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QFontDatabase>
 #include <QProcess>
+#include <QTimer>
 #include <cstdio>
 
 #include "platform/real_file_calls.h"
@@ -22,12 +24,11 @@ struct Picture {
   QString suffix;
 };
 
-// The focus and what follows a first look at the events are drawn, too.
+// What windows learn on other threads is drawn, too.
 void settle() {
-  for (int round = 0; round < 5; ++round) {
-    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QApplication::processEvents(QEventLoop::AllEvents, 60);
-  }
+  QEventLoop waiting;
+  QTimer::singleShot(700, &waiting, &QEventLoop::quit);
+  waiting.exec();
 }
 
 bool photograph(const Scene& scene, const Picture& picture, MainLoop& loop) {
