@@ -1,7 +1,7 @@
 #include <csignal>
 
 #include "cli/commands.h"
-#include "cli/log_tail.h"
+#include "log/log_tail.h"
 #include "cli/options.h"
 #include "cli/store_access.h"
 #include "jobs/job_checks.h"

@@ -123,6 +123,13 @@ std::terminate_handler gc_nextTerminateHandler = nullptr;
 
 }  // namespace
 
+bool emptyLog(const std::string& path) {
+  std::error_code failure;
+  if (!std::filesystem::exists(path, failure)) return !failure;
+  std::filesystem::resize_file(path, 0, failure);
+  return !failure;
+}
+
 std::string applicationLogPath() {
   return logsFolder() + "/Qel Lumisk.log";
 }

@@ -22,6 +22,9 @@ int TivOutputLogMessageByJob(const std::string& jobName, const char* format, ...
 // Whether uncaught exceptions are logged before they end the program: on with 0. Has nothing to do with the two files.
 void TivDisableOutputLogging(signed char flag);
 
+// Empties a log. What is written meanwhile stands in it afterwards or is emptied with it. False when it could not be.
+bool emptyLog(const std::string& path);
+
 // Where the logs are.
 [[nodiscard]] std::string applicationLogPath();
 [[nodiscard]] std::string jobLogPath(const std::string& jobName);

@@ -2,7 +2,7 @@
 #include <deque>
 #include <sstream>
 
-#include "cli/log_tail.h"
+#include "log/log_tail.h"
 #include "cli/terminal_dialogs.h"
 #include "support/fake_clock.h"
 #include "support/temp_tree.h"
