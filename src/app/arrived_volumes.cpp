@@ -33,8 +33,10 @@ void ArrivedVolumes::unmount(const std::string& mountPath, const std::string& jo
   threads_.emplace_back([this, mountPath, jobName] {
     const auto unmounted = unmount_(mountPath);
     const std::string name = displayText(paths::lastComponent(mountPath));
-    told_(jobName, unmounted ? "It is safe to remove \"" + name + "\"."
-                             : "\"" + name + "\" could not be unmounted: " + displayText(unmounted.error().text()));
+    const std::string text = unmounted
+                                 ? "It is safe to remove \"" + name + "\"."
+                                 : "\"" + name + "\" could not be unmounted: " + displayText(unmounted.error().text());
+    told_({jobName, name, text, unmounted.has_value()});
   });
 }
 

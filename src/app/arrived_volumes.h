@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/result.h"
+#include "platform/user_dialogs.h"
 
 namespace lumisk {
 
@@ -18,7 +19,7 @@ namespace lumisk {
 class ArrivedVolumes {
  public:
   using Unmount = std::function<Result<void>(const std::string& mountPath)>;
-  using Told = std::function<void(const std::string& jobName, const std::string& text)>;
+  using Told = std::function<void(const VolumeNotice& notice)>;
   ArrivedVolumes(Unmount unmount, Told told) : unmount_(std::move(unmount)), told_(std::move(told)) {}
   ~ArrivedVolumes();  // waits for what is being unmounted
   ArrivedVolumes(const ArrivedVolumes&) = delete;

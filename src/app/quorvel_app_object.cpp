@@ -53,9 +53,7 @@ QuorvelAppObject::Members::Members(QuorvelAppObject& application, AppServices ap
       events(services.loop),
       tasks(services.loop),
       m_controlObject(services.defaults, withSettings(services.schedule, services.defaults)),
-      arrived(services.unmount, [this](const std::string& jobName, const std::string& text) {
-        dialogs().showMessage(jobName, kApplicationTitle, text);
-      }) {
+      arrived(services.unmount, [this](const VolumeNotice& notice) { dialogs().showVolumeNotice(notice); }) {
   store.initializePreferenceInfo();
 }
 

@@ -102,6 +102,7 @@ void PendingDeletions::hold(RunState& run, const std::string& rootPath) {
   for (const PendingDeletion& deletion : deletions_) {
     const std::string path = pathOf(rootPath, deletion);
     run.log.write("%s: held . . . %s\n", run.info.name.c_str(), displayText(path).c_str());
+    run.noteHeld(path);
     if (run.onEntry) run.onEntry(EntryOutcome::kHeld, path, "held back");
   }
   deletions_.clear();

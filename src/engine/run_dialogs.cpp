@@ -10,7 +10,12 @@ RunMessages RunDialogs::showEnd(const RunReport& report, bool lastProblemWasTarg
   if (messages.warning) run_.dialogs.showMessage(run_.info.name, kWarningTitle, *messages.warning);
   if (messages.finish) run_.dialogs.showFinish(*messages.finish);
   if (messages.pathProblem) run_.dialogs.showPathProblem(*messages.pathProblem);
+  if (report.held && !report.cancelled) run_.dialogs.showHeldDeletions(heldDeletions(report));
   return messages;
+}
+
+HeldDeletions RunDialogs::heldDeletions(const RunReport& report) const {
+  return {run_.info.name, run_.info.uuidString, report.counts.held, run_.heldPaths};
 }
 
 RunMessages RunDialogs::decide(const RunReport& report, bool lastProblemWasTarget) const {

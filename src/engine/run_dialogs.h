@@ -20,6 +20,7 @@ class RunDialogs {
 
  private:
   [[nodiscard]] RunMessages decide(const RunReport& report, bool lastProblemWasTarget) const;
+  [[nodiscard]] HeldDeletions heldDeletions(const RunReport& report) const;
   [[nodiscard]] bool needSuppressWarningMessage() const;
   [[nodiscard]] bool imageNeedsItsUser(const RunReport& report) const;
 

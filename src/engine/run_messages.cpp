@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "platform/byte_text.h"
+#include "platform/translation.h"
 
 namespace lumisk {
 namespace {
@@ -73,10 +74,10 @@ std::optional<int> checkIfNeedShowWarnningWindow(const SpaceStatus& space, int c
 }
 
 std::string capacityWarning(const std::string& target, int usedPercent) {
-  return fmt::format(
+  const std::string text = translated(
       "The destination {} is at {}% capacity. Please free up more space or choose a different destination for this "
-      "Lumisk job.",
-      displayText(target), usedPercent);
+      "Lumisk job.");
+  return fmt::format(fmt::runtime(text), displayText(target), usedPercent);
 }
 
 }  // namespace lumisk

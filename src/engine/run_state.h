@@ -5,6 +5,7 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "engine/completed_passes.h"
 #include "engine/job_log.h"
@@ -83,11 +84,16 @@ struct RunState {
   }
 
   RunCounts counts;
+  std::vector<std::string> heldPaths;  // of the deletions that are held back: the first so many
+  static constexpr std::size_t kMostHeldPaths = 2000;
   std::uint64_t m_nFileCount = 0;
   std::uint64_t m_nFileTotal = 0;
   int m_nFilterCount = 0;  // nesting depth of packages handled as a unit
   RunError m_nErrorCode = RunError::kNone;
 
+  void noteHeld(const std::string& path) {
+    if (heldPaths.size() < kMostHeldPaths) heldPaths.push_back(path);
+  }
   // An error of one entry: counted; the code is kept, except that 980 outranks the others.
   void noteError(RunError code);
   // Lack of space on the target: the code becomes 980. Counts nothing: the entry's error is noted by whoever handles

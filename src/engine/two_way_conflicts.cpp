@@ -91,6 +91,9 @@ ConflictChoice TwoWayRules::choose(const FrameStack& at, const WalkEntry& entry)
   question.jobName = run_.info.name;
   question.sourceText = getStringWithFileName(at.sourcePlace(entry.name).path, entry.source);
   question.targetText = getStringWithFileName(at.destinationPlace(entry.destinationName).path, *entry.standing);
+  question.source = {at.sourcePlace(entry.name).path, entry.source};
+  question.target = {at.destinationPlace(entry.destinationName).path, *entry.standing};
+  question.mustStop = [this] { return run_.mustStop(); };
   const ConflictAnswer answer = run_.dialogs.askConflict(question);
   conflicts_.conflictType = answer.choice;
   conflicts_.applayConflictForAll = answer.forAll;

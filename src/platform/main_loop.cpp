@@ -116,6 +116,10 @@ void MainLoop::quit() {
   perform([state = state_.get()] { state->isQuitting = true; });
 }
 
+void MainLoop::serveUntil(const std::function<bool()>& condition) {
+  while (!condition()) g_main_context_iteration(nullptr, TRUE);
+}
+
 void MainLoop::perform(std::function<void()> work) {
   const std::lock_guard guard(state_->mutex);
   state_->queue.push_back(std::move(work));

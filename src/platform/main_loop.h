@@ -15,6 +15,8 @@ class MainLoop {
 
   void run();  // until quit(); may be called again afterwards
   void quit();
+  // Serves the loop, also from within its own work, until the condition holds, which is looked at after every event.
+  void serveUntil(const std::function<bool()>& condition);
   void perform(std::function<void()> work);  // later, on the main thread, in order
 
   // Ends with the handle.

@@ -37,6 +37,7 @@ class RecordingDialogs : public UserDialogs {
   }
   void showPathProblem(const PathProblem& problem) override { pathProblems.push_back(problem); }
   void showFinish(const FinishDialog& dialog) override { finishes.push_back(dialog); }
+  void showHeldDeletions(const HeldDeletions& deletions) override { held.push_back(deletions); }
   ConflictAnswer askConflict(const ConflictQuestion& question) override {
     conflicts.push_back(question);
     return conflictAnswer;
@@ -49,6 +50,7 @@ class RecordingDialogs : public UserDialogs {
   std::vector<std::string> alerts, messages, questions;
   std::vector<PathProblem> pathProblems;
   std::vector<FinishDialog> finishes;
+  std::vector<HeldDeletions> held;
   std::vector<ConflictQuestion> conflicts;
   ConflictAnswer conflictAnswer;
   bool answer = true;
