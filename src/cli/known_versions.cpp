@@ -7,7 +7,6 @@
 #include "cli/store_access.h"
 #include "platform/calendar_date.h"
 #include "platform/civil_time.h"
-#include "platform/workspace.h"
 
 namespace lumisk {
 namespace {
@@ -22,15 +21,8 @@ Checked<AskedPath> askedPath(const std::string& given, CommandIo& io) {
   LUMISK_TRY(const auto absolute, absolutePaths({given}, io));
   StoreAccess access(io);
   LUMISK_TRY(JobStore* const store, access.read());
-  AskedPath asked{absolute.front(), {}, store->jobs()};
-  const PlaceNames current{workspace::computerName(), workspace::rootDisplayName()};
-  asked.places = versionPlaces(asked.jobs, asked.path, current);
-  if (!asked.places.empty()) return asked;
-  // The working folder may have been reached by a link.
-  const std::string resolved = resolvedPath(io.files, asked.path);
-  asked.places = versionPlaces(asked.jobs, resolved, current);
+  AskedPath asked = askedPlaces(io.files, store->jobs(), absolute.front());
   if (asked.places.empty()) return nothingKnown(asked.path, "no stored job copies it");
-  asked.path = resolved;
   return asked;
 }
 

@@ -4,17 +4,10 @@
 #include <vector>
 
 #include "cli/command_io.h"
+#include "engine/restore_choice.h"
 #include "engine/version_catalog.h"
-#include "platform/property_list.h"
 
 namespace lumisk {
-
-// A path that the user asks about, and the stored jobs' places of it.
-struct AskedPath {
-  std::string path;  // absolute
-  std::vector<VersionPlace> places;
-  PropertyList::Array jobs;
-};
 
 // Ends with status 3 when no stored job knows the path.
 Checked<AskedPath> askedPath(const std::string& given, CommandIo& io);

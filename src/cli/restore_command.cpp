@@ -13,10 +13,11 @@
 #include "cli/run_display.h"
 #include "cli/terminal_dialogs.h"
 #include "engine/restore.h"
-#include "jobs/job_record.h"
+#include "jobs/shared_files.h"
 #include "log/log_file.h"
 #include "platform/byte_text.h"
 #include "platform/paths.h"
+#include "schedule/restore_hold.h"
 
 namespace lumisk {
 namespace {
@@ -32,24 +33,6 @@ struct Restored {
   RestoreReport report;
   std::string newerCopy;  // a target's, that the job takes for the current version
 };
-
-// Jobs go by dates: they would leave a newer copy as it is, or bring it back.
-std::string newerCopyThan(const Version& restored, const KnownVersions& known) {
-  if (restored.status.type == FileType::kFolder) return "";
-  for (const Version& version : known.versions) {
-    if (version.kind == VersionKind::kCopy && version.status.modified > restored.status.modified) return version.path;
-  }
-  return "";
-}
-
-// A source may have been deleted as a whole, and all that leads to the path in it. A target is never made: one that is
-// missing is on a disk that is away.
-std::string firstFolderToMake(const VersionPlace& place, const std::string& destination) {
-  if (paths::isInside(destination, place.source)) return place.source;
-  const auto below = paths::components(destination);
-  const std::size_t depth = paths::components(place.target).size();
-  return depth < below.size() ? paths::join(place.target, below[depth]) : "";
-}
 
 // One restore: on a thread of its own, so that Ctrl-C can end it without a partial file.
 class RestoreRun {
@@ -97,15 +80,7 @@ Checked<std::string> RestoreRun::destination() {
 
 // The targets that versions lie in, and any that is written to.
 Checked<std::vector<Descriptor>> RestoreRun::lockJobs(const std::string& destination) {
-  std::vector<std::string> targets;
-  for (const VersionPlace& place : asked_.places) targets.insert(targets.end(), {place.target, place.firstTarget});
-  for (const PropertyList& stored : asked_.jobs) {
-    QUORVELPREFERENCEINFO job;
-    if (!jobFromDictionary(stored, job)) continue;
-    for (const std::string& target : job.targetPaths)
-      if (paths::isInside(destination, target)) targets.push_back(target);
-  }
-  auto locks = lockTargets(io_.files, targets);
+  auto locks = lockTargets(io_.files, targetsOfRestore(asked_, destination));
   if (!locks && locks.error().code == EWOULDBLOCK)
     return refuse(locks.error().path, "a run is writing there; restore when it has ended");
   return checked(std::move(locks));
@@ -134,6 +109,8 @@ Checked<Restored> RestoreRun::restore(const KnownVersions& known, const std::str
   LUMISK_TRY(restored.version, choose(known, destination));
   if (!restored.version || restored.version->path == destination) return restored;
   JobLogFile log(restored.version->place.job);
+  // From here on no job of these sources is begun, so that none copies what is half restored.
+  const RestoreHold hold(pluginListPath(), restored.version->path, destination);
   const std::string makeFoldersFrom =
       options_.to.empty() ? firstFolderToMake(restored.version->place, destination) : "";
   LUMISK_TRY(restored.report, checked(restoreVersion(services(log), *restored.version, destination, makeFoldersFrom)));

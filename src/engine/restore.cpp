@@ -64,6 +64,7 @@ class Restoration {
         copier_(run_, noRevisions_, trash_) {
     run_.cancelled = services.cancelled;
     run_.begin = services.clock.now();
+    run_.postProgress = services.progress;
   }
 
   Result<bool> differs();

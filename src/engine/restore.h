@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ struct RestoreServices {
   JobLog& log;
   UserDialogs& dialogs;
   const std::atomic<bool>* cancelled = nullptr;
+  // Told once in a while of what is being put back, on the restoring thread; may be empty. Of a folder the total is not
+  // known.
+  std::function<void(const JobProgressMessage&)> progress = {};
 };
 
 struct RestoreReport {

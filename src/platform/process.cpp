@@ -8,6 +8,7 @@
 #include <array>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <vector>
 
 namespace lumisk::process {
@@ -19,17 +20,44 @@ std::string wholeFile(const std::string& path) {
 }
 
 // The state's letter follows the name in parentheses, which may hold anything.
-bool isAlive(const std::string& stat) {
+bool hasNotEnded(const std::string& stat) {
   const auto end = stat.rfind(") ");
   return end != std::string::npos && end + 2 < stat.size() && stat[end + 2] != 'Z' && stat[end + 2] != 'X';
 }
 
+// The 22nd field of stat, the 20th behind the name: when the process began, in ticks since the machine did.
+std::string beginOf(const std::string& stat) {
+  const auto end = stat.rfind(") ");
+  if (end == std::string::npos) return "";
+  std::istringstream fields(stat.substr(end + 2));
+  std::string field;
+  for (int i = 0; i < 20; ++i) fields >> field;
+  return field;
+}
+
+std::string identityOf(const std::string& pid, const std::string& stat) {
+  std::string run = wholeFile("/proc/sys/kernel/random/boot_id");
+  while (!run.empty() && run.back() == '\n') run.pop_back();
+  return pid + " " + beginOf(stat) + " " + run;
+}
+
 }  // namespace
+
+std::string identity() {
+  return identityOf(std::to_string(::getpid()), wholeFile("/proc/self/stat"));
+}
+
+bool isAlive(const std::string& identity) {
+  const std::string pid = identity.substr(0, identity.find(' '));
+  if (pid.empty() || pid.find_first_not_of("0123456789") != std::string::npos) return false;
+  const std::string stat = wholeFile("/proc/" + pid + "/stat");
+  return hasNotEnded(stat) && identityOf(pid, stat) == identity;
+}
 
 bool isRunning(std::int64_t pid, const std::string& inCommandLine) {
   if (pid <= 0) return false;
   const std::string folder = "/proc/" + std::to_string(pid);
-  return isAlive(wholeFile(folder + "/stat")) &&
+  return hasNotEnded(wholeFile(folder + "/stat")) &&
          wholeFile(folder + "/cmdline").find(inCommandLine) != std::string::npos;
 }
 

@@ -6,8 +6,8 @@
 namespace lumisk {
 
 // The property list that is shared with the file manager's plug-in: which sources are being copied, and where the
-// plug-in is restoring. It belongs to the plug-in: it is never made here, and one that is missing or damaged is left
-// alone. Changes by this process are one at a time, whichever object makes them; any thread may call.
+// plug-in is restoring. It belongs to the plug-in: it is made here only to tell of a restore of ours, and one that is
+// damaged is left alone. Changes by this process are one at a time, whichever object makes them; any thread may call.
 class PluginList {
  public:
   explicit PluginList(std::string path) : path_(std::move(path)) {}
@@ -16,8 +16,13 @@ class PluginList {
   void writeRunningJobOriginalPathsToPlist(const std::vector<std::string>& sources) const;
   void deleteRunningJobOriginalPathInPlist(const std::vector<std::string>& sources) const;  // every entry of theirs
 
-  // Where the plug-in is restoring to, from "JobList".
+  // Where the plug-in, or a program of ours, is restoring to, from "JobList". What a program of ours has left there
+  // that ended in the middle does not count.
   [[nodiscard]] std::vector<std::string> restoredPlaces() const;
+
+  // Entries of this process, by an id of its own; see RestoreHold. False: the list could not be written.
+  bool addRestore(const std::string& id, const std::string& from, const std::string& to) const;
+  bool removeRestore(const std::string& id) const;
 
  private:
   std::string path_;

@@ -5,7 +5,9 @@
 #include <fstream>
 #include <thread>
 
+#include "platform/process.h"
 #include "platform/property_list.h"
+#include "schedule/restore_hold.h"
 #include "support/temp_tree.h"
 
 namespace lumisk::test {
@@ -70,6 +72,39 @@ TEST_F(PluginListTest, Restoring_ConcernsPathsThatHoldEachOther) {
   EXPECT_TRUE(isNowRestoreingByPlugin(places, {"/home/a/b"}));
   EXPECT_FALSE(isNowRestoreingByPlugin(places, {"/odd", "/from", "/other"}));
   EXPECT_FALSE(isNowRestoreingByPlugin({}, {"/home/a"}));
+}
+
+TEST_F(PluginListTest, RestoreHold_IsReadWhileItLives_AndLeavesTheRestOfTheList) {
+  {
+    const RestoreHold hold(path, "/t/a", "/s/a");
+    const RestoreHold other(path, "/t/b", "/s/b");
+    EXPECT_EQ(list.restoredPlaces(), (std::vector<std::string>{"/s/a", "/s/b"}));
+    auto changed = written();
+    changed.mutableDictionary()["other"] = 7;
+    changed.mutableDictionary()["JobList"].mutableArray().push_back(
+        PropertyList::Dictionary{{"ActionType", 1}, {"CopyPathArray", Array{"/x", "/plugin"}}});
+    write(changed);
+  }
+  EXPECT_EQ(list.restoredPlaces(), std::vector<std::string>{"/plugin"});
+  EXPECT_EQ(written()["other"].integer(), 7);
+}
+
+TEST_F(PluginListTest, RestoreOfAProcessThatEnded_HoldsNothingOff) {
+  {
+    const RestoreHold hold(path, "/t/a", "/s/a");
+    auto left = written();
+    auto& entry = left.mutableDictionary()["JobList"].mutableArray().front().mutableDictionary();
+    std::string owner = entry["LumiskProcess"].text();
+    EXPECT_EQ(owner, process::identity());
+    owner.insert(owner.find(' ') + 1, "1");  // the same number, begun at another time
+    entry["LumiskProcess"] = owner;
+    write(left);
+    EXPECT_TRUE(list.restoredPlaces().empty());
+  }
+  EXPECT_TRUE(written()["JobList"].array().empty());
+  std::ofstream(path) << "junk";
+  const RestoreHold hold(path, "/t/a", "/s/a");
+  EXPECT_EQ(readFile(path), "junk");
 }
 
 }  // namespace
