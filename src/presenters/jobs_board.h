@@ -45,6 +45,7 @@ class JobsBoard {
   // Cheap enough to be asked several times a second.
   [[nodiscard]] virtual std::vector<BoardRun> running() = 0;
   virtual Refusal start(const std::string& uuid) = 0;
+  virtual Refusal startAllowingDeletions(const std::string& uuid) = 0;  // this once, however many there are
   virtual Refusal stop(const std::string& uuid) = 0;
   virtual Refusal setActive(const std::string& uuid, bool active) = 0;
   virtual Refusal remove(const std::string& uuid) = 0;  // whoever calls has asked the user

@@ -94,6 +94,12 @@ JobsBoard::Refusal RequestBoard::start(const std::string& uuid) {
   return request(RequestAction::kStart, {{kRequestUuidKey, uuid}});
 }
 
+JobsBoard::Refusal RequestBoard::startAllowingDeletions(const std::string& uuid) {
+  RunOptions options;
+  options.allowDeletions = true;
+  return request(RequestAction::kStart, {{kRequestUuidKey, uuid}, {kRequestOptionsKey, dictionaryOf(options)}});
+}
+
 JobsBoard::Refusal RequestBoard::stop(const std::string& uuid) {
   return request(RequestAction::kStop, {{kRequestUuidKey, uuid}});
 }

@@ -14,6 +14,7 @@ class RequestBoard : public JobsBoard {
 
   std::vector<BoardJob> jobs() override;
   Refusal start(const std::string& uuid) override;
+  Refusal startAllowingDeletions(const std::string& uuid) override;
   Refusal stop(const std::string& uuid) override;
   Refusal setActive(const std::string& uuid, bool active) override;
   Refusal remove(const std::string& uuid) override;

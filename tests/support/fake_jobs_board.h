@@ -31,6 +31,7 @@ class FakeJobsBoard : public JobsBoard {
     return runs;
   }
   Refusal start(const std::string& uuid) override { return called("start " + uuid); }
+  Refusal startAllowingDeletions(const std::string& uuid) override { return called("allow deletions of " + uuid); }
   Refusal stop(const std::string& uuid) override { return called("stop " + uuid); }
   Refusal setActive(const std::string& uuid, bool active) override {
     return called((active ? "enable " : "disable ") + uuid);
