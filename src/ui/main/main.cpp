@@ -14,8 +14,8 @@
 #include "presenters/instance_jobs_board.h"
 #include "presenters/local_jobs_board.h"
 #include "ui/desktop.h"
+#include "ui/desktop_talk.h"
 #include "ui/local_desktop.h"
-#include "ui/main/plain_dialogs.h"
 #include "ui/text.h"
 #include "ui/theme.h"
 
@@ -45,16 +45,18 @@ struct Interrupts {
 
 // The application itself, in the order in which its parts must outlive each other.
 Ending runWithOwnJobs(QApplication& application, MainLoop& loop, Desktop::Start start) {
-  PlainDialogs dialogs(loop);
-  LocalDesktop local(loop, dialogs, systemClock(), realFileCalls());
+  DialogDesk desk(systemClock());
+  DialogWindows dialogs(desk, systemClock(), loop);
+  LocalDesktop local(loop, desk, systemClock(), realFileCalls());
   LocalJobsBoard board(local.app(), systemClock());
   const auto launched = local.app().applicationDidFinishLaunching();
   if (!launched) {
     sayThatItCannotStart(launched.error());
     return launched.error().code == EWOULDBLOCK ? Ending::kStoreIsHeld : Ending::kFailed;
   }
-  WindowSet windows(board, systemClock(), realFileCalls(), loop, dialogs);
+  WindowSet windows(board, systemClock(), realFileCalls(), loop, desk);
   addAllWindows(windows);
+  const DesktopTalk talk(desk, dialogs, windows);
   Desktop desktop(application, windows, [&] { return local.app().terminateApplicationAction(); });
   local.app().setShowWindow([&] { windows.showMain(); });
   local.app().setPathDialogs([&](const std::vector<std::string>& paths) { windows.openPickJob(paths); },
@@ -62,6 +64,7 @@ Ending runWithOwnJobs(QApplication& application, MainLoop& loop, Desktop::Start 
   const Interrupts interrupts(loop);
   desktop.start(start);
   QApplication::exec();
+  desk.end();  // a run that asks is not waited for
   local.app().applicationWillTerminate();
   return Ending::kDone;
 }
@@ -81,15 +84,17 @@ void waitBesideWindows(const std::function<void()>& work) {
 
 // The windows of an instance that has none, until it ends or they are closed.
 Ending runAsWindowOfOther(QApplication& application, MainLoop& loop) {
-  PlainDialogs dialogs(loop);
+  DialogDesk desk(systemClock());
+  DialogWindows dialogs(desk, systemClock(), loop);
   const auto lost = [] {
     QMessageBox::information(nullptr, QStringLiteral("Qel Lumisk"),
                              tr_("The Lumisk whose jobs these are has ended. Start it again to go on."));
     QApplication::quit();
   };
   InstanceJobsBoard board(loop, systemClock(), lost, waitBesideWindows);
-  WindowSet windows(board, systemClock(), realFileCalls(), loop, dialogs);
+  WindowSet windows(board, systemClock(), realFileCalls(), loop, desk);
   addAllWindows(windows);
+  const DesktopTalk talk(desk, dialogs, windows);
   Desktop desktop(application, windows, [] { return true; });
   const Interrupts interrupts(loop);
   desktop.start(Desktop::Start::kWithWindow);

@@ -1,5 +1,6 @@
 // Photographs windows with sample jobs, without a screen: `ui_screenshots FOLDER [NAME...]` writes
-// "<name>-light.png", "<name>-dark.png" and both at twice the size, "<name>-light-200.png".
+// "<name>-light.png", "<name>-dark.png" and both at twice the size, "<name>-light-200.png"; in another language where
+// LUMISK_LANGUAGE names one.
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
@@ -8,7 +9,9 @@
 #include <QTimer>
 #include <cstdio>
 
+#include "platform/process.h"
 #include "platform/real_file_calls.h"
+#include "platform/translation.h"
 #include "screenshots/scenes.h"
 #include "support/fake_clock.h"
 #include "support/home_fixture.h"
@@ -49,6 +52,7 @@ Scenes allScenes(int count, char** arguments) {
   Scenes all, wanted;
   addMainScenes(all);
   addEditorScenes(all);
+  addDialogScenes(all);
   for (const Scene& scene : all) {
     bool isWanted = count < 3;
     for (int i = 2; i < count; ++i) isWanted = isWanted || scene.name == arguments[i];
@@ -97,6 +101,9 @@ int main(int count, char** arguments) {
   qputenv("TZ", "CET-1");
   const bool isChild = qEnvironmentVariableIsSet("QT_SCALE_FACTOR");
   QApplication application(count, arguments);
+  const QByteArray language = qgetenv("LUMISK_LANGUAGE");
+  if (!language.isEmpty())
+    lumisk::startTranslation(lumisk::catalogueFolder(lumisk::process::programPath()), language.toStdString());
   if (isChild) return lumisk::test::photographAll(application, count, arguments);
   return lumisk::test::photographTwice(QApplication::applicationFilePath(), QApplication::arguments().mid(1));
 }

@@ -24,5 +24,6 @@ inline constexpr std::int64_t kSampleNow = 1'236'091'805;  // 2009-03-03 14:50:0
 
 void addMainScenes(Scenes& scenes);
 void addEditorScenes(Scenes& scenes);  // job editor, volumes, preferences
+void addDialogScenes(Scenes& scenes);
 
 }  // namespace lumisk::test
