@@ -1,11 +1,11 @@
 #include <csignal>
 
 #include "cli/commands.h"
-#include "log/log_tail.h"
 #include "cli/options.h"
 #include "cli/store_access.h"
 #include "jobs/job_checks.h"
 #include "log/log_file.h"
+#include "log/log_tail.h"
 
 namespace lumisk {
 namespace {

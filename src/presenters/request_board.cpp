@@ -149,8 +149,7 @@ JobsBoard::Refusal RequestBoard::edit(const PropertyList& before, const QUORVELP
 }
 
 JobsBoard::Refusal RequestBoard::setPreference(const std::string& key, const PropertyList& value) {
-  auto refusal =
-      request(RequestAction::kSetPreference, {{kPreferenceKeyKey, key}, {kPreferenceValueKey, value}});
+  auto refusal = request(RequestAction::kSetPreference, {{kPreferenceKeyKey, key}, {kPreferenceValueKey, value}});
   if (!refusal) tell(BoardChange::kPreferences);
   return refusal;
 }

@@ -3,9 +3,9 @@
 #include <filesystem>
 #include <thread>
 
-#include "platform/temporary_name.h"
 #include "platform/child_process.h"
 #include "platform/paths.h"
+#include "platform/temporary_name.h"
 
 namespace lumisk {
 namespace {

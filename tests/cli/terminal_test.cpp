@@ -2,8 +2,8 @@
 #include <deque>
 #include <sstream>
 
-#include "log/log_tail.h"
 #include "cli/terminal_dialogs.h"
+#include "log/log_tail.h"
 #include "support/fake_clock.h"
 #include "support/temp_tree.h"
 
