@@ -212,9 +212,19 @@ class RestoreWindow : public QWidget {
     const int before = versions_->indexOfTopLevelItem(versions_->currentItem());
     versions_->clear();
     for (const VersionRow& version : restore_.versions()) addVersion(version);
-    for (int column = 0; column < kNote; ++column) versions_->resizeColumnToContents(column);
+    fitColumns();
     if (versions_->topLevelItemCount() > 0)
       versions_->setCurrentItem(versions_->topLevelItem(std::clamp(before, 0, versions_->topLevelItemCount() - 1)));
+  }
+
+  // With room for the headings, whose padding is the style sheet's.
+  void fitColumns() {
+    for (int column = 0; column < kNote; ++column) {
+      const QString heading = versions_->headerItem()->text(column);
+      const int least = versions_->header()->fontMetrics().horizontalAdvance(heading) + 3 * theme::kLarge;
+      versions_->resizeColumnToContents(column);
+      versions_->setColumnWidth(column, std::max(versions_->columnWidth(column) + theme::kSmall, least));
+    }
   }
 
   void addVersion(const VersionRow& version) {
