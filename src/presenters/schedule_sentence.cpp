@@ -75,6 +75,8 @@ std::string enumeration(const std::vector<std::string>& parts) {
 std::string scheduleSentence(const QUORVELPREFERENCEINFO& job) {
   switch (job.scheduling_method) {
     case SchedulingMethod::kRealTime:
+      // Clones do not listen: one without a schedule goes when it has completed.
+      if (job.jobType == JobType::kClone) return translated("once and is then removed from the list");
       return translated("as soon as something changes");
     case SchedulingMethod::kTimer:
       return timerSentence(job.scheduling_timer, job.scheduling_timerUnit);

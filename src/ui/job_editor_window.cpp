@@ -155,7 +155,8 @@ void JobEditorWindow::refresh() {
   if (!name_->hasFocus() || name_->text().isEmpty()) name_->setText(shownText(record.name));
   showProblemOf(job_, JobField::kName, *nameMessage_);
   // One that copies on changes makes a full run when it is made.
-  startNow_->setVisible(job_.isNew() && record.scheduling_method != SchedulingMethod::kRealTime);
+  const bool startsItself = record.scheduling_method == SchedulingMethod::kRealTime && !job_.questions().wholeVolumes;
+  startNow_->setVisible(job_.isNew() && !startsItself);
   if (!isAsking_) showEnd();
 }
 

@@ -125,6 +125,10 @@ void ScheduleSection::showJob() {
   const auto& record = job().job();
   const QSignalBlocker blockers[] = {QSignalBlocker(count_), QSignalBlocker(unit_), QSignalBlocker(time_)};
   methods_->button(placeOf(record.scheduling_method))->setChecked(true);
+  const bool isClone = job().questions().wholeVolumes;
+  auto* const onChanges = static_cast<ChoiceCard*>(methods_->button(placeOf(SchedulingMethod::kRealTime)));
+  onChanges->setText(isClone ? tr_("Once") : tr_(kMethods[0].name));
+  onChanges->setSentence({});
   timerLine_->setVisible(record.scheduling_method == SchedulingMethod::kTimer);
   weekLine_->setVisible(record.scheduling_method == SchedulingMethod::kWeekDays);
   count_->setValue(record.scheduling_timer);

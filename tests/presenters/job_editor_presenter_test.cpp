@@ -21,6 +21,8 @@ using Weight = FieldProblem::Weight;
 TEST(ScheduleSentence, OfEveryChoice_IsPlain) {
   QUORVELPREFERENCEINFO job;
   EXPECT_EQ(scheduleSentence(job), "as soon as something changes");
+  job.jobType = JobType::kClone;
+  EXPECT_EQ(scheduleSentence(job), "once and is then removed from the list");
   job.scheduling_method = SchedulingMethod::kNone;
   EXPECT_EQ(scheduleSentence(job), "only when you start it");
   job.scheduling_method = SchedulingMethod::kTimer;
