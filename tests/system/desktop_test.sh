@@ -32,4 +32,18 @@ kill -TERM "$daemon"; wait "$daemon"; ended=$?
 daemon=
 [ $ended -eq 0 ] || fail "ended with $ended"
 expectStatus 0 "$lumisk" status; says 'Not running'
+
+# As the window of an instance without one: it lasts as long as it is wanted, and the jobs outlast it.
+startDaemon
+"$desktop" --attach >"$scratch/desktop.out" 2>&1 &
+window=$!
+for name in one two; do
+  mkdir -p "$scratch/$name"
+  expectStatus 0 "$lumisk" job add "$name" --source "$scratch/docs" --target "$scratch/$name" --manual
+  expectStatus 0 timeout 120 "$lumisk" run "$name"
+done
+kill -0 "$window" || fail "the window has gone: $(cat "$scratch/desktop.out")"
+kill -TERM "$window"; wait "$window" || fail "the window ended with $?"
+isUp || fail "the jobs went with their window"
+endDaemon TERM
 finish

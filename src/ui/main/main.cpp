@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <optional>
 #include <thread>
 
 #include "platform/byte_text.h"
@@ -26,8 +27,9 @@ using namespace lumisk;
 enum class Ending { kDone = 0, kFailed = 1, kWrongUsage = 2, kStoreIsHeld = 4 };
 
 constexpr const char* kUsage =
-    "usage: lumisk-desktop [--background]\n"
-    "Runs the jobs, with windows; with --background without one at first, where the desktop has a tray.\n";
+    "usage: lumisk-desktop [--background | --attach]\n"
+    "Runs the jobs, with windows; with --background without one at first, where the desktop has a tray.\n"
+    "Beside an instance without windows it asks whether to show that one's jobs; with --attach it does so at once.\n";
 
 void sayThatItCannotStart(const Error& error) {
   const QString why = error.code == EWOULDBLOCK ? tr_("Qel Lumisk already run") : shownText(error.text());
@@ -113,17 +115,33 @@ bool wantsItsWindow() {
   return box.clickedButton() == static_cast<const QAbstractButton*>(show);
 }
 
-Ending run(QApplication& application, Desktop::Start start) {
+// How the program was started.
+struct Way {
+  Desktop::Start start = Desktop::Start::kWithWindow;
+  bool attaches = false;  // to an instance without windows, unasked
+};
+
+// Nothing for arguments that it does not know. The entry that starts the program at login says "daemon", as for the
+// program without windows.
+std::optional<Way> wayOf(const QStringList& arguments) {
+  if (arguments.isEmpty()) return Way{};
+  if (arguments.size() > 1) return std::nullopt;
+  if (arguments[0] == QLatin1String("--attach")) return Way{Desktop::Start::kWithWindow, true};
+  const bool isBackground = arguments[0] == QLatin1String("--background") || arguments[0] == QLatin1String("daemon");
+  return isBackground ? std::optional(Way{Desktop::Start::kInBackground, false}) : std::nullopt;
+}
+
+Ending run(QApplication& application, const Way& way) {
   MainLoop loop;
   switch (askOtherInstance()) {
     case OtherInstance::kShowsItsWindow:
       return Ending::kDone;
     case OtherInstance::kWithoutWindows:
-      return wantsItsWindow() ? runAsWindowOfOther(application, loop) : Ending::kStoreIsHeld;
+      return way.attaches || wantsItsWindow() ? runAsWindowOfOther(application, loop) : Ending::kStoreIsHeld;
     case OtherInstance::kNone:
       break;
   }
-  return runWithOwnJobs(application, loop, start);
+  return runWithOwnJobs(application, loop, way.start);
 }
 
 }  // namespace
@@ -135,17 +153,14 @@ int main(int count, char** arguments) {
   startTranslation(catalogueFolder(process::programPath()));
   QApplication application(count, arguments);
   keepMachineLocale();  // the toolkit has taken the user's for the whole process
-  const QStringList given = QApplication::arguments().mid(1);
-  // The entry that starts the program at login says "daemon", as for the program without windows.
-  const bool isBackground =
-      given == QStringList{QStringLiteral("--background")} || given == QStringList{QStringLiteral("daemon")};
-  if (!given.isEmpty() && !isBackground) {
-    std::fputs(kUsage, given.contains(QStringLiteral("--help")) ? stdout : stderr);
-    return static_cast<int>(given.contains(QStringLiteral("--help")) ? Ending::kDone : Ending::kWrongUsage);
+  const auto way = wayOf(QApplication::arguments().mid(1));
+  if (!way) {
+    std::fputs(kUsage, stderr);
+    return static_cast<int>(Ending::kWrongUsage);
   }
   QApplication::setApplicationName(QStringLiteral("Qel Lumisk"));
   QApplication::setDesktopFileName(QStringLiteral("lumisk-desktop"));
   QApplication::setQuitOnLastWindowClosed(false);
   theme::apply(application, theme::Appearance::kSystem);
-  return static_cast<int>(run(application, isBackground ? Desktop::Start::kInBackground : Desktop::Start::kWithWindow));
+  return static_cast<int>(run(application, *way));
 }
