@@ -1,11 +1,13 @@
 #include "platform/durable_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <optional>
 #include <utility>
 
@@ -58,11 +60,23 @@ Result<void> writeAll(int file, std::string_view bytes, const std::string& path)
   return {};
 }
 
+constexpr std::string_view kSiblingPrefix = ".lumisk-";
+
+bool isSiblingName(std::string_view name) {
+  constexpr std::size_t kUuidLength = 36;
+  return name.starts_with(kSiblingPrefix) && name.size() == kSiblingPrefix.size() + kUuidLength;
+}
+
+bool isAbandoned(const struct stat& status) {
+  constexpr time_t kLongestWriteSeconds = 60;
+  return S_ISREG(status.st_mode) && status.st_mtime < ::time(nullptr) - kLongestWriteSeconds;
+}
+
 // A file that disappears unless it was kept.
 class TemporarySibling {
  public:
   explicit TemporarySibling(const std::string& target)
-      : path_(paths::join(paths::parent(target), ".lumisk-" + generateUUID())) {}
+      : path_(paths::join(paths::parent(target), std::string(kSiblingPrefix) + generateUUID())) {}
   TemporarySibling(const TemporarySibling&) = delete;
   TemporarySibling& operator=(const TemporarySibling&) = delete;
   ~TemporarySibling() {
@@ -154,6 +168,18 @@ Result<void> replaceFile(const std::string& path, std::string_view bytes, unsign
   LUMISK_CHECK(finish(std::move(file), sibling.path()));
   LUMISK_CHECK(sibling.become(target));
   return syncFolder(paths::parent(target));
+}
+
+void removeAbandonedSiblings(const std::string& folder) {
+  DIR* const listing = ::opendir(folder.c_str());
+  if (!listing) return;
+  struct stat status {};
+  while (const dirent* const entry = ::readdir(listing)) {
+    if (!isSiblingName(entry->d_name)) continue;
+    if (::fstatat(::dirfd(listing), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && isAbandoned(status))
+      ::unlinkat(::dirfd(listing), entry->d_name, 0);
+  }
+  ::closedir(listing);
 }
 
 Result<void> syncFolder(const std::string& folder) {

@@ -33,6 +33,8 @@ Result<LoadedFile> loadFile(const std::string& path);
 // temporary sibling, which is synced and renamed, and the folder is synced. An existing file keeps its permissions and,
 // when allowed, its owner; a new one gets `newMode` less the process's umask. Anything but a regular file is refused.
 Result<void> replaceFile(const std::string& path, std::string_view bytes, unsigned newMode);
+// Removes the temporary siblings of replacements that were killed: those that nobody has written to for a minute.
+void removeAbandonedSiblings(const std::string& folder);
 Result<void> syncFolder(const std::string& folder);
 
 }  // namespace lumisk

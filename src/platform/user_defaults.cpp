@@ -234,6 +234,7 @@ Result<std::shared_ptr<UserDefaults::Ownership>> UserDefaults::takeOwnership() {
   while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EINTR) return fail("lock", path, errno);
   }
+  removeAbandonedSiblings(paths::parent(path_));
   auto ownership = std::make_shared<Ownership>(std::move(lock));
   shared_->ownership = ownership;
   return ownership;

@@ -37,6 +37,19 @@ TEST(UserDefaults, Changes_AreOnDiskAndSeenByOthers) {
   EXPECT_EQ(status.st_ino, changed) << "nothing changed, but it was written";
 }
 
+TEST(UserDefaults, WhoOwnsThem_ClearsWhatKilledWritersLeft) {
+  TempTree home;
+  const std::string abandoned = home / ".lumisk-F4D6F980-1412-407F-AE5B-D4905004D1E0";
+  const std::string fresh = home / ".lumisk-00D6F980-1412-407F-AE5B-D4905004D1E0";
+  for (const std::string& path : {abandoned, fresh, home / ".lumisk-other"}) test::writeFile(path, "<plist");
+  test::setModified(abandoned, 1'000'000'000);
+  test::setModified(home / ".lumisk-other", 1'000'000'000);
+  UserDefaults defaults(home / "settings.plist");
+  ASSERT_TRUE(defaults.own());
+  EXPECT_FALSE(test::exists(abandoned));
+  EXPECT_TRUE(test::exists(fresh) && test::exists(home / ".lumisk-other"));
+}
+
 TEST(UserDefaults, FileEditedInPlaceAMomentAgo_IsSeenThoughItsStampMayBeTheSame) {
   TempTree home{
       {"settings.plist", test::File{"<plist version=\"1.0\"><dict><key>x</key><string>a</string></dict></plist>"}}};
