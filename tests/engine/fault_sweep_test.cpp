@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "engine/restore.h"
 #include "engine/swept_job.h"
 
 namespace lumisk::test {
@@ -373,6 +374,134 @@ TEST_P(FaultSweep, DiskThatIsReadOnlyFromAnyCallOn_LosesNothing) {
 }
 TEST_P(FaultSweep, CrashAtAnyCall_LosesNothing) {
   sweep(Fault::kCrash);
+}
+
+// A version of a folder that is put back over what stands there.
+class RestoredFolder {
+ public:
+  RestoredFolder() {
+    const auto text = [this](const std::string& name) { return "text " + name + mark_; };
+    makeTree(tree.path(),
+             {{"t", Dir{{"docs", Dir{{"same", File{text("same"), 0644, 1000}},
+                                     {"a", File{text("a 1"), 0600, 1000, 7, {{"user.x", "1"}}}},
+                                     {"d", Dir{{"b", File{text("b 1"), 0644, 2000}}}},
+                                     {"file", File{text("file 1"), 0644, 2000}},
+                                     {"folder", Dir{{"x", File{text("x 1"), 0644, 2000}}}},
+                                     {"l", Link{text("l 1")}},
+                                     {"new", Dir{{"n", File{text("n 1"), 0644, 2000}}}}}}}},
+              {"docs", Dir{{"same", File{text("same"), 0644, 1000}},
+                           {"a", File{text("a 2"), 0644, 9000}},
+                           {"d", Dir{{"b", File{text("b 2"), 0644, 9000}}, {"own", File{text("own"), 0644, 3000}}}},
+                           {"file", Dir{{"y", File{text("y 2"), 0644, 3000}}}},
+                           {"folder", File{text("folder 2"), 0644, 9000}},
+                           {"l", Link{text("l 2")}}}},
+              {"home", Dir{}}});
+    version_.path = tree / "t/docs";
+    version_.place = {};
+    version_.place.target = tree / "t";
+    version_.place.copy = version_.path;
+    version_.place.source = version_.place.original = tree / "docs";
+    const auto target = realFileCalls().openRoot(tree / "t");
+    version_.status = realFileCalls().status(target->get(), "docs").value();
+  }
+  // Whether it says that all is back.
+  bool restore(FileCalls& files) {
+    const auto report =
+        restoreVersion({files, systemClock(), log_, dialogs_, nullptr}, version_, tree / "docs", tree / "docs");
+    return report && report->counts.errors == 0;
+  }
+  bool restoreCleanly() {
+    FaultyFileCalls files;
+    return restore(files);
+  }
+  // What the version and the place hold, by path below the tree.
+  [[nodiscard]] Side look() const {
+    Side found;
+    for (const char* root : {"t", "docs"})
+      for (const auto& entry : fs::recursive_directory_iterator(tree / root))
+        if (!isTemporaryName(entry.path().filename()))  // one that cannot be removed does no harm
+          found[entry.path().string().substr(tree.path().size())] = withoutMode(summaryOf(entry, mark_));
+    return found;
+  }
+  [[nodiscard]] std::set<std::string> texts() const {
+    std::set<std::string> found;
+    const auto look = [&](const fs::path& root) {
+      for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        if (entry.is_symlink())
+          found.insert(fs::read_symlink(entry.path()));
+        else if (entry.is_regular_file())
+          found.insert(contentOf(entry.path()));
+      }
+    };
+    look(tree.path());
+    const std::string trash = tree.path() + "/../.Trash-" + std::to_string(getuid());
+    if (fs::is_directory(trash)) look(trash);
+    return found;
+  }
+
+  TempTree tree;
+
+ private:
+  // A place that refuses permissions is no failure.
+  static std::string withoutMode(const std::string& what) {
+    return what == "folder" || what.starts_with("-> ") ? what : what.substr(0, what.rfind(' '));
+  }
+  std::string mark_ = " " + fs::path(tree.path()).filename().string();
+  OwnHome home_{tree / "home"};
+  Version version_;
+  RecordingJobLog log_;
+  RecordingDialogs dialogs_;
+};
+
+std::string checkRestore(const Case& one, const Side& wanted) {
+  RestoredFolder folder;
+  const auto texts = folder.texts();
+  const Side before = folder.look();
+  SweptCalls files(one.fault, one.nth, one.choice);
+  const bool isDone = folder.restore(files);
+  std::string wrong;
+  const auto judge = [&](const char* when) {
+    const auto left = folder.texts();
+    for (const std::string& text : texts)
+      if (text.starts_with("text") && left.count(text) == 0) wrong += std::string("\n  lost ") + when + ": " + text;
+    for (const auto& [path, what] : folder.look()) {
+      const bool isOld = before.count(path) > 0 && before.at(path) == what;
+      const bool isNew = wanted.count(path) > 0 && wanted.at(path) == what;
+      if (!isOld && !isNew && path.find("/.lumisk-") == std::string::npos &&
+          path.find("earlier-v") == std::string::npos)
+        wrong += "\n  " + path + " is " + what;
+    }
+  };
+  judge("at once");
+  if (isDone && folder.look() != wanted) wrong += "\n  said to be done, and is not";
+  if (!folder.restoreCleanly()) wrong += "\n  cannot be restored then";
+  judge("in the end");
+  const Side now = folder.look();
+  for (const auto& [path, what] : wanted)
+    if (now.count(path) == 0 || now.at(path) != what) wrong += "\n  is not back: " + path;
+  return wrong.empty() ? wrong : wrong + "\n  met: " + files.met();
+}
+
+TEST(RestoreSweep, AnyCallThatGoesWrong_LosesNothing) {
+  preferMemory();
+  std::vector<FileCall> calls;
+  Side wanted;
+  {
+    RestoredFolder folder;
+    SweptCalls files(Fault::kOnce, 0, 0);
+    ASSERT_TRUE(folder.restore(files));
+    for (const auto& made : files.made()) calls.push_back(made.call);
+    wanted = folder.look();
+  }
+  const std::size_t descriptors = openDescriptors();
+  int failures = 0;
+  for (const Fault fault : {Fault::kOnce, Fault::kShort, Fault::kDiskFull, Fault::kReadOnly, Fault::kCrash})
+    for (const Case& one : casesOf(fault, calls, 0)) {
+      const std::string wrong = checkRestore(one, wanted);
+      if (wrong.empty() || ++failures > 8) continue;
+      ADD_FAILURE() << kFaultNames[static_cast<int>(fault)] << " " << one.nth << " " << one.choice << wrong;
+    }
+  EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 }  // namespace
