@@ -141,6 +141,10 @@ TEST_P(FolderRaces, WhileARunLooks_NothingOutsideIsTouched) {
       if (entry.is_regular_file() && !entry.is_symlink()) {
         EXPECT_EQ(contentOf(entry.path()).find("canary"), std::string::npos) << entry.path();
       }
+  // He may have put older files in the place of newer ones, which a backup does not follow: all are saved once more.
+  std::int64_t date = 2'000'000'000;
+  for (const auto& entry : fs::recursive_directory_iterator(job.tree / "s"))
+    if (entry.is_regular_file() && !entry.is_symlink()) setModified(entry.path(), date += 10);
   bool isDone = false;
   for (int tries = 0; tries < 4 && !isDone; ++tries) isDone = job.runClean().completed && job.source() == job.target();
   EXPECT_EQ(job.source(), job.target()) << "after " << runs << " runs\n" << job.log;
