@@ -40,7 +40,7 @@ void Desktop::start(Start how) {
 
 void Desktop::applyAppearance() {
   const std::string stored = windows_.context().board.preference(theme::kAppearanceKey).text();
-  theme::apply(application_, theme::appearanceOf(stored));
+  if (std::exchange(appearance_, stored) != stored) theme::apply(application_, theme::appearanceOf(stored));
 }
 
 void Desktop::setUpTray() {

@@ -38,6 +38,7 @@ class Desktop : public QObject {
   JobsBoard::Observation preferences_;
   std::unique_ptr<QMenu> menu_;
   std::unique_ptr<QSystemTrayIcon> tray_;  // null: this desktop has no tray
+  std::string appearance_;                 // as stored, of what is shown; empty: the system's
   bool hasToldOfTray_ = false;
 };
 
