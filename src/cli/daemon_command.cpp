@@ -10,6 +10,7 @@
 #include "cli/run_display.h"
 #include "cli/terminal_dialogs.h"
 #include "engine/folder_listening.h"
+#include "engine/work_pool.h"
 #include "jobs/shared_files.h"
 #include "platform/media_registry.h"
 #include "platform/process.h"
@@ -60,6 +61,7 @@ struct Daemon {
 
   WorkerServices workerServices(CommandIo& io) {
     WorkerServices services{io.files, io.clock, notifications, dialogs, images, {}, {}, {}};
+    services.threads = WorkPool::usualThreads();
     services.eventListening = makeEventListening(streams, io.files);
     services.clone.makeCloner = [this] { return makeCloneVolumeObject(dialogs); };
     return services;

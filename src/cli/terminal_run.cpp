@@ -10,6 +10,7 @@
 #include "cli/run_end.h"
 #include "cli/run_summary.h"
 #include "cli/terminal_dialogs.h"
+#include "engine/work_pool.h"
 #include "platform/byte_text.h"
 
 namespace lumisk {
@@ -77,6 +78,7 @@ class TerminalRun {
 };
 
 void TerminalRun::useStore(StoreAccess& access) {
+  services_.threads = WorkPool::usualThreads();
   services_.preference = [&access](const std::string& key) { return access.stored().preference(key); };
   services_.getDataBit = [&access](std::int32_t index) {
     std::uint32_t bits = 0;

@@ -28,12 +28,16 @@ double percentOf(std::uint64_t part, std::uint64_t whole) {
 
 }  // namespace
 
+bool DataCopy::isPlainAndSmall(const FileStatus& status) {
+  return status.size < kLargeFile && !hasHoles(status);
+}
+
 Result<std::uint64_t> DataCopy::copy(const Open& from, const FileStatus& status, const Open& to) {
-  run_.bytesOfFile = 0;
+  bytes_ = 0;
   const auto done = copyWhole({from, to, status.size, nullptr}, status);
-  const std::uint64_t bytes = std::exchange(run_.bytesOfFile, 0);
+  if (progress_ == Progress::kTold) run_.bytesOfFile = 0;
   if (!done) return fail(done.error());
-  return bytes;
+  return bytes_;
 }
 
 Result<void> DataCopy::copyWhole(Job job, const FileStatus& status) {
@@ -139,8 +143,10 @@ Result<void> DataCopy::writeAll(const Open& to, std::size_t size) {
 }
 
 void DataCopy::noteProgress(const Job& job, std::uint64_t bytes) {
-  run_.bytesOfFile += bytes;
-  run_.reportProgress(job.from.place.name, percentOf(run_.bytesOfFile, job.size));
+  bytes_ += bytes;
+  if (progress_ == Progress::kNotTold) return;
+  run_.bytesOfFile = bytes_;
+  run_.reportProgress(job.from.place.name, percentOf(bytes_, job.size));
 }
 
 }  // namespace lumisk

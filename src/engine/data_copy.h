@@ -11,15 +11,19 @@
 namespace lumisk {
 
 // Copies the data of files. Holes stay holes. At full pace the kernel shares or copies whole ranges where it can; what
-// a pair of file systems has refused once is not tried again. One object per run; used from the run's thread.
+// a pair of file systems has refused once is not tried again. An object is used by one thread at a time; what tells the
+// run of its progress is for the run's own thread.
 class DataCopy {
  public:
-  explicit DataCopy(RunState& run) : run_(run), buffer_(run.pace.chunkSize()) {}
+  enum class Progress : bool { kTold, kNotTold };
+  DataCopy(RunState& run, Progress progress) : run_(run), progress_(progress), buffer_(run.pace.chunkSize()) {}
 
   struct Open {
     int file;
     const Place& place;
   };
+  // Whether a file takes one chunk or a few, and nothing but reading and writing.
+  [[nodiscard]] static bool isPlainAndSmall(const FileStatus& status);
   // From the beginning of a file, whose status is as it was opened, into a new and empty one: at most its size then, so
   // that a file which grows faster than it is copied has an end; less when it got shorter. Gives the number of bytes of
   // data. ECANCELED at a stop of the run, asked before each chunk.
@@ -47,6 +51,8 @@ class DataCopy {
   void noteProgress(const Job& job, std::uint64_t bytes);
 
   RunState& run_;
+  const Progress progress_;
+  std::uint64_t bytes_ = 0;  // of the file that is being copied, so far
   std::vector<std::byte> buffer_;
   std::map<std::pair<std::uint64_t, std::uint64_t>, Offload> offloads_;  // by source and target device
 };

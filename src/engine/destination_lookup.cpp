@@ -15,6 +15,7 @@ Result<std::optional<FileStatus>> standingAt(FileCalls& files, const FolderFrame
 
 Result<void> lookUpDestination(FileCalls& files, FolderFrame& frame, WalkEntry& entry) {
   entry.destinationName = entry.name;
+  if (entry.isKnownSame) return {};
   entry.standing.reset();
   if (frame.destinationState == DestinationState::kAbsent) return {};
   if (frame.destinationState == DestinationState::kNew && entry.source.type == FileType::kRegular) return {};

@@ -41,7 +41,8 @@ class DirectoryWalk::Walker {
 void DirectoryWalk::Walker::step(int mode) {
   FolderFrame& frame = walk_.stack.top();
   entry_.name.assign(frame.sourceNames.name(frame.next));
-  const FileType listedType = frame.sourceNames.type(frame.next++);
+  const std::size_t index = frame.next++;
+  const FileType listedType = frame.sourceNames.type(index);
   if (const char* reason = whyNotCopied(entry_.name)) {
     frame.passedBy += isTemporaryName(entry_.name) ? 0 : 1;
     // Nobody misses what we keep there for ourselves.
@@ -50,7 +51,14 @@ void DirectoryWalk::Walker::step(int mode) {
   }
   countEntry(frame, mode);
   entry_.source.type = listedType;
+  entry_.isKnownSame = false;
   if (listedType == FileType::kFolder) return folders_.enter(entry_);
+  if (const SameOnBoth* same = frame.sameAt(index)) {
+    entry_.source = same->source;
+    entry_.standing = same->standing;
+    entry_.isKnownSame = true;
+    return files_.handle(entry_);
+  }
   auto status = run_.files.status(frame.source.get(), entry_.name);
   if (!status) {
     return walk_.hasVanished(entry_.name, status.error()) ? walk_.report.vanished(entry_.name)

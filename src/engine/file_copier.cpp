@@ -2,15 +2,7 @@
 
 #include <cerrno>
 
-#include "engine/copy_rule.h"
-#include "platform/paths.h"
-
 namespace lumisk {
-
-struct FileCopier::Source {
-  Descriptor file;
-  CatalogInfo info;
-};
 
 namespace {
 
@@ -30,18 +22,50 @@ Result<FileCopier::Copied> FileCopier::copyFile(const Place& source, const FileS
                                                 const std::optional<FileStatus>& standing) {
   FileCalls& files = run_.files;
   LUMISK_CHECK(checkSpace(seen, destination));
-  LUMISK_TRY(Source opened, about(source.path, openSource(source, seen)));
   TemporaryEntry temporary(files, destination.folder);
-  LUMISK_TRY(Descriptor file, files.createFile(destination.folder, temporary.name(), 0600));
-  temporary.made(FileType::kRegular);
-  LUMISK_TRY(Copied copied, fill(opened, source, file.get(), destination));
-  run_.written.wrote(file.get(), destination.folder, copied.made.device);
+  LUMISK_TRY(FileTransport::Filled filled, transport_.fill(source, seen, destination, temporary));
+  Copied copied = noteFilled(filled, destination);
+  run_.written.wrote(filled.file.get(), destination.folder, copied.made.device);
   // The earlier version goes before the run has everything synced. A failure shows again then.
-  if (standing) (void)files.startSync(file.get());
+  if (standing) (void)files.startSync(filled.file.get());
   // Before it gets its name: some file servers tell only now that they could not take the data.
-  LUMISK_CHECK(files.close(std::move(file)));
+  LUMISK_CHECK(files.close(std::move(filled.file)));
   LUMISK_TRY(copied.keptVersion, replacement_.putInPlace(temporary, destination, standing));
   return copied;
+}
+
+FileCopier::Copied FileCopier::noteFilled(const FileTransport::Filled& filled, const Place& destination) {
+  noteLoss(filled.loss, filled.made.device, destination.path);
+  return {filled.made, filled.bytes, false, filled.changedMeanwhile};
+}
+
+// Aside.
+
+// Only where nothing has to be known of the file on the way: neither what room is left nor its descriptor at the end.
+bool FileCopier::mayCarryAside(const FileStatus& seen) const {
+  const bool isRoomTold = run_.hasRoomFor || run_.m_nErrorCode == RunError::kOutOfSpace;
+  return run_.written.isMuch() && !isRoomTold && DataCopy::isPlainAndSmall(seen);
+}
+
+void FileCopier::beforeCarryingAside(const FileStatus& folder, const Place& destination) {
+  run_.written.wrote(-1, destination.folder, folder.identity.device);
+}
+
+Result<FileTransport::Filled> FileCopier::carryAside(FileTransport& transport, FileCalls& files, const Place& source,
+                                                     const FileStatus& seen, const Place& destination) {
+  TemporaryEntry temporary(files, destination.folder);
+  LUMISK_TRY(FileTransport::Filled filled, transport.fill(source, seen, destination, temporary));
+  LUMISK_CHECK(files.close(std::move(filled.file)));
+  LUMISK_CHECK(
+      files.rename(temporary.folder(), temporary.name(), destination.folder, destination.name, Replace::kNever));
+  temporary.gone();
+  return filled;
+}
+
+Result<FileCopier::Copied> FileCopier::carriedAside(const Place& destination, Result<FileTransport::Filled> filled) {
+  if (!filled) return reported<Copied>(destination, fail(std::move(filled).error()));
+  run_.written.wrote(-1, destination.folder, filled->made.device);
+  return noteFilled(*filled, destination);
 }
 
 // A full disk is met once, not once for every file that is left.
@@ -52,48 +76,6 @@ Result<void> FileCopier::checkSpace(const FileStatus& seen, const Place& destina
   const auto space = run_.files.spaceOf(destination.folder);
   if (space && space->available < needed) return fail("copy", destination.path, ENOSPC);
   return {};
-}
-
-// The metadata come from before the first byte is read: what changes after that is newer than the copy says.
-Result<FileCopier::Source> FileCopier::openSource(const Place& source, const FileStatus& seen) {
-  Source opened;
-  auto file = run_.files.openFile(source.folder, source.name);
-  if (!file && file.error().code == ELOOP) return fail("open", source.path, ESTALE);
-  LUMISK_TRY(opened.file, std::move(file));
-  LUMISK_TRY(opened.info, readCatalogInfo(run_.files, opened.file.get()));
-  const FileStatus& status = opened.info.status;
-  if (status.type != FileType::kRegular || status.identity != seen.identity) return fail("open", source.path, ESTALE);
-  return opened;
-}
-
-Result<FileCopier::Copied> FileCopier::fill(Source& source, const Place& sourcePlace, int file,
-                                            const Place& destination) {
-  FileCalls& files = run_.files;
-  Copied copied;
-  CatalogInfo& info = source.info;
-  LUMISK_TRY(copied.bytes, data_.copy({source.file.get(), sourcePlace}, info.status, {file, destination}));
-  LUMISK_TRY(const FileStatus after, about(sourcePlace.path, files.statusOf(source.file.get())));
-  if (const auto date = dateOfChangedCopy(info.status, after)) {
-    info.status.modified = *date;
-    copied.changedMeanwhile = true;
-  }
-  CatalogInfo before;
-  LUMISK_TRY(before.status, files.statusOf(file));
-  copied.made = before.status.identity;
-  LUMISK_TRY(const CatalogLoss loss, writeCatalogInfo(files, file, info, startsBare(destination) ? &before : nullptr));
-  noteLoss(loss, file, destination.path);
-  return copied;
-}
-
-// Asked once for a folder, not for each file in it.
-bool FileCopier::startsBare(const Place& destination) {
-  std::string folder = paths::parent(destination.path);
-  if (folder != lastFolder_) {
-    const auto inherits = newEntriesInherit(run_.files, destination.folder);
-    lastFolderIsPlain_ = inherits && !*inherits;
-    lastFolder_ = std::move(folder);
-  }
-  return lastFolderIsPlain_;
 }
 
 Result<FileCopier::Copied> FileCopier::linkMacintoshFile(const Place& existing, const FileIdentity& expected,
@@ -119,18 +101,19 @@ Result<FileCopier::Copied> FileCopier::linkFile(const Place& existing, const Fil
   return copied;
 }
 
-bool FileCopier::copyMacintoshFinderInfo(const CatalogInfo& info, int destination, const std::string& destinationPath) {
-  const auto loss = writeCatalogInfo(run_.files, destination, info);
+bool FileCopier::copyMacintoshFinderInfo(const CatalogInfo& info, int destination, const std::string& destinationPath,
+                                         const CatalogInfo* before) {
+  const auto loss = writeCatalogInfo(run_.files, destination, info, before);
   if (!loss) return false;
-  noteLoss(*loss, destination, destinationPath);
+  if (!loss->any()) return true;
+  const auto status = run_.files.statusOf(destination);
+  noteLoss(*loss, status ? status->identity.device : 0, destinationPath);
   return true;
 }
 
-void FileCopier::noteLoss(const CatalogLoss& loss, int descriptor, const std::string& path) {
+void FileCopier::noteLoss(const CatalogLoss& loss, std::uint64_t device, const std::string& path) {
   if (!loss.any()) return;
   ++run_.counts.losses;
-  const auto status = run_.files.statusOf(descriptor);
-  const std::uint64_t device = status ? status->identity.device : 0;
   if (loss.ownerLost) logLossOnce(device, "owner", "the owner", path);
   if (loss.permissionsLost) logLossOnce(device, "permissions", "the permissions", path);
   for (const std::string& name : loss.attributesLost)

@@ -3,8 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "engine/data_copy.h"
 #include "engine/error_place.h"
+#include "engine/file_transport.h"
 #include "engine/replacement.h"
 #include "engine/run_seams.h"
 #include "engine/run_state.h"
@@ -26,7 +26,7 @@ namespace lumisk {
 class FileCopier {
  public:
   FileCopier(RunState& run, VersionKeeper& revisions, Trash& trash)
-      : run_(run), data_(run), replacement_(run, revisions, trash) {}
+      : run_(run), transport_(run, DataCopy::Progress::kTold), replacement_(run, revisions, trash) {}
 
   struct Copied {
     FileIdentity made;         // the new file
@@ -42,6 +42,14 @@ class FileCopier {
   Result<Copied> copyMacintoshFile(const Place& source, const FileStatus& seen, const Place& destination,
                                    const std::optional<FileStatus>& standing);
 
+  // A file that another thread carries to a name that is proven absent: whether it may be, what comes before it, and
+  // what follows when it is done. Errors are as above.
+  [[nodiscard]] bool mayCarryAside(const FileStatus& seen) const;
+  void beforeCarryingAside(const FileStatus& folder, const Place& destination);
+  static Result<FileTransport::Filled> carryAside(FileTransport& transport, FileCalls& files, const Place& source,
+                                                  const FileStatus& seen, const Place& destination);  // any thread
+  Result<Copied> carriedAside(const Place& destination, Result<FileTransport::Filled> filled);
+
   // A further name for a file that this run has carried already (hard links stay hard links). Fails with EMLINK, EPERM,
   // EXDEV or EOPNOTSUPP where the target cannot; the caller copies then.
   Result<Copied> linkMacintoshFile(const Place& existing, const FileIdentity& expected, const Place& destination,
@@ -54,21 +62,19 @@ class FileCopier {
                                     const std::optional<FileStatus>& standing);
 
   // Gives an open folder the metadata of another as they were read. False when they could not be set; losses are
-  // logged.
-  bool copyMacintoshFinderInfo(const CatalogInfo& info, int destination, const std::string& destinationPath);
+  // logged. `before`: what that one has, where it is known.
+  bool copyMacintoshFinderInfo(const CatalogInfo& info, int destination, const std::string& destinationPath,
+                               const CatalogInfo* before = nullptr);
 
   // Makes a folder, 0700 until it gets its own permissions, and opens it. A file or link that stands there is kept
   // first.
   Result<Descriptor> createMacintoshDirectory(const Place& destination, const std::optional<FileStatus>& standing);
 
  private:
-  struct Source;
   Result<void> checkSpace(const FileStatus& seen, const Place& destination);
-  Result<Source> openSource(const Place& source, const FileStatus& seen);
   Result<Copied> copyFile(const Place& source, const FileStatus& seen, const Place& destination,
                           const std::optional<FileStatus>& standing);
-  Result<Copied> fill(Source& source, const Place& sourcePlace, int file, const Place& destination);
-  bool startsBare(const Place& destination);
+  Copied noteFilled(const FileTransport::Filled& filled, const Place& destination);
   Result<Copied> linkFile(const Place& existing, const FileIdentity& expected, const Place& destination,
                           const std::optional<FileStatus>& standing);
   Result<void> makeLink(const std::string& text, const FileStatus& seen, const Place& destination,
@@ -79,14 +85,12 @@ class FileCopier {
   template <class T>
   Result<T> reported(const Place& destination, Result<T> result);
   void dressLink(const TemporaryEntry& link, const FileStatus& made, const FileStatus& seen, const Place& destination);
-  void noteLoss(const CatalogLoss& loss, int descriptor, const std::string& path);
+  void noteLoss(const CatalogLoss& loss, std::uint64_t device, const std::string& path);
   void logLossOnce(std::uint64_t device, const std::string& kind, const std::string& what, const std::string& path);
 
   RunState& run_;
-  DataCopy data_;
+  FileTransport transport_;
   Replacement replacement_;
-  std::string lastFolder_;  // whether new files in this one start without attributes
-  bool lastFolderIsPlain_ = false;
 };
 
 // Tells the run of a lack of space, whatever met it, and gives the error its full path.

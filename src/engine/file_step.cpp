@@ -21,6 +21,7 @@ bool isOneVersion(const WalkEntry& entry) {
 }
 
 EntryOutcome outcomeOf(const CopyDecision& decision) {
+  if (decision.verdict == CopyVerdict::kUnchanged) return EntryOutcome::kUnchanged;
   return decision.verdict == CopyVerdict::kCopy ? EntryOutcome::kCopied : EntryOutcome::kReplaced;
 }
 
@@ -42,48 +43,71 @@ void FileStep::handle(WalkEntry& entry) {
 void FileStep::handleFile(WalkEntry& entry) {
   if (!passesFilter(entry)) return walk_.report.filtered(entry.name);
   const auto carried = carryFile(entry);
+  if (carried != Progress::kLags) conclude(entry, carried, run_.m_nFilterCount == 0);
+}
+
+void FileStep::conclude(const WalkEntry& entry, const Result<Progress>& carried, bool isRecorded) {
   if (!carried) reportFailure(entry, carried.error());
   // The destination of a name that another one has there is that other one's, and must not be deleted for this one.
   const bool isAnothers = !carried && carried.error().code == kNamesClash;
-  if (run_.m_nFilterCount == 0 && !isAnothers) walk_.record(entry.name, entry.destinationName);
+  if (isRecorded && !isAnothers) walk_.record(entry.name, entry.destinationName);
 }
 
 bool FileStep::passesFilter(const WalkEntry& entry) {
   return run_.m_nFilterCount > 0 || fileTypeFilter(entry.name, run_.info.inclusionArray, run_.info.exclusionArray);
 }
 
-Result<void> FileStep::carryFile(WalkEntry& entry) {
-  FolderFrame& frame = walk_.stack.top();
-  LUMISK_CHECK(lookUpDestination(run_.files, frame, entry));
-  auto settled = settleFile(entry);
+Result<FileStep::Progress> FileStep::carryFile(WalkEntry& entry) {
+  LUMISK_CHECK(lookUpDestination(run_.files, walk_.stack.top(), entry));
+  return settleAgain(entry, settleFile(entry));
+}
+
+// Where something has the name after all: another spelling of it, or somebody was faster.
+Result<FileStep::Progress> FileStep::settleAgain(WalkEntry& entry, Result<Progress> settled) {
   if (settled || entry.standing || settled.error().code != EEXIST) return settled;
-  // Something has the name after all: another spelling of it, or somebody was faster.
-  LUMISK_CHECK(lookUpUnlisted(run_.files, frame, entry));
+  LUMISK_CHECK(lookUpUnlisted(run_.files, walk_.stack.top(), entry));
   return settleFile(entry);
 }
 
-Result<void> FileStep::settleFile(const WalkEntry& entry) {
+Result<FileStep::Progress> FileStep::settleFile(const WalkEntry& entry) {
   CopyDecision decision = decide(entry);
   if (!entry.standing) {
-    if (walk_.rules.missingAtDestination(walk_.stack, entry) == WalkVerdict::kSettled) return {};
+    if (walk_.rules.missingAtDestination(walk_.stack, entry) == WalkVerdict::kSettled) return Progress::kDone;
   } else {
     const auto ruled = walk_.rules.presentAtBoth(walk_.stack, entry, decision);
-    if (!ruled) return {};
+    if (!ruled) return Progress::kDone;
     decision = *ruled;
   }
   if (decision.verdict == CopyVerdict::kUnchanged) {
     if (isOneVersion(entry)) noteName(entry, entry.standing->identity);
     walk_.rules.isInStep(walk_.stack, entry);
-    walk_.report.outcome(EntryOutcome::kUnchanged, entry.name, decision.reason);
-    return {};
-  }
-  if (!run_.dryRun) {
-    walk_.beforeWriting();
-    LUMISK_TRY(const FileCopier::Copied copied, linkOrCopy(entry));
-    noteCopied(entry, copied);
+  } else if (!run_.dryRun) {
+    return copyFile(entry, decision);
   }
   walk_.report.outcome(outcomeOf(decision), entry.name, decision.reason);
-  return {};
+  return Progress::kDone;
+}
+
+Result<FileStep::Progress> FileStep::copyFile(const WalkEntry& entry, const CopyDecision& decision) {
+  walk_.beforeWriting();
+  if (walk_.rules.letsCopiesLag() && walk_.copies.takes(entry)) {
+    walk_.copies.add({walk_.stack.here(), entry, decision, run_.m_nFilterCount == 0});
+    return Progress::kLags;
+  }
+  walk_.copies.drain();
+  LUMISK_TRY(const FileCopier::Copied copied, linkOrCopy(entry));
+  noteCopied(entry, copied);
+  walk_.report.outcome(outcomeOf(decision), entry.name, decision.reason);
+  return Progress::kDone;
+}
+
+void FileStep::copiedAside(LaggingCopy& copy, const Result<FileCopier::Copied>& copied) {
+  if (copied) {
+    noteCopied(copy.entry, *copied);
+    walk_.report.outcome(outcomeOf(copy.decision), copy.entry.name, copy.decision.reason);
+  }
+  const Result<Progress> settled = copied ? Result<Progress>(Progress::kDone) : fail(copied.error());
+  conclude(copy.entry, settleAgain(copy.entry, settled), copy.isRecorded);
 }
 
 // Measuring the file system's dates costs a file; it is done for the first close call only.
@@ -185,6 +209,7 @@ bool FileStep::isSameLink(const WalkEntry& entry) {
 
 void FileStep::makeLink(const WalkEntry& entry, const CopyDecision& decision) {
   walk_.beforeWriting();
+  walk_.copies.drain();
   const FrameStack& stack = walk_.stack;
   const auto made = walk_.copier.copyMacintoshFileLink(stack.sourcePlace(entry.name), entry.source,
                                                        stack.destinationPlace(entry.destinationName), entry.standing);

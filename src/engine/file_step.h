@@ -10,7 +10,11 @@ namespace lumisk {
 // carried out; errors are logged and counted.
 class FileStep {
  public:
-  explicit FileStep(WalkState& walk) : walk_(walk), run_(walk.run) {}
+  explicit FileStep(WalkState& walk) : walk_(walk), run_(walk.run) {
+    walk_.copies.onDone = [this](LaggingCopy& copy, Result<FileCopier::Copied> copied) { copiedAside(copy, copied); };
+  }
+  FileStep(const FileStep&) = delete;
+  FileStep& operator=(const FileStep&) = delete;
 
   // entry.name and entry.source are known.
   void handle(WalkEntry& entry);
@@ -18,8 +22,13 @@ class FileStep {
  private:
   void handleFile(WalkEntry& entry);
   [[nodiscard]] bool passesFilter(const WalkEntry& entry);
-  Result<void> carryFile(WalkEntry& entry);
-  Result<void> settleFile(const WalkEntry& entry);
+  enum class Progress { kDone, kLags };
+  Result<Progress> carryFile(WalkEntry& entry);
+  Result<Progress> settleFile(const WalkEntry& entry);
+  Result<Progress> settleAgain(WalkEntry& entry, Result<Progress> settled);
+  Result<Progress> copyFile(const WalkEntry& entry, const CopyDecision& decision);
+  void copiedAside(LaggingCopy& copy, const Result<FileCopier::Copied>& copied);
+  void conclude(const WalkEntry& entry, const Result<Progress>& carried, bool isRecorded);
   CopyDecision decide(const WalkEntry& entry);
   Result<FileCopier::Copied> linkOrCopy(const WalkEntry& entry);
   Result<FileCopier::Copied> linkTo(const HardLinkMap::Copy& first, const WalkEntry& entry);

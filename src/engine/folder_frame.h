@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "engine/spellings.h"
 #include "platform/catalog_info.h"
@@ -23,6 +24,12 @@ enum class FolderMetadata : std::uint8_t {
   kItsOwn,    // a root of the job, or the folder around a single file
 };
 
+// The statuses of a file that is the same on both sides, by type, size and date; unknown while their types are.
+struct SameOnBoth {
+  FileStatus source;
+  FileStatus standing;
+};
+
 // A pair of folders that the walk is in.
 struct FolderFrame {
   // Both are closed while the walk is far below, and opened again before it comes back.
@@ -32,6 +39,7 @@ struct FolderFrame {
   FileStatus destinationStatus;
   NameList sourceNames;
   NameList destinationNames;             // of kStood
+  std::vector<SameOnBoth> same;          // by the source's names, the first of them; what was read ahead of the walk
   std::unique_ptr<Spellings> spellings;  // made when a name is met that has another spelling there
   DestinationState destinationState = DestinationState::kAbsent;
   FolderMetadata metadata = FolderMetadata::kFromSource;
@@ -46,6 +54,9 @@ struct FolderFrame {
   bool isLost = false;           // could not be opened again: nothing more is done in it
 
   [[nodiscard]] bool hasNext() const { return next < sourceNames.size(); }
+  [[nodiscard]] const SameOnBoth* sameAt(std::size_t index) const {
+    return index < same.size() && same[index].source.type != FileType::kUnknown ? &same[index] : nullptr;
+  }
   [[nodiscard]] const FileStatus& sourceStatus() const { return sourceInfo.status; }
 };
 

@@ -26,10 +26,11 @@ bool giveMetadata(WalkState& walk, const FolderFrame& frame) {
     return false;
   }
   if (isSame(walk, frame.sourceInfo, *standing)) return true;
-  if (!walk.copier.copyMacintoshFinderInfo(frame.sourceInfo, folder, path)) {
+  if (!walk.copier.copyMacintoshFinderInfo(frame.sourceInfo, folder, path, &*standing)) {
     walk.report.metadataFailed(path);
     return false;
   }
+  if (frame.destinationState == DestinationState::kNew) return true;  // noted when it was made
   // A target that cannot hold what differs is not written to, however often it is tried.
   const auto after = files.statusOf(folder);
   if (!after || after->changed != standing->status.changed) walk.wroteInto(frame.destination, standing->status);

@@ -27,7 +27,7 @@ void FolderStep::enter(WalkEntry& entry) {
   const bool isPackage = workspace::isPackageName(name);
   if (isPackage && isPackageFiltered(name)) return walk_.report.filtered(name);
   if (walk_.rules.passesBy(walk_.stack, name)) return;
-  FolderFrame child;
+  FolderFrame child = walk_.ahead.take(walk_.stack, name);
   child.layer = walk_.stack.top().layer - 1;
   child.isPackageUnit = isPackage && run_.info.bDealPackage;
   if (!openSource(child, entry)) return;
@@ -35,6 +35,8 @@ void FolderStep::enter(WalkEntry& entry) {
   if (!openDestination(child, entry)) return;
   if (run_.m_nFilterCount == 0) walk_.record(name, entry.destinationName);
   if (child.isPackageUnit) ++run_.m_nFilterCount;
+  // What the stack closes now may be in use.
+  if (walk_.stack.depth() > FrameStack::kOpenLevels) walk_.copies.drain();
   walk_.stack.push(std::move(child), name, entry.destinationName);
   entered();
 }
@@ -46,13 +48,14 @@ bool FolderStep::isPackageFiltered(const std::string& name) const {
 
 bool FolderStep::openSource(FolderFrame& child, const WalkEntry& entry) {
   const FileIdentity parent = walk_.stack.top().sourceStatus().identity;
-  auto read = readSource(child, entry.name);
+  const bool isRead = child.source.isOpen();
+  auto read = isRead ? Result<void>() : readSource(child, entry.name);
   const char* border = read ? walk_.borders.whyNotWalked(child.sourceStatus(), parent) : nullptr;
   if (border) {
     walk_.report.notWalked(entry.name, border);
     return false;
   }
-  if (read) read = listSource(run_.files, child);
+  if (read && !isRead) read = listSource(run_.files, child);
   if (read) return true;
   walk_.hasVanished(entry.name, read.error()) ? walk_.report.vanished(entry.name)
                                               : walk_.report.sourceFailed(entry.name, read.error());
@@ -102,8 +105,10 @@ Result<void> FolderStep::openStanding(FolderFrame& child, WalkEntry& entry) {
 }
 
 Result<void> FolderStep::takeFolderThere(FolderFrame& child, WalkEntry& entry) {
-  LUMISK_TRY(Descriptor folder, run_.files.openFolder(walk_.stack.top().destination.get(), entry.destinationName));
-  LUMISK_CHECK(takeStanding(run_.files, child, std::move(folder)));
+  if (!child.destination.isOpen()) {
+    LUMISK_TRY(Descriptor folder, run_.files.openFolder(walk_.stack.top().destination.get(), entry.destinationName));
+    LUMISK_CHECK(takeStanding(run_.files, child, std::move(folder)));
+  }
   entry.standing = child.destinationStatus;
   if (child.destinationStatus.identity == child.sourceStatus().identity)
     return fail("walk", entry.name, 0, "it is its own destination");
@@ -132,6 +137,7 @@ Result<void> FolderStep::makeFolder(FolderFrame& child, const WalkEntry& entry) 
 }
 
 void FolderStep::entered() {
+  walk_.ahead.entered(walk_.stack);
   if (!run_.dryRun) removeLeftovers();
   walk_.rules.enterFolder(walk_.stack);
 }
@@ -163,8 +169,10 @@ void FolderStep::removeLeftover(const std::string& name) {
 
 void FolderStep::leave() {
   const FolderFrame& frame = walk_.stack.top();
+  walk_.ahead.leaving();
+  if (!walk_.rules.letsCopiesLag() || walk_.stack.depth() == 1) walk_.copies.drain();
   walk_.rules.leaveFolder(walk_.stack);
-  if (!frame.isLost) settleFolderMetadata(walk_);
+  if (!frame.isLost) walk_.copies.then([this] { settleFolderMetadata(walk_); });
   if (frame.isPackageUnit) --run_.m_nFilterCount;
   const auto back = walk_.stack.pop();
   if (!back) walk_.report.comeBackFailed(walk_.stack.sourcePath(), back.error());

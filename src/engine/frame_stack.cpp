@@ -47,17 +47,34 @@ void FrameStack::begin(FolderFrame roots, std::string sourcePath, std::string de
   source_ = std::move(sourcePath);
   destination_ = std::move(destinationPath);
   levels_.clear();
-  levels_.push_back({std::move(roots), source_.size(), destination_.size()});
+  levels_.push_back({std::make_shared<FolderFrame>(std::move(roots)), source_.size(), destination_.size()});
 }
 
 void FrameStack::push(FolderFrame frame, std::string_view sourceName, std::string_view destinationName) {
   appendName(source_, sourceName);
   appendName(destination_, destinationName);
-  levels_.push_back({std::move(frame), source_.size(), destination_.size()});
+  levels_.push_back({std::make_shared<FolderFrame>(std::move(frame)), source_.size(), destination_.size()});
   if (levels_.size() <= kOpenLevels + 1) return;
-  FolderFrame& far = levels_[levels_.size() - 1 - kOpenLevels].frame;
+  FolderFrame& far = *levels_[levels_.size() - 1 - kOpenLevels].frame;
   far.source.reset();
   far.destination.reset();
+}
+
+std::shared_ptr<const FrameStack::Visit> FrameStack::here() {
+  Level& level = levels_.back();
+  if (!level.visit) level.visit = std::make_shared<const Visit>(Visit{level.frame, source_, destination_});
+  return level.visit;
+}
+
+void FrameStack::revisit(const Visit& visit, const std::function<void()>& something) {
+  if (&top() == visit.frame.get()) return something();
+  const std::string source = std::exchange(source_, visit.sourcePath);
+  const std::string destination = std::exchange(destination_, visit.destinationPath);
+  levels_.push_back({visit.frame, source_.size(), destination_.size()});
+  something();
+  levels_.pop_back();
+  source_ = source;
+  destination_ = destination;
 }
 
 Result<void> FrameStack::pop() {
@@ -66,9 +83,9 @@ Result<void> FrameStack::pop() {
   if (levels_.empty()) return {};
   source_.resize(levels_.back().sourceLength);
   destination_.resize(levels_.back().destinationLength);
-  FolderFrame& frame = levels_.back().frame;
+  FolderFrame& frame = *levels_.back().frame;
   if (!isClosed(frame)) return {};
-  auto reopened = reopen(frame, left.frame);
+  auto reopened = reopen(frame, *left.frame);
   frame.isLost = !reopened;
   return reopened;
 }
@@ -85,11 +102,11 @@ Result<void> FrameStack::reopen(FolderFrame& frame, const FolderFrame& child) {
 }
 
 Place FrameStack::sourcePlace(const std::string& name) const {
-  return {levels_.back().frame.source.get(), name, paths::join(source_, name)};
+  return {levels_.back().frame->source.get(), name, paths::join(source_, name)};
 }
 
 Place FrameStack::destinationPlace(const std::string& name) const {
-  return {levels_.back().frame.destination.get(), name, paths::join(destination_, name)};
+  return {levels_.back().frame->destination.get(), name, paths::join(destination_, name)};
 }
 
 std::string_view FrameStack::belowDestinationRoot() const {

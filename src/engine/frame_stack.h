@@ -1,6 +1,8 @@
 #pragma once
 
 #include <deque>
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -24,10 +26,21 @@ class FrameStack {
   // Back to the folder above. On failure that one is lost, and the next pop() tries the one above it.
   Result<void> pop();
 
+  // A pair of folders to come back to, which stays open as long as this is kept and the stack does not close it.
+  struct Visit {
+    std::shared_ptr<FolderFrame> frame;
+    std::string sourcePath;
+    std::string destinationPath;
+  };
+  [[nodiscard]] std::shared_ptr<const Visit> here();
+  // Does something with that pair on top, wherever the walk is.
+  void revisit(const Visit& visit, const std::function<void()>& something);
+
+  [[nodiscard]] std::size_t depth() const { return levels_.size(); }
   [[nodiscard]] bool isEmpty() const { return levels_.empty(); }
-  [[nodiscard]] FolderFrame& top() { return levels_.back().frame; }
-  [[nodiscard]] const FolderFrame& top() const { return levels_.back().frame; }
-  [[nodiscard]] const FolderFrame& roots() const { return levels_.front().frame; }
+  [[nodiscard]] FolderFrame& top() { return *levels_.back().frame; }
+  [[nodiscard]] const FolderFrame& top() const { return *levels_.back().frame; }
+  [[nodiscard]] const FolderFrame& roots() const { return *levels_.front().frame; }
   // Of the folders that the walk is in.
   [[nodiscard]] const std::string& sourcePath() const { return source_; }
   [[nodiscard]] const std::string& destinationPath() const { return destination_; }
@@ -39,9 +52,10 @@ class FrameStack {
 
  private:
   struct Level {
-    FolderFrame frame;
+    std::shared_ptr<FolderFrame> frame;
     std::size_t sourceLength;
     std::size_t destinationLength;
+    std::shared_ptr<const Visit> visit = nullptr;  // made when first asked for
   };
   Result<void> reopen(FolderFrame& frame, const FolderFrame& child);
 

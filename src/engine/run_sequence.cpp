@@ -64,6 +64,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
       dialogs_(services, memory, request, run_),
       image_(services, request.info),
       report_(result_.report) {
+  if (services.threads > 0 && request.options.pace == PaceKind::kFull) run_.pool = &pool_.emplace(services.threads);
   run_.terminate = &switches.m_bTerminateThread;
   run_.cancelled = &switches.m_bCanceled;
   run_.dryRun = request.options.dryRun;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "engine/run_request.h"
 #include "engine/run_targets.h"
 #include "engine/two_way_run.h"
+#include "engine/work_pool.h"
 
 namespace lumisk {
 
@@ -102,6 +104,7 @@ class RunSequence {
   RunMemory& memory_;
   const RunRequest& request_;
   RunSwitches switches_;
+  std::optional<WorkPool> pool_;  // before what uses it
   RunState run_;
   RunTargets targets_;
   RunDialogs dialogs_;

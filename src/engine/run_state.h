@@ -19,6 +19,8 @@
 
 namespace lumisk {
 
+class WorkPool;
+
 // Values of m_nErrorCode.
 enum class RunError : std::int32_t {
   kNone = 0,
@@ -64,6 +66,7 @@ struct RunState {
   JobLog& log;
   UserDialogs& dialogs;
   WrittenData written;
+  WorkPool* pool = nullptr;  // may be missing: then all is done on the run's thread
 
   // Owned by the worker, which outlives the run.
   const std::atomic<bool>* terminate = nullptr;

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "engine/copy_queue.h"
 #include "engine/frame_stack.h"
 #include "engine/run_state.h"
 #include "engine/walk_rules.h"
@@ -11,7 +12,7 @@ namespace lumisk {
 // What a walk says about entries: to the log, to the run's counts and to whoever listens to them.
 class WalkReport {
  public:
-  WalkReport(RunState& run, const FrameStack& stack) : run_(run), stack_(stack) {}
+  WalkReport(RunState& run, const FrameStack& stack, CopyQueue& copies) : run_(run), stack_(stack), copies_(copies) {}
 
   // Of an entry of the folders that the walk is in.
   void outcome(EntryOutcome outcome, const std::string& name, const char* reason) const;
@@ -36,10 +37,13 @@ class WalkReport {
 
  private:
   [[nodiscard]] const char* job() const { return run_.info.name.c_str(); }
+  // The log, once it has all about what the walk has met before.
+  [[nodiscard]] JobLog& log() const;
   void reason(const Error& error) const;
 
   RunState& run_;
   const FrameStack& stack_;
+  CopyQueue& copies_;
 };
 
 }  // namespace lumisk

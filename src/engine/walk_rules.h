@@ -15,6 +15,7 @@ struct WalkEntry {
   std::string destinationName;  // the destination may spell it in another way
   FileStatus source;
   std::optional<FileStatus> standing;  // proven absent when empty
+  bool isKnownSame = false;            // `standing` was read ahead and is the same as the source
 };
 
 enum class WalkVerdict {
@@ -42,6 +43,9 @@ class WalkRules {
   virtual std::optional<CopyDecision> presentAtBoth(FrameStack& at, const WalkEntry& entry, CopyDecision decision) = 0;
   // A file or link is now the same on both sides; it was copied or found so.
   virtual void isInStep(FrameStack& at, const WalkEntry& entry) = 0;
+  // Whether isInStep() need not be told, nor leaveFolder() wait for all copies: then small files may still be under way
+  // when the walk is in another folder.
+  [[nodiscard]] virtual bool letsCopiesLag() const { return false; }
   // All entries were dealt with, the run stops, or the pair was lost (frame.isLost: it is not open). Before the
   // destination folder gets its own dates and permissions.
   virtual void leaveFolder(FrameStack& at) = 0;
@@ -57,6 +61,7 @@ class NoWalkRules : public WalkRules {
     return decision;
   }
   void isInStep(FrameStack&, const WalkEntry&) override {}
+  [[nodiscard]] bool letsCopiesLag() const override { return true; }
   void leaveFolder(FrameStack&) override {}
 };
 

@@ -28,7 +28,10 @@ void WalkState::wroteInto(const Descriptor& folder, const FileStatus& status) {
 
 void WalkState::record(const std::string& sourceName, const std::string& destinationName) {
   if (run.info.nAutoDeletion == 0 || run.dryRun) return;
-  recorder.recordPair(stack.sourcePlace(sourceName).path, stack.destinationPlace(destinationName).path);
+  copies.then(
+      [this, source = stack.sourcePlace(sourceName).path, destination = stack.destinationPlace(destinationName).path] {
+        recorder.recordPair(source, destination);
+      });
 }
 
 std::chrono::nanoseconds WalkState::granularity() {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "engine/copy_queue.h"
 #include "engine/file_copier.h"
+#include "engine/folder_ahead.h"
 #include "engine/frame_stack.h"
 #include "engine/hard_link_map.h"
 #include "engine/run_seams.h"
@@ -22,7 +24,10 @@ struct WalkState {
   RunRecorder& recorder;
   WalkRules& rules;
   FrameStack stack{run.files};
-  WalkReport report{run, stack};
+  // After the stack, whose folders they use.
+  FolderAhead ahead{run, rules};
+  CopyQueue copies{run, copier, stack};
+  WalkReport report{run, stack, copies};
   WalkBorders borders{run.files};
   HardLinkMap hardLinks;
   TimeGranularities granularities{run.files};

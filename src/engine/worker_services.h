@@ -33,6 +33,8 @@ struct WorkerServices {
   std::function<std::unique_ptr<RunRecorder>(RunState& run)> runRecorder{};
   std::function<std::unique_ptr<EventListening>(copyFileThreadObject& worker)> eventListening{};
   CloneServices clone{};
+  // Beside a worker's own, for runs at full pace. They change no result.
+  std::size_t threads = 0;
 };
 
 }  // namespace lumisk

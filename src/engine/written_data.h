@@ -22,6 +22,8 @@ class WrittenData {
   // or -1 when the entry has no data of its own (a link, a removal). Keeps duplicates of the descriptors while they are
   // few.
   void wrote(int file, int folder, std::uint64_t device);
+  // Whether whole file systems are synced at the end: from then on nobody needs the descriptors of single files.
+  [[nodiscard]] bool isMuch() const { return tooMany_; }
   [[nodiscard]] bool isEmpty() const { return !wroteAnything_; }
   // Waits until all of it is on the disk; starts over empty, also when it fails: the system tells an error once only.
   Result<void> settle();

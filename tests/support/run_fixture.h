@@ -1,12 +1,15 @@
 #pragma once
 
 #include <atomic>
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "engine/run_seams.h"
 #include "engine/run_state.h"
+#include "engine/work_pool.h"
 #include "platform/paths.h"
 #include "support/fake_clock.h"
 #include "support/temp_tree.h"
@@ -66,8 +69,12 @@ class RunFixture {
     run.cancelled = &cancelled;
     run.begin = clock.now();
     run.onOutOfSpace = [this] { ++outOfSpace; };
+    if (const char* threads = getenv("LUMISK_TEST_THREADS")) useThreads(std::stoul(threads));
     run.postProgress = [this](const JobProgressMessage& message) { progress.push_back(message); };
   }
+
+  // Beside the run's own. The environment can ask for them in all tests of runs.
+  void useThreads(std::size_t threads) { run.pool = &pool_.emplace(threads); }
 
   // The entry at an absolute path; its folder stays open as long as the fixture. Not through the run's own calls, which
   // may fail on purpose.
@@ -102,6 +109,7 @@ class RunFixture {
 
  private:
   std::vector<Descriptor> folders_;
+  std::optional<WorkPool> pool_;
 };
 
 }  // namespace lumisk::test

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+
+#include "engine/data_copy.h"
+#include "engine/run_seams.h"
+#include "engine/run_state.h"
+#include "engine/temporary_entry.h"
+#include "platform/catalog_info.h"
+
+namespace lumisk {
+
+// Carries the data and metadata of one file into a temporary sibling of its destination. Decides nothing and tells
+// nobody: what the target could not hold comes back as a value. An object is used by one thread at a time.
+class FileTransport {
+ public:
+  FileTransport(RunState& run, DataCopy::Progress progress) : files_(run.files), data_(run, progress) {}
+
+  struct Filled {
+    Descriptor file;  // open for whoever has to sync it; to be closed before it gets its name
+    FileIdentity made;
+    std::uint64_t bytes = 0;        // of data written
+    bool changedMeanwhile = false;  // see FileCopier::Copied
+    CatalogLoss loss;
+  };
+  // `seen` is the source as the walk listed it; another file under its name by now is the error ESTALE.
+  Result<Filled> fill(const Place& source, const FileStatus& seen, const Place& destination, TemporaryEntry& temporary);
+
+ private:
+  struct Source {
+    Descriptor file;
+    CatalogInfo info;
+  };
+  Result<Source> openSource(const Place& source, const FileStatus& seen);
+  Result<void> fill(Source& source, const Place& sourcePlace, const Place& destination, Filled& filled);
+  bool startsBare(const Place& destination);
+
+  FileCalls& files_;
+  DataCopy data_;
+  std::string lastFolder_;  // whether new files in this one start without attributes
+  bool lastFolderIsPlain_ = false;
+};
+
+}  // namespace lumisk

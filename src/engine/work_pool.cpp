@@ -1,0 +1,78 @@
+#include "engine/work_pool.h"
+
+#include <algorithm>
+
+namespace lumisk {
+
+std::size_t WorkPool::usualThreads() {
+  // More than these wait for each other in the file system.
+  constexpr std::size_t kMost = 4;
+  return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMost);
+}
+
+WorkPool::WorkPool(std::size_t threads) {
+  for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back([this] { work(); });
+}
+
+WorkPool::~WorkPool() {
+  {
+    const std::lock_guard lock(mutex_);
+    ends_ = true;
+  }
+  waiting_.notify_all();
+  for (std::thread& thread : threads_) thread.join();
+}
+
+void WorkPool::work() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    waiting_.wait(lock, [this] { return ends_ || !tasks_.empty(); });
+    if (ends_) return;
+    const std::shared_ptr<Task> task = std::move(tasks_.front());
+    tasks_.pop_front();
+    if (task->state_ != Task::State::kWaiting) continue;
+    runUnlocked(*task, lock);
+    done_.notify_all();
+  }
+}
+
+void WorkPool::runUnlocked(Task& task, std::unique_lock<std::mutex>& lock) {
+  task.state_ = Task::State::kRunning;
+  lock.unlock();
+  try {
+    task.run();
+  } catch (...) {
+    task.thrown_ = std::current_exception();
+  }
+  lock.lock();
+  task.state_ = Task::State::kDone;
+}
+
+void WorkPool::add(std::shared_ptr<Task> task) {
+  if (threads_.empty()) return;  // finish() does it
+  {
+    const std::lock_guard lock(mutex_);
+    tasks_.push_back(std::move(task));
+  }
+  waiting_.notify_one();
+}
+
+void WorkPool::finish(Task& task) {
+  std::unique_lock lock(mutex_);
+  if (task.state_ == Task::State::kWaiting) runUnlocked(task, lock);
+  done_.wait(lock, [&] { return task.state_ == Task::State::kDone; });
+  if (task.thrown_) std::rethrow_exception(task.thrown_);
+}
+
+void WorkPool::drop(Task& task) {
+  std::unique_lock lock(mutex_);
+  if (task.state_ == Task::State::kWaiting) task.state_ = Task::State::kDone;
+  done_.wait(lock, [&] { return task.state_ == Task::State::kDone; });
+}
+
+bool WorkPool::isDone(const Task& task) {
+  const std::lock_guard lock(mutex_);
+  return task.state_ == Task::State::kDone;
+}
+
+}  // namespace lumisk

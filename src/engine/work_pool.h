@@ -1,0 +1,63 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace lumisk {
+
+// A few threads that do parts of a run for the thread that runs it. They decide nothing: what a part gives is taken, in
+// the run's own order, by finish(), and a part that no thread has begun by then is done by the run's thread itself, so
+// that with no threads at all everything happens where finish() stands.
+//
+// All methods are for the run's thread.
+class WorkPool {
+ public:
+  class Task {
+   public:
+    Task() = default;
+    Task(const Task&) = delete;
+    Task& operator=(const Task&) = delete;
+    virtual ~Task() = default;
+    // On any one thread. What it leaves in the object is for finish()'s caller.
+    virtual void run() = 0;
+
+   private:
+    friend class WorkPool;
+    enum class State : std::uint8_t { kWaiting, kRunning, kDone };
+    State state_ = State::kWaiting;  // guarded by the pool's lock
+    std::exception_ptr thrown_;
+  };
+
+  explicit WorkPool(std::size_t threads);
+  WorkPool(const WorkPool&) = delete;
+  WorkPool& operator=(const WorkPool&) = delete;
+  ~WorkPool();  // what no thread has begun is never done
+
+  // How many threads do best beside the run's own on this machine.
+  [[nodiscard]] static std::size_t usualThreads();
+
+  void add(std::shared_ptr<Task> task);  // begun in the order of adding
+  // Returns when it has run; what it threw is thrown here.
+  void finish(Task& task);
+  // Returns when it will not run any more, or has run. For what a task uses must outlive it.
+  void drop(Task& task);
+  [[nodiscard]] bool isDone(const Task& task);
+
+ private:
+  void work();
+  void runUnlocked(Task& task, std::unique_lock<std::mutex>& lock);
+
+  std::mutex mutex_;
+  std::condition_variable waiting_;  // a task was added, or the end has come
+  std::condition_variable done_;
+  std::deque<std::shared_ptr<Task>> tasks_;  // also such as were taken out of turn
+  bool ends_ = false;
+  std::vector<std::thread> threads_;
+};
+
+}  // namespace lumisk
