@@ -1,5 +1,6 @@
 #include "ui/local_desktop.h"
 
+#include "engine/work_pool.h"
 #include "jobs/shared_files.h"
 #include "platform/process.h"
 
@@ -9,6 +10,7 @@ namespace {
 WorkerServices workerServices(FileCalls& files, Clock& clock, NotificationCenter& notifications, UserDialogs& dialogs,
                               KeychainImages& images, FileEventStreams& streams) {
   WorkerServices services{files, clock, notifications, dialogs, images, {}, {}, {}};
+  services.threads = WorkPool::usualThreads();
   services.eventListening = makeEventListening(streams, files);
   services.clone.makeCloner = [&dialogs] { return makeCloneVolumeObject(dialogs); };
   return services;
