@@ -53,6 +53,7 @@ class TerminalRun {
         display_(io, choices.dryRun || choices.json ? RunDisplay::Progress::kNever : RunDisplay::Progress::kOnTerminal),
         dialogs_(display_, job.record.fileConflictType),
         services_{io.files, io.clock, notifications_, dialogs_, images_, {}, {}, {}} {
+    services_.threads = WorkPool::usualThreads();
     services_.clone.makeCloner = [this] { return makeCloneVolumeObject(dialogs_); };
   }
 
@@ -78,7 +79,6 @@ class TerminalRun {
 };
 
 void TerminalRun::useStore(StoreAccess& access) {
-  services_.threads = WorkPool::usualThreads();
   services_.preference = [&access](const std::string& key) { return access.stored().preference(key); };
   services_.getDataBit = [&access](std::int32_t index) {
     std::uint32_t bits = 0;

@@ -28,10 +28,13 @@ void WorkPool::work() {
   for (;;) {
     waiting_.wait(lock, [this] { return ends_ || !tasks_.empty(); });
     if (ends_) return;
-    const std::shared_ptr<Task> task = std::move(tasks_.front());
+    // Whoever added it keeps it until it is done, and may take it apart from then on.
+    Task& task = *tasks_.front();
+    const bool isWaiting = task.state_ == Task::State::kWaiting;
+    if (isWaiting) task.state_ = Task::State::kRunning;
     tasks_.pop_front();
-    if (task->state_ != Task::State::kWaiting) continue;
-    runUnlocked(*task, lock);
+    if (!isWaiting) continue;
+    runUnlocked(task, lock);
     done_.notify_all();
   }
 }

@@ -41,7 +41,8 @@ class WorkPool {
   // How many threads do best beside the run's own on this machine.
   [[nodiscard]] static std::size_t usualThreads();
 
-  void add(std::shared_ptr<Task> task);  // begun in the order of adding
+  // Begun in the order of adding. Kept by the caller, too, until finish() or drop() has returned.
+  void add(std::shared_ptr<Task> task);
   // Returns when it has run; what it threw is thrown here.
   void finish(Task& task);
   // Returns when it will not run any more, or has run. For what a task uses must outlive it.
