@@ -1,13 +1,15 @@
 #include "engine/work_pool.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace lumisk {
 
 std::size_t WorkPool::usualThreads() {
   // More than these wait for each other in the file system.
-  constexpr std::size_t kMost = 4;
-  return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMost);
+  constexpr unsigned long kMost = 8;
+  const char* const asked = std::getenv("LUMISK_THREADS");
+  return asked == nullptr ? 0 : std::min(std::strtoul(asked, nullptr, 10), kMost);
 }
 
 WorkPool::WorkPool(std::size_t threads) {

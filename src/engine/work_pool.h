@@ -38,7 +38,7 @@ class WorkPool {
   WorkPool& operator=(const WorkPool&) = delete;
   ~WorkPool();  // what no thread has begun is never done
 
-  // How many threads do best beside the run's own on this machine.
+  // How many the environment variable LUMISK_THREADS asks for beside the run's own; none without it.
   [[nodiscard]] static std::size_t usualThreads();
 
   // Begun in the order of adding. Kept by the caller, too, until finish() or drop() has returned.
