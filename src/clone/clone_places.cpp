@@ -95,6 +95,7 @@ Result<CloneFacts> openVolumes(CloneState& state) {
   LUMISK_TRY(facts.source, volumeOf(state.files, state.source, state.order.sourcePath));
   LUMISK_TRY(facts.target, volumeOf(state.files, state.target, state.order.targetPath));
   LUMISK_TRY(facts.mounts, mountTable());
+  if (facts.source.mount && facts.source.blockDevice != 0) state.sourceNode = deviceNodeOf(*facts.source.mount);
   facts.orderedDevice = volume::blockDeviceNumber(state.order.targetDevice);
   findUses(facts);
   if (facts.source.mount && facts.target.mount) LUMISK_CHECK(findSizes(state, facts));

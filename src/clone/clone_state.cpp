@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "platform/byte_text.h"
+#include "platform/volume_changes.h"
 
 namespace lumisk {
 namespace {
@@ -24,6 +25,15 @@ bool CloneState::isCancelled() {
 
 bool CloneState::mustStop() {
   return !lost_.empty() || isCancelled();
+}
+
+bool CloneState::isSourceThere() {
+  if (!lost_.empty() || sourceNode.empty()) return lost_.empty();
+  const auto answers = volume::checkAnswers(sourceNode);
+  if (answers) return true;
+  failed("", answers.error());
+  lost_ = answers.error().text();
+  return false;
 }
 
 void CloneState::atEntry(std::string path) {

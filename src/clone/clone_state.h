@@ -26,6 +26,9 @@ class CloneState {
   // Cancelled, or one of the volumes has gone and nothing more can be done.
   [[nodiscard]] bool mustStop();
   [[nodiscard]] const std::string& whatIsLost() const { return lost_; }  // empty while both volumes are there
+  // Whether the source's disk still answers: some file systems (vfat, iso9660) show empty folders, and no error, when
+  // theirs has gone. Nothing more is done otherwise.
+  [[nodiscard]] bool isSourceThere();
   void atEntry(std::string path);
   void lookingAt(const std::string& path);  // again, without counting it
   void wrote(std::uint64_t bytes);
@@ -37,6 +40,7 @@ class CloneState {
   FileCalls& files;
   const CloneOrder& order;
   ClonedVolume source;
+  std::string sourceNode;  // "/dev/sdb1"; empty when the source lies on no disk
   ClonedVolume target;
   UnfinishedMark mark;
   CloneReport report;

@@ -55,13 +55,19 @@ void CloneUpdate::enter(const std::string& name, const std::optional<FileStatus>
   auto pair = openPair(name, target, isBorder);
   if (!pair) return state_.failed(path, pair.error());
   if (isBorder) {
-    state_.said(path, "another file system is mounted there, which is not carried");
+    sayWhatIsLeftOut(pair->sourceStatus, path);
     repairFolder(*pair);
     if (const auto finished = finishFolder(*pair); !finished) state_.failed(path, finished.error());
     return;
   }
   stack_.push(std::move(*pair));
   clearStanding(stack_.top());
+}
+
+// Another volume is no part of this one; a subvolume is, and a clone without it is not whole.
+void CloneUpdate::sayWhatIsLeftOut(const FileStatus& border, const std::string& path) {
+  if (border.isMountRoot) return state_.said(path, "another file system is mounted there, which is not carried");
+  state_.failed(path, "a subvolume of its own, which is not carried: clone it where it is mounted");
 }
 
 // The source is listed before anything is made for it.

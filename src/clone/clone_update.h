@@ -26,6 +26,7 @@ class CloneUpdate {
   Result<FolderPair> openPair(const std::string& name, std::optional<FileStatus> target, bool& isBorder);
   Result<void> openTarget(FolderPair& pair, std::optional<FileStatus> target);
   Result<void> makeFolder(FolderPair& pair);
+  void sayWhatIsLeftOut(const FileStatus& border, const std::string& path);
   void clearStanding(FolderPair& pair);
   void repairFolder(FolderPair& pair);
   void leave();

@@ -16,10 +16,13 @@ constexpr std::size_t kOpenLevels = 32;
 
 void TreeRemoval::removeExtras(int folder, const NameList& standing, const NameList& wanted, const std::string& path) {
   std::size_t at = 0;
+  bool isProven = false;
   for (std::size_t i = 0; i < standing.size() && !state_.mustStop(); ++i) {
     const std::string_view name = standing.name(i);
     while (at < wanted.size() && wanted.name(at) < name) ++at;
     if (at < wanted.size() && wanted.name(at) == name) continue;
+    if (!isProven && !state_.isSourceThere()) return;
+    isProven = true;
     remove(folder, std::string(name), path.empty() ? std::string(name) : path + "/" + std::string(name));
   }
 }

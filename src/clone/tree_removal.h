@@ -17,7 +17,8 @@ class TreeRemoval {
   // Whether nothing of that name is left in the open folder. `path`: for what is told.
   bool remove(int folder, const std::string& name, const std::string& path);
 
-  // All that stands in the target's folder and not in the source's; both must have been listed whole.
+  // All that stands in the target's folder and not in the source's; both must have been listed whole. Nothing when the
+  // source's disk no longer answers.
   void removeExtras(int folder, const NameList& standing, const NameList& wanted, const std::string& path);
 
  private:

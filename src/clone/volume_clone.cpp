@@ -84,7 +84,7 @@ bool VolumeClone::format() {
 void VolumeClone::update() {
   state_.mark.read(state_.target.root.get());
   CloneUpdate(state_).run();
-  if (!state_.mustStop()) setLabel();
+  if (!state_.mustStop() && state_.isSourceThere()) setLabel();
   const bool isOnDisk = bringToDisk();
   if (isOnDisk && state_.order.verify && !state_.mustStop()) CloneVerify(state_).run();
   judge();
@@ -108,8 +108,9 @@ bool VolumeClone::bringToDisk() {
     state_.failed("", synced.error());
     return false;
   }
-  // What an earlier clone left in doubt is settled by one that has been everywhere.
-  if (!state_.mustStop() || !state_.mark.wasFound()) state_.mark.clear(root);
+  // What an earlier clone left in doubt is settled by one that has been everywhere and could do everything.
+  const bool isSettled = !state_.mustStop() && state_.report.failures == 0;
+  if (isSettled || !state_.mark.wasFound()) state_.mark.clear(root);
   return true;
 }
 

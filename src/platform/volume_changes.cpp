@@ -187,6 +187,17 @@ Result<Descriptor> holdDevice(const std::string& node) {
   return device;
 }
 
+Result<void> checkAnswers(const std::string& node) {
+  constexpr std::size_t kPart = 4096;
+  alignas(kPart) std::array<char, kPart> part;
+  const Descriptor device(::open(node.c_str(), O_RDONLY | O_DIRECT | O_CLOEXEC | O_NONBLOCK));
+  if (!device.isOpen()) return fail("read from", node, errno);
+  const ssize_t size = ::pread(device.get(), part.data(), part.size(), 0);
+  // A disk with larger sectors answers in its own way.
+  if (size > 0 || (size < 0 && errno == EINVAL)) return {};
+  return fail("read from", node, size == 0 ? ENODEV : errno);
+}
+
 Result<void> checkUnused(const std::string& node) {
   const Descriptor device(::open(node.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_EXCL));
   if (!device.isOpen()) return fail("take", node, errno);

@@ -40,6 +40,8 @@ Result<void> mountAgain(const MountEntry& before, const std::string& node, const
 
 // Keeps a device from going when it is unmounted, as loop devices do that nobody else uses.
 Result<Descriptor> holdDevice(const std::string& node);
+// Reads a little from the disk itself, not from memory; an error when it has gone.
+Result<void> checkAnswers(const std::string& node);
 // EBUSY while the device is mounted or otherwise taken, in another mount namespace for one.
 Result<void> checkUnused(const std::string& node);
 

@@ -97,6 +97,43 @@ TEST_F(CloneFaults, FileWithoutItsBytesAfterACrash_IsFoundByTheMark) {
   expectExact();
 }
 
+TEST_F(CloneFaults, DoubtThatACloneWithFailuresCouldNotSettle_IsLeftToTheNext) {
+  makeTree(source.path(), {{"a", File{"right", 0644, 1000}}});
+  ASSERT_EQ(clone().end, End::kFinished);
+  ASSERT_TRUE(runQuietly("sleep 0.02; setfattr -n trusted.lumisk.clone -v $(date +%s.0) '" + target.path() + "'"));
+  makeTree(target.path(), {{"a", File{"wrong", 0644, 1000}}});
+  files.fail(FileCall::kOpenFile, EIO, {.name = "a"});
+  EXPECT_EQ(clone().end, End::kFailed);
+  expectExact();
+  EXPECT_EQ(readFile(target / "a"), "right");
+}
+
+// Some file systems (vfat, iso9660) show empty folders without an error when their disk has been pulled out.
+TEST_F(CloneFaults, SourceThatHasGone_IsNotTakenForAnEmptyOne) {
+  makeTree(source.path(), {{"d", Dir{{"file", File{"f"}}}}, {"e", File{"e"}}});
+  makeTree(target.path(), {{"d", Dir{{"file", File{"f"}}}}});
+  files.before(FileCall::kListFolder,
+               [&] {
+                 runQuietly("rm -rf '" + source / "d/file" + "' '" + source / "e" + "'; : > $(losetup -nO BACK-FILE " +
+                            deviceOf(source.path()) + ")");
+               },
+               {.name = "d"});
+  const CloneReport report = clone();
+  EXPECT_EQ(report.end, End::kFailed);
+  EXPECT_EQ(report.removed, 0U) << ::testing::PrintToString(observer.lines);
+  EXPECT_TRUE(exists(target / "d/file"));
+}
+
+TEST(CloneOfSubvolumes, Subvolume_IsNoSilentGap) {
+  const MountedVolume source("btrfs", 128), target("btrfs", 128);
+  if (!source.isMounted() || !target.isMounted()) GTEST_SKIP() << source.problem() << target.problem();
+  ASSERT_TRUE(runQuietly("btrfs subvolume create '" + source / "home" + "' && echo h > '" + source / "home/h" + "'"));
+  RecordingObserver observer;
+  const CloneReport report = cloneVolume(realFileCalls(), orderFor(source.path(), target.path()), observer);
+  EXPECT_EQ(report.end, End::kFailed);
+  EXPECT_TRUE(observer.hasSaid("home: a subvolume"));
+}
+
 TEST_F(CloneFaults, CancelAnywhere_EndsSoonAndTheNextCloneFinishes) {
   ASSERT_TRUE(runQuietly("cd '" + source.path() + "' && mkdir -p d/e && for i in $(seq 40); do echo $i > d/e/$i; done" +
                          " && head -c 5000000 /dev/urandom > big"));
