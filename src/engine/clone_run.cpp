@@ -1,5 +1,8 @@
 #include "engine/clone_run.h"
 
+#include <cerrno>
+
+#include "helper/os_status.h"
 #include "jobs/clone_checks.h"
 
 namespace lumisk {
@@ -80,6 +83,13 @@ bool CloneRun::isKnownVolume(const std::string& path, bool isAccepted, const cha
   return !report_.refused;
 }
 
+// What a target of before the first clone onto it holds is not this job's to remove. It is learned by cloning: runs
+// that were refused, and the choice of another target, leave it new.
+bool CloneRun::isNewTarget(const std::string& path) const {
+  const auto now = fileSystemNow(path);
+  return !now || checkRoot(fileSystemsFromList(info_.rootFileSystems), *now) != RootVerdict::kSame;
+}
+
 bool CloneRun::writeJob() {
   const std::string& target = info_.targetPaths.front();
   const auto device = services_.clone.deviceOf(target);
@@ -90,8 +100,7 @@ bool CloneRun::writeJob() {
   }
   jobFile_ = *path;
   removeCloneStatus(services_.files, jobFile_);
-  // What a target of before the first clone holds is not this job's to remove.
-  const bool _needDoWithFileConflict = info_.lastRunTime.empty();
+  const bool _needDoWithFileConflict = info_.lastRunTime.empty() || isNewTarget(target);
   job_ = cloneJobDictionary(info_, *device,
                             _needDoWithFileConflict ? CloneType::kLeavesExtras : CloneType::kRemovesExtras, jobFile_);
   log_.write("%s: source volume: %s\n", info_.name.c_str(), shown(info_.sourcePaths.front()).c_str());
@@ -203,9 +212,11 @@ void CloneRun::finish() {
   services_.dialogs.showFinish(dialog);
 }
 
-// Erasing makes another file system of the target. One that is not in place, or still worked on, is not learned.
+// Erasing makes another file system of the target. One that is not in place, or still worked on, is not learned; nor is
+// one that the helper would not touch.
 void CloneRun::rememberVolumes() {
-  if (info_.uuidString.empty() || cloner_->isHelperRunning()) return;
+  const bool isRefused = end_ && end_->code == BASErrnoToOSStatus(EPERM);
+  if (info_.uuidString.empty() || cloner_->isHelperRunning() || isRefused) return;
   const std::string& target = info_.targetPaths.front();
   const auto from = fileSystemNow(info_.sourcePaths.front());
   const auto to = fileSystemNow(target);

@@ -35,6 +35,7 @@ class CloneRun {
   [[nodiscard]] bool checkJob();
   [[nodiscard]] bool checkVolumes();
   [[nodiscard]] bool isKnownVolume(const std::string& path, bool isAccepted, const char* option);
+  [[nodiscard]] bool isNewTarget(const std::string& path) const;
   [[nodiscard]] bool writeJob();
   [[nodiscard]] bool startHelper();
   void poll();

@@ -146,6 +146,18 @@ TEST_F(CloneFixture, SecondRun_RemovesExtrasAndGoesOnWithTheSameThread) {
   EXPECT_EQ(helper.ordered["kCloneType"].integer(), 1);
 }
 
+TEST_F(CloneFixture, RunsThatNeverReachedTheTarget_LeaveItsExtrasToStay) {
+  helper.answer = kAuthorizationCancelled;
+  EXPECT_FALSE(f.runOnce().completed);
+  helper.answer = kNoError;
+  atLook = {{looks + 2, [&] { endWith({{"kFinishCloneJob", false}, {"kErrorCode", 1}}); }}};  // refused
+  EXPECT_FALSE(f.runOnce().completed);
+  helper.isAlive = true;
+  finishAt(looks + 3);
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_EQ(helper.ordered["kCloneType"].integer(), 0);
+}
+
 TEST_F(CloneFixture, OneTimeClone_LeavesTheWordToWhoeverRemovesIt) {
   f.job.scheduling_method = SchedulingMethod::kRealTime;
   finishAt(2);
