@@ -21,7 +21,8 @@ struct Device {
   std::string node;          // "/dev/sdb1", empty when it has no file
 };
 
-// The mount's own number stands for no device on btrfs and for file systems in user space; its source does.
+// The mount's own number stands for no device on btrfs; its source does. What users serve themselves (fuse(4)) lies on
+// no device, whatever they call its source; what root serves from one ("fuseblk") has the device's number.
 [[nodiscard]] Device deviceOf(const MountEntry& mount);
 
 // The number of the block device with this name ("loop1") or file ("/dev/loop1", links followed); nothing when there is

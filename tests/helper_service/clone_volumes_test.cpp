@@ -1,11 +1,13 @@
 #include "helper_service/clone_volumes.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
 #include <cerrno>
 
+#include "platform/descriptor.h"
 #include "platform/system_volumes.h"
 #include "platform/volume.h"
 #include "support/mounted_volume.h"
@@ -116,6 +118,38 @@ TEST_F(RealCloneVolumesTest, RunningSystem_IsNoTarget) {
   ASSERT_EQ(::mount("none", (target_ / "inner").c_str(), "tmpfs", 0, nullptr), 0);
   EXPECT_EQ(find(), EBUSY);
   ::umount((target_ / "inner").c_str());
+}
+
+// Mounts like fusermount3 for an ordinary user, who may say that his file system comes from any device; nobody answers.
+class UsersFileSystem {
+ public:
+  UsersFileSystem(const std::string& at, const std::string& source)
+      : place_(at), daemon_(::open("/dev/fuse", O_RDWR | O_CLOEXEC)) {
+    const std::string options = "rootmode=40000,user_id=54321,group_id=54321,fd=" + std::to_string(daemon_.get());
+    isMounted_ = ::mount(source.c_str(), at.c_str(), "fuse.users", MS_NOSUID | MS_NODEV, options.c_str()) == 0;
+  }
+  UsersFileSystem(const UsersFileSystem&) = delete;
+  UsersFileSystem& operator=(const UsersFileSystem&) = delete;
+  ~UsersFileSystem() {
+    if (isMounted_) ::umount2(place_.c_str(), MNT_DETACH);
+  }
+  [[nodiscard]] bool isMounted() const { return isMounted_; }
+
+ private:
+  std::string place_;
+  Descriptor daemon_;
+  bool isMounted_ = false;
+};
+
+TEST_F(RealCloneVolumesTest, FileSystemThatAUserServes_StandsForNoDeviceAndInNobodysWay) {
+  const TempTree home{{"users", Dir{}}};
+  const UsersFileSystem served(home / "users", order_.targetDevice);
+  if (!served.isMounted()) GTEST_SKIP() << "no FUSE here";
+  const auto devices = devicesOfRunningSystem({home / "users"});
+  ASSERT_TRUE(devices) << devices.error().text();
+  EXPECT_EQ(find({home / "users"}), 0);
+  order_.targetPath = home / "users";
+  EXPECT_NE(find(), 0);
 }
 
 TEST(DeviceLockTest, TargetIsLockedForOne_SourceForMany) {
