@@ -30,8 +30,8 @@ class MainLoop::Source {
 struct MainLoop::State {
   std::mutex mutex;
   std::deque<std::function<void()>> queue;
-  GSource* source = nullptr;
-  bool isQuitting = false;  // of the main thread
+  GSource* source = nullptr;  // null: the loop has gone
+  bool isQuitting = false;    // of the main thread
 
   // The next piece of work; the source sleeps when there is none.
   std::function<void()> take() {
@@ -43,6 +43,13 @@ struct MainLoop::State {
     }
     if (queue.empty()) g_source_set_ready_time(source, kAsleep);
     return next;
+  }
+
+  void put(std::function<void()> work) {
+    const std::lock_guard guard(mutex);
+    if (!source) return;
+    queue.push_back(std::move(work));
+    g_source_set_ready_time(source, kAtOnce);
   }
 
   static constexpr gint64 kAsleep = -1;
@@ -102,8 +109,12 @@ MainLoop::MainLoop() : state_(std::make_shared<State>()) {
 
 // What was given to perform() and has not been run is dropped.
 MainLoop::~MainLoop() {
+  std::deque<std::function<void()>> dropped;
+  const std::lock_guard guard(state_->mutex);
   g_source_destroy(state_->source);
   g_source_unref(state_->source);
+  state_->source = nullptr;
+  dropped.swap(state_->queue);
 }
 
 void MainLoop::run() {
@@ -121,9 +132,11 @@ void MainLoop::serveUntil(const std::function<bool()>& condition) {
 }
 
 void MainLoop::perform(std::function<void()> work) {
-  const std::lock_guard guard(state_->mutex);
-  state_->queue.push_back(std::move(work));
-  g_source_set_ready_time(state_->source, State::kAtOnce);
+  state_->put(std::move(work));
+}
+
+std::function<void(std::function<void()>)> MainLoop::performer() const {
+  return [state = state_](std::function<void()> work) { state->put(std::move(work)); };
 }
 
 MainLoop::SourceHandle MainLoop::every(std::chrono::milliseconds interval, std::function<void()> work) {

@@ -18,6 +18,8 @@ class MainLoop {
   // Serves the loop, also from within its own work, until the condition holds, which is looked at after every event.
   void serveUntil(const std::function<bool()>& condition);
   void perform(std::function<void()> work);  // later, on the main thread, in order
+  // perform() for threads that may outlive the loop: what they bring after its end is dropped.
+  [[nodiscard]] std::function<void(std::function<void()>)> performer() const;
 
   // Ends with the handle.
   class [[nodiscard]] Source;

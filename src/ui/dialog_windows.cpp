@@ -17,9 +17,7 @@ void serveWindowsUntil(const std::function<bool()>& isOver) {
 }  // namespace
 
 DialogWindows::DialogWindows(DialogDesk& desk, const Clock& clock, MainLoop& loop)
-    : desk_(desk),
-      clock_(clock),
-      background_(backgroundThreads([&loop](Background::Work work) { loop.perform(std::move(work)); })) {
+    : desk_(desk), clock_(clock), background_(backgroundThreads(loop.performer())) {
   desk_.observe([this] { follow(); });
   desk_.setNestedLoop(serveWindowsUntil);
   follow();

@@ -68,9 +68,7 @@ QWidget* makeDiskLine(const DiskRow& disk) {
 class VolumesWindow : public QWidget {
  public:
   VolumesWindow(UiContext& context, VolumesPresenter::Lister lister)
-      : volumes_(backgroundThreads([&loop = context.loop](Background::Work work) { loop.perform(std::move(work)); }),
-                 std::move(lister)),
-        scroll_(new QScrollArea) {
+      : volumes_(backgroundThreads(context.loop.performer()), std::move(lister)), scroll_(new QScrollArea) {
     setObjectName(QStringLiteral("window"));
     setAttribute(Qt::WA_StyledBackground);
     setWindowTitle(tr_("Volumes and disks"));

@@ -30,6 +30,23 @@ TEST(MainLoop, WorkOfOtherThreads_RunsInOrderOnTheMainThread) {
   EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
 }
 
+TEST(MainLoop, ThreadThatOutlivesTheLoop_BringsItsWorkInVain) {
+  const auto held = std::make_shared<int>();
+  std::function<void(std::function<void()>)> perform;
+  {
+    MainLoop loop;
+    perform = loop.performer();
+    perform([held] { FAIL() << "the loop does not run"; });
+    EXPECT_EQ(held.use_count(), 2);
+  }
+  EXPECT_EQ(held.use_count(), 1);  // what had been brought before has gone with the loop
+  std::thread([&] { perform([held] { FAIL() << "the loop has gone"; }); }).join();
+  MainLoop another;
+  another.quit();
+  another.run();
+  EXPECT_EQ(held.use_count(), 1);
+}
+
 TEST(MainLoop, QuitBeforeRun_IsNotLostAndTheLoopRunsAgain) {
   MainLoop loop;
   int runs = 0;

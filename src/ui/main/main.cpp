@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 #include <thread>
 
@@ -37,11 +38,17 @@ void sayThatItCannotStart(const Error& error) {
   QMessageBox::critical(nullptr, QStringLiteral("Qel Lumisk"), why);
 }
 
-// The user's interrupts end the program without a question; runs are cancelled and tell their end.
+// Ends the program without a question: quit() would ask the windows, one of which may refuse or only hide.
+void endAtOnce(DialogDesk& desk) {
+  desk.end();
+  QCoreApplication::exit();
+}
+
+// The user's interrupts; runs are cancelled and tell their end.
 struct Interrupts {
-  explicit Interrupts(MainLoop& loop)
-      : terminated(loop.onSignal(SIGTERM, [] { QApplication::quit(); })),
-        interrupted(loop.onSignal(SIGINT, [] { QApplication::quit(); })) {}
+  Interrupts(MainLoop& loop, DialogDesk& desk)
+      : terminated(loop.onSignal(SIGTERM, [&desk] { endAtOnce(desk); })),
+        interrupted(loop.onSignal(SIGINT, [&desk] { endAtOnce(desk); })) {}
   MainLoop::SourceHandle terminated, interrupted;
 };
 
@@ -63,7 +70,7 @@ Ending runWithOwnJobs(QApplication& application, MainLoop& loop, Desktop::Start 
   local.app().setShowWindow([&] { windows.showMain(); });
   local.app().setPathDialogs([&](const std::vector<std::string>& paths) { windows.openPickJob(paths); },
                              [&](const std::vector<std::string>& paths) { windows.openNewJob(paths); });
-  const Interrupts interrupts(loop);
+  const Interrupts interrupts(loop, desk);
   desktop.start(start);
   QApplication::exec();
   desk.end();  // a run that asks is not waited for
@@ -88,17 +95,17 @@ void waitBesideWindows(const std::function<void()>& work) {
 Ending runAsWindowOfOther(QApplication& application, MainLoop& loop) {
   DialogDesk desk(systemClock());
   DialogWindows dialogs(desk, systemClock(), loop);
-  const auto lost = [] {
+  const auto lost = [&desk] {
     QMessageBox::information(nullptr, QStringLiteral("Qel Lumisk"),
                              tr_("The Lumisk whose jobs these are has ended. Start it again to go on."));
-    QApplication::quit();
+    endAtOnce(desk);
   };
   InstanceJobsBoard board(loop, systemClock(), lost, waitBesideWindows);
   WindowSet windows(board, systemClock(), realFileCalls(), loop, desk);
   addAllWindows(windows);
   const DesktopTalk talk(desk, dialogs, windows);
   Desktop desktop(application, windows, [] { return true; });
-  const Interrupts interrupts(loop);
+  const Interrupts interrupts(loop, desk);
   desktop.start(Desktop::Start::kWithWindow);
   QApplication::exec();
   return Ending::kDone;
@@ -144,9 +151,7 @@ Ending run(QApplication& application, const Way& way) {
   return runWithOwnJobs(application, loop, way.start);
 }
 
-}  // namespace
-
-int main(int count, char** arguments) {
+int startDesktop(int count, char** arguments) {
   programStart::openMissingStreams();
   programStart::keepMemorySmall();
   std::signal(SIGPIPE, SIG_IGN);
@@ -163,4 +168,13 @@ int main(int count, char** arguments) {
   QApplication::setQuitOnLastWindowClosed(false);
   theme::apply(application, theme::Appearance::kSystem);
   return static_cast<int>(run(application, *way));
+}
+
+}  // namespace
+
+// What the program holds until its very end is not taken away under threads that still wait for a dead server.
+int main(int count, char** arguments) {
+  const int ending = startDesktop(count, arguments);
+  std::fflush(nullptr);
+  std::_Exit(ending);
 }
