@@ -27,7 +27,7 @@ constexpr QSize kScreenMargin{32, 64};
 using ButtonKind = widgets::ButtonKind;
 
 Background backgroundOf(const JobEditorSeams& seams, MainLoop& loop) {
-  Background background = backgroundThreads([&loop](Background::Work work) { loop.perform(std::move(work)); });
+  Background background = backgroundThreads(loop.performer());
   if (seams.startThread) background.start = seams.startThread;
   return background;
 }
@@ -254,7 +254,9 @@ void JobEditorWindow::makeImage() {
   dialog->open();
 }
 
+// What was typed into a field that has not been left is as much entered as the rest.
 void JobEditorWindow::closeEvent(QCloseEvent* event) {
+  if (QWidget* const field = focusWidget(); field && !isDone_) field->clearFocus();
   if (isDone_ || !job_.isChanged()) return event->accept();
   event->ignore();
   askToDiscard();

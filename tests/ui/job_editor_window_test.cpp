@@ -216,6 +216,17 @@ TEST_F(JobEditorWindowTest, ClosedInTheMiddle_ChangesNothing) {
   settle();
   click("discard");
   EXPECT_FALSE(window);
+
+  open(uuid);
+  auto* const target = find<QLineEdit>("targetPath");
+  target->setFocus();
+  target->selectAll();
+  QTest::keyClicks(target, QString::fromStdString(tree / "o"));
+  window->close();
+  settle();
+  ASSERT_TRUE(window) << "a path that is still being typed is an entry, too";
+  click("discard");
+  EXPECT_FALSE(window);
   EXPECT_EQ(board.list[0].stored, before);
   EXPECT_TRUE(board.calls.empty());
 }
