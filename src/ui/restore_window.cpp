@@ -209,13 +209,22 @@ class RestoreWindow : public QWidget {
     hint_->setText(shownText(hint));
     hint_->setVisible(!hint.empty());
     if (restore_.isLooking() && !restore_.versions().empty()) return;  // what is shown stays until there is more
-    const int before = versions_->indexOfTopLevelItem(versions_->currentItem());
+    const QByteArray chosen = versions_->currentItem() ? versionOf(*versions_->currentItem()) : QByteArray();
     versions_->clear();
     for (const VersionRow& version : restore_.versions()) addVersion(version);
     fitColumns();
-    if (versions_->topLevelItemCount() > 0)
-      versions_->setCurrentItem(versions_->topLevelItem(std::clamp(before, 0, versions_->topLevelItemCount() - 1)));
+    choose(chosen);
   }
+
+  // The version that was chosen, wherever it stands by now; the first where it is not there.
+  void choose(const QByteArray& version) {
+    if (versions_->topLevelItemCount() == 0) return;
+    versions_->setCurrentItem(versions_->topLevelItem(0));
+    for (int row = 0; row < versions_->topLevelItemCount(); ++row)
+      if (versionOf(*versions_->topLevelItem(row)) == version) versions_->setCurrentItem(versions_->topLevelItem(row));
+  }
+
+  static QByteArray versionOf(const QTreeWidgetItem& item) { return item.data(kDate, kPathRole).toByteArray(); }
 
   // With room for the headings, whose padding is the style sheet's.
   void fitColumns() {
@@ -230,6 +239,7 @@ class RestoreWindow : public QWidget {
   void addVersion(const VersionRow& version) {
     auto* const item = new QTreeWidgetItem(versions_);
     item->setText(kDate, shownText(version.date));
+    item->setData(kDate, kPathRole, bytes(version.place + '\0' + version.date));
     item->setText(kKind, shownText(version.kind));
     item->setText(kSize, shownText(version.size));
     item->setTextAlignment(kSize, Qt::AlignRight | Qt::AlignVCenter);
@@ -299,18 +309,17 @@ void addRestoreWindow(WindowSet& windows) {
   // What was opened stays until the program ends.
   const auto opener = std::make_shared<VersionOpener>();
   windows.add(WindowKind::kRestore, [opener](UiContext& context, const WindowRequest& request) -> QWidget* {
-    RestorePresenter::Services services{
-        context.files,
-        context.clock,
-        context.dialogs,
-        backgroundThreads([&loop = context.loop](Background::Work work) { loop.perform(std::move(work)); }),
-        [&board = context.board] {
-          PropertyList::Array jobs;
-          for (BoardJob& job : board.jobs()) jobs.push_back(std::move(job.stored));
-          return jobs;
-        },
-        pluginListPath(),
-        opener};
+    RestorePresenter::Services services{context.files,
+                                        context.clock,
+                                        context.dialogs,
+                                        backgroundThreads(context.loop.performer()),
+                                        [&board = context.board] {
+                                          PropertyList::Array jobs;
+                                          for (BoardJob& job : board.jobs()) jobs.push_back(std::move(job.stored));
+                                          return jobs;
+                                        },
+                                        pluginListPath(),
+                                        opener};
     return new RestoreWindow(std::move(services), request);
   });
 }
