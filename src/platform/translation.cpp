@@ -104,6 +104,13 @@ std::string translated(const char* english) {
   return dgettext(kDomain, english);
 }
 
+// The key that msgfmt(1) makes of a context and a text.
+std::string translatedAs(const char* sense, const char* english) {
+  const std::string key = std::string(sense) + '\004' + english;
+  const std::string found = translated(key.c_str());
+  return found == key ? translated(english) : found;
+}
+
 std::string translatedCount(const char* one, const char* many, unsigned long count) {
   if (!gc_messages) return count == 1 ? one : many;
   const LocaleOfThread locale(gc_messages);

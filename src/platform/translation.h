@@ -18,10 +18,17 @@ void startTranslation(const std::string& catalogues, const std::string& language
 void keepMachineLocale();
 
 [[nodiscard]] std::string translated(const char* english);
+// Of a text that means something else elsewhere: `sense` tells the two apart in the catalogue. A catalogue that does
+// not distinguish them has translated().
+[[nodiscard]] std::string translatedAs(const char* sense, const char* english);
 // The form for so many; the number is still to be put in.
 [[nodiscard]] std::string translatedCount(const char* one, const char* many, unsigned long count);
 // Marks a text for the catalogue that is translated where it is shown.
 constexpr const char* markedText(const char* english) {
+  return english;
+}
+
+constexpr const char* markedTextAs(const char* /*sense*/, const char* english) {
   return english;
 }
 

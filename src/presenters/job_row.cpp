@@ -17,11 +17,13 @@ namespace {
 
 constexpr std::size_t kMostPaths = 2;
 constexpr const char* kMorePaths = " . . . . . .";
+constexpr const char* kStatusSense = "status";  // of words that are on buttons, too
 
 // Here to be found by those who collect what is to be translated; they are made by other floors.
 [[maybe_unused]] constexpr const char* kTextsOfOthers[] = {
-    markedText("Never Ran"),  markedText("Last Ran"),           markedText("Cancel"), markedText("Error"),
-    markedText("Continuous"), markedText("The job is disable"), markedText("unknow"), markedText("Generate error")};
+    markedText("Never Ran"), markedText("Last Ran"),      markedTextAs("status", "Cancel"),
+    markedText("Error"),     markedText("Continuous"),    markedText("The job is disable"),
+    markedText("unknow"),    markedText("Generate error")};
 
 RowState stateOf(const PropertyList& stored, bool isRunning) {
   const auto cancel = static_cast<CancelStatus>(stored[kCancelStatusKey].integer32());
@@ -43,7 +45,7 @@ std::string firstLines(const std::string& text, std::size_t most) {
 
 // The word alone; when it was stands below it as the user writes dates.
 std::string wordOf(const std::string& statusText) {
-  return translated(statusText.substr(0, statusText.find('\n')).c_str());
+  return translatedAs(kStatusSense, statusText.substr(0, statusText.find('\n')).c_str());
 }
 
 std::string noteOf(const PropertyList& stored, WallTime now) {

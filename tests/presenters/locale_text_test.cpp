@@ -1,8 +1,13 @@
 #include "presenters/locale_text.h"
 
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
+#include <memory>
 #include <set>
+#include <sstream>
+#include <utility>
 
 #include "platform/calendar_date.h"
 #include "presenters/dialog_texts.h"
@@ -16,7 +21,7 @@ using test::ScopedVariable;
 
 // The texts of a catalogue: singular and plural by the key.
 struct Entry {
-  std::string id, plural;
+  std::string context, id, plural;
   std::vector<std::string> texts;
 };
 
@@ -32,13 +37,16 @@ std::string unquoted(const std::string& line) {
   return text;
 }
 
-std::vector<Entry> entriesOf(const std::string& path) {
+std::vector<Entry> entriesOf(const std::string& catalogue) {
   std::vector<Entry> entries;
+  std::string context;
   std::string* target = nullptr;
-  std::istringstream lines(test::readFile(path));
+  std::istringstream lines(catalogue);
   for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with("msgid ")) {
-      entries.emplace_back();
+    if (line.starts_with("msgctxt ")) {
+      target = &(context = "");
+    } else if (line.starts_with("msgid ")) {
+      entries.push_back({std::exchange(context, ""), {}, {}, {}});
       target = &entries.back().id;
     } else if (line.starts_with("msgid_plural ")) {
       target = &entries.back().plural;
@@ -73,7 +81,7 @@ class GermanTexts : public ::testing::Test {
 };
 
 TEST(Catalogue, EveryText_IsTranslatedWithTheSamePlaceholders) {
-  for (const Entry& entry : entriesOf(LUMISK_GERMAN_CATALOGUE)) {
+  for (const Entry& entry : entriesOf(test::readFile(LUMISK_GERMAN_CATALOGUE))) {
     if (entry.id.empty()) continue;
     EXPECT_EQ(entry.texts.size(), entry.plural.empty() ? 1U : 2U) << entry.id;
     for (const std::string& text : entry.texts) {
@@ -84,6 +92,32 @@ TEST(Catalogue, EveryText_IsTranslatedWithTheSamePlaceholders) {
       EXPECT_EQ(text.ends_with('\n'), entry.id.ends_with('\n')) << entry.id;
     }
   }
+}
+
+// The template as the sources have it; empty without the tools that gather it.
+std::string gatheredTexts() {
+  const auto root = std::filesystem::path(LUMISK_GERMAN_CATALOGUE).parent_path().parent_path();
+  const std::string command = "'" + (root / "scripts/update_translations").string() + "' --print 2>&1";
+  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), &::pclose);
+  std::string text;
+  char part[4096];
+  while (const std::size_t got = pipe ? std::fread(part, 1, sizeof part, pipe.get()) : 0) text.append(part, got);
+  return text;
+}
+
+TEST(Catalogue, EveryTextOfTheSources_IsInIt) {
+  const auto wanted = entriesOf(gatheredTexts());
+  if (wanted.size() < 2) GTEST_SKIP() << "gettext or the repository is missing";
+  std::set<std::pair<std::string, std::string>> known;
+  for (const Entry& entry : entriesOf(test::readFile(LUMISK_GERMAN_CATALOGUE))) known.insert({entry.context, entry.id});
+  for (const Entry& entry : wanted)
+    EXPECT_TRUE(known.contains({entry.context, entry.id})) << entry.id << ": run scripts/update_translations";
+}
+
+TEST_F(GermanTexts, WordOfAStatusAndOfAButton_Differ) {
+  EXPECT_EQ(translated("Cancel"), "Abbrechen");
+  EXPECT_EQ(translatedAs("status", "Cancel"), "Abgebrochen");
+  EXPECT_EQ(translatedAs("status", "Error"), "Fehler");
 }
 
 TEST_F(GermanTexts, SizesAndDates_AreTheLanguagesOwn_AndMachineTextsAreNot) {
