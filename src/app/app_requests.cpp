@@ -46,6 +46,7 @@ class RequestAnswer {
   Dictionary changeJobs();
   Dictionary setPreference();
   Dictionary showWindow();
+  Dictionary showVersions();
 
   [[nodiscard]] Dictionary statusOf(const std::string& uuid, std::int32_t index);
   [[nodiscard]] RunOptions options();
@@ -83,6 +84,8 @@ Dictionary RequestAnswer::give() {
       return setPreference();
     case RequestAction::kShowWindow:
       return showWindow();
+    case RequestAction::kShowVersions:
+      return showVersions();
   }
   return answer(RequestResult::kNotUnderstood);
 }
@@ -226,6 +229,12 @@ Dictionary RequestAnswer::setPreference() {
 Dictionary RequestAnswer::showWindow() {
   if (!members_.showWindow) return answer(RequestResult::kRefused, "the running instance has no windows");
   members_.showWindow();
+  return answer(RequestResult::kDone);
+}
+
+Dictionary RequestAnswer::showVersions() {
+  if (!members_.showVersions) return answer(RequestResult::kRefused, "the running instance has no windows");
+  members_.showVersions(selectedPaths());
   return answer(RequestResult::kDone);
 }
 

@@ -28,6 +28,7 @@ enum class RequestAction : std::int32_t {
   kReload = 1006,         // read the store again
   kSetPreference = 1007,  // "key" and "value" of "SGPreferences"
   kShowWindow = 1008,     // kRefused by an instance without windows
+  kShowVersions = 1009,  // of the one path in "selected_Array", to be put back; kRefused by an instance without windows
 };
 
 enum class RequestResult : std::int32_t {

@@ -86,7 +86,7 @@ struct QuorvelAppObject::Members {
   };
   std::vector<JobObserver> jobObservers;
   std::function<void()> showWindow;
-  TakePaths addToJob, makeJob;
+  TakePaths addToJob, makeJob, showVersions;
   bool storeTroubleIsTold = false;
   bool isLaunched = false;
 };

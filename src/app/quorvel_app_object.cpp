@@ -191,6 +191,10 @@ void QuorvelAppObject::setShowWindow(std::function<void()> showWindow) {
   members_->showWindow = std::move(showWindow);
 }
 
+void QuorvelAppObject::setShowVersions(TakePaths showVersions) {
+  members_->showVersions = std::move(showVersions);
+}
+
 void QuorvelAppObject::setPathDialogs(TakePaths addToJob, TakePaths makeJob) {
   members_->addToJob = std::move(addToJob);
   members_->makeJob = std::move(makeJob);

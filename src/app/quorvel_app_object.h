@@ -83,6 +83,8 @@ class QuorvelAppObject : public MessageDelegate {
   void setPathDialogs(TakePaths addToJob, TakePaths makeJob);
   // How a face with windows shows itself when it is started once more.
   void setShowWindow(std::function<void()> showWindow);
+  // How it shows the earlier versions of a path.
+  void setShowVersions(TakePaths showVersions);
 
   struct Members;  // for the sources of this folder
 

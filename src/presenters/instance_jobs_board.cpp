@@ -31,10 +31,13 @@ std::vector<BoardRun> runsOf(const PropertyList& answer) {
 
 }  // namespace
 
-OtherInstance askOtherInstance() {
+OtherInstance askOtherInstance(const std::string& pathToRestore) {
   doClient client;
   if (!client.connect()) return OtherInstance::kNone;
-  const auto answer = client.request(requestOf(RequestAction::kShowWindow), kPatience);
+  const auto request = pathToRestore.empty() ? requestOf(RequestAction::kShowWindow)
+                                             : requestOf(RequestAction::kShowVersions,
+                                                         {{kSelectedArrayKey, PropertyList::Array{pathToRestore}}});
+  const auto answer = client.request(request, kPatience);
   if (!answer) return OtherInstance::kNone;
   const auto result = PropertyList(*answer)[kResultKey];
   const bool isShown = !result.isNone() && static_cast<RequestResult>(result.integer32()) == RequestResult::kDone;

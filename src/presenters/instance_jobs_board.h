@@ -12,9 +12,9 @@
 namespace lumisk {
 
 // Another instance, by its message server: whether one serves this home folder, and of which kind. When it has windows,
-// it has brought them to the front.
+// it has brought them to the front, or shown the earlier versions of a path that is given.
 enum class OtherInstance { kNone, kWithoutWindows, kShowsItsWindow };
-[[nodiscard]] OtherInstance askOtherInstance();
+[[nodiscard]] OtherInstance askOtherInstance(const std::string& pathToRestore = {});
 
 // The jobs of an instance without windows, which owns the store: everything that changes goes over its message server;
 // what is stored is read from the disk. A thread of its own asks once a second what runs. Main thread only.

@@ -96,6 +96,15 @@ TEST_F(JobsBoardsTest, SecondStart_ShowsTheWindowOfTheFirstWhereThereIsOne) {
   waitServing([&] { found = askOtherInstance(); });
   EXPECT_EQ(found, OtherInstance::kShowsItsWindow);
   EXPECT_EQ(shown, 1);
+
+  waitServing([&] { found = askOtherInstance("/s/a\xff"); });
+  EXPECT_EQ(found, OtherInstance::kWithoutWindows);
+  std::vector<std::string> asked;
+  app->setShowVersions([&](const auto& paths) { asked = paths; });
+  waitServing([&] { found = askOtherInstance("/s/a\xff"); });
+  EXPECT_EQ(found, OtherInstance::kShowsItsWindow);
+  EXPECT_EQ(asked, std::vector<std::string>{"/s/a\xff"});
+  EXPECT_EQ(shown, 1);
 }
 
 }  // namespace

@@ -6,10 +6,14 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/byte_text.h"
+#include "platform/paths.h"
 #include "platform/process.h"
 #include "platform/program_start.h"
 #include "platform/real_file_calls.h"
@@ -28,9 +32,10 @@ using namespace lumisk;
 enum class Ending { kDone = 0, kFailed = 1, kWrongUsage = 2, kStoreIsHeld = 4 };
 
 constexpr const char* kUsage =
-    "usage: lumisk-desktop [--background | --attach]\n"
+    "usage: lumisk-desktop [--background | --attach | --restore PATH]\n"
     "Runs the jobs, with windows; with --background without one at first, where the desktop has a tray.\n"
-    "Beside an instance without windows it asks whether to show that one's jobs; with --attach it does so at once.\n";
+    "Beside an instance without windows it asks whether to show that one's jobs; with --attach it does so at once.\n"
+    "With --restore it shows the earlier versions of a file or folder.\n";
 
 void sayThatItCannotStart(const Error& error) {
   const QString why = error.code == EWOULDBLOCK ? tr_("Qel Lumisk already run") : shownText(error.text());
@@ -52,8 +57,20 @@ struct Interrupts {
   MainLoop::SourceHandle terminated, interrupted;
 };
 
+// How the program was started.
+struct Way {
+  Desktop::Start start = Desktop::Start::kWithWindow;
+  bool attaches = false;        // to an instance without windows, unasked
+  std::string pathToRestore{};  // bytes; empty: none
+};
+
+void begin(Desktop& desktop, WindowSet& windows, const Way& way) {
+  desktop.start(way.start);
+  if (!way.pathToRestore.empty()) windows.openRestoreOfPath(way.pathToRestore);
+}
+
 // The application itself, in the order in which its parts must outlive each other.
-Ending runWithOwnJobs(QApplication& application, MainLoop& loop, Desktop::Start start) {
+Ending runWithOwnJobs(QApplication& application, MainLoop& loop, const Way& way) {
   DialogDesk desk(systemClock());
   DialogWindows dialogs(desk, systemClock(), loop);
   LocalDesktop local(loop, desk, systemClock(), realFileCalls());
@@ -68,10 +85,13 @@ Ending runWithOwnJobs(QApplication& application, MainLoop& loop, Desktop::Start 
   const DesktopTalk talk(desk, dialogs, windows);
   Desktop desktop(application, windows, [&] { return local.app().terminateApplicationAction(); });
   local.app().setShowWindow([&] { windows.showMain(); });
+  local.app().setShowVersions([&](const std::vector<std::string>& paths) {
+    if (!paths.empty()) windows.openRestoreOfPath(paths.front());
+  });
   local.app().setPathDialogs([&](const std::vector<std::string>& paths) { windows.openPickJob(paths); },
                              [&](const std::vector<std::string>& paths) { windows.openNewJob(paths); });
   const Interrupts interrupts(loop, desk);
-  desktop.start(start);
+  begin(desktop, windows, way);
   QApplication::exec();
   desk.end();  // a run that asks is not waited for
   local.app().applicationWillTerminate();
@@ -92,7 +112,7 @@ void waitBesideWindows(const std::function<void()>& work) {
 }
 
 // The windows of an instance that has none, until it ends or they are closed.
-Ending runAsWindowOfOther(QApplication& application, MainLoop& loop) {
+Ending runAsWindowOfOther(QApplication& application, MainLoop& loop, const Way& way) {
   DialogDesk desk(systemClock());
   DialogWindows dialogs(desk, systemClock(), loop);
   const auto lost = [&desk] {
@@ -106,7 +126,7 @@ Ending runAsWindowOfOther(QApplication& application, MainLoop& loop) {
   const DesktopTalk talk(desk, dialogs, windows);
   Desktop desktop(application, windows, [] { return true; });
   const Interrupts interrupts(loop, desk);
-  desktop.start(Desktop::Start::kWithWindow);
+  begin(desktop, windows, way);
   QApplication::exec();
   return Ending::kDone;
 }
@@ -122,33 +142,32 @@ bool wantsItsWindow() {
   return box.clickedButton() == static_cast<const QAbstractButton*>(show);
 }
 
-// How the program was started.
-struct Way {
-  Desktop::Start start = Desktop::Start::kWithWindow;
-  bool attaches = false;  // to an instance without windows, unasked
-};
-
 // Nothing for arguments that it does not know. The entry that starts the program at login says "daemon", as for the
 // program without windows.
-std::optional<Way> wayOf(const QStringList& arguments) {
-  if (arguments.isEmpty()) return Way{};
+std::optional<Way> wayOf(const std::vector<std::string>& arguments) {
+  if (arguments.empty()) return Way{};
+  if (arguments.size() == 2 && arguments[0] == "--restore" && !arguments[1].empty()) {
+    std::error_code none;
+    return Way{Desktop::Start::kWithWindow, true,
+               paths::normalised(arguments[1], std::filesystem::current_path(none).string())};
+  }
   if (arguments.size() > 1) return std::nullopt;
-  if (arguments[0] == QLatin1String("--attach")) return Way{Desktop::Start::kWithWindow, true};
-  const bool isBackground = arguments[0] == QLatin1String("--background") || arguments[0] == QLatin1String("daemon");
+  if (arguments[0] == "--attach") return Way{Desktop::Start::kWithWindow, true};
+  const bool isBackground = arguments[0] == "--background" || arguments[0] == "daemon";
   return isBackground ? std::optional(Way{Desktop::Start::kInBackground, false}) : std::nullopt;
 }
 
 Ending run(QApplication& application, const Way& way) {
   MainLoop loop;
-  switch (askOtherInstance()) {
+  switch (askOtherInstance(way.pathToRestore)) {
     case OtherInstance::kShowsItsWindow:
       return Ending::kDone;
     case OtherInstance::kWithoutWindows:
-      return way.attaches || wantsItsWindow() ? runAsWindowOfOther(application, loop) : Ending::kStoreIsHeld;
+      return way.attaches || wantsItsWindow() ? runAsWindowOfOther(application, loop, way) : Ending::kStoreIsHeld;
     case OtherInstance::kNone:
       break;
   }
-  return runWithOwnJobs(application, loop, way.start);
+  return runWithOwnJobs(application, loop, way);
 }
 
 int startDesktop(int count, char** arguments) {
@@ -158,7 +177,7 @@ int startDesktop(int count, char** arguments) {
   startTranslation(catalogueFolder(process::programPath()));
   QApplication application(count, arguments);
   keepMachineLocale();  // the toolkit has taken the user's for the whole process
-  const auto way = wayOf(QApplication::arguments().mid(1));
+  const auto way = wayOf({arguments + 1, arguments + count});
   if (!way) {
     std::fputs(kUsage, stderr);
     return static_cast<int>(Ending::kWrongUsage);
