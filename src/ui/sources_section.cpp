@@ -4,6 +4,7 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "presenters/uri_list.h"
 #include "ui/text.h"
@@ -92,13 +93,20 @@ QWidget* SourcesSection::makeRow(std::size_t index) {
     auto* const target = new PathField;
     target->setAccessibleName(tr_("Where to copy this folder"));
     target->setPath(shownTargets_[index]);
-    target->typed = [this, index](const std::string& typed) { job().setTargetOf(index, typed); };
+    target->typed = [this, source = shown_[index]](const std::string& typed) { setTargetOf(source, typed); };
     line->addWidget(target, 1);
   }
   auto* const remove = widgets::iconButton("close", tr_("Do not copy this folder"));
   connect(remove, &QToolButton::clicked, this, [this, index] { job().removeSource(index); });
   line->addWidget(remove);
   return row;
+}
+
+// By the source, not by its row: a field that is left because rows go may be told after they have moved up.
+void SourcesSection::setTargetOf(const std::string& source, const std::string& target) {
+  const auto& sources = job().job().sourcePaths;
+  const auto found = std::find(sources.begin(), sources.end(), source);
+  if (found != sources.end()) job().setTargetOf(static_cast<std::size_t>(found - sources.begin()), target);
 }
 
 void SourcesSection::dragEnterEvent(QDragEnterEvent* event) {

@@ -22,6 +22,7 @@ class SourcesSection : public EditorSection {
 
  private:
   void rebuildRows();
+  void setTargetOf(const std::string& source, const std::string& target);
   [[nodiscard]] QWidget* makeRow(std::size_t index);
   void add(const ChooseFolders& choose);
 
