@@ -17,8 +17,8 @@ struct MountEntry {
   bool isReadOnly = false;
   std::string root =
       "/";  // the folder of the file system that is seen here: another one for bind mounts and subvolumes
-  std::string mountOptions;       // "rw,nosuid,relatime": of this mount
-  std::string fileSystemOptions;  // "rw,errors=continue": of the file system, wherever it is mounted
+  std::string mountOptions = {};       // "rw,nosuid,relatime": of this mount
+  std::string fileSystemOptions = {};  // "rw,errors=continue": of the file system, wherever it is mounted
 };
 
 // All mounts of this process's namespace, in mount order (a later one hides an earlier one of the same place).
