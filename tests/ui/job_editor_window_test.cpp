@@ -231,26 +231,6 @@ TEST_F(JobEditorWindowTest, ClosedInTheMiddle_ChangesNothing) {
   EXPECT_TRUE(board.calls.empty());
 }
 
-TEST_F(JobEditorWindowTest, TargetThatIsBeingTypedWhileAnotherSourceGoes_StaysWithItsSource) {
-  const std::string uuid = madeJob();
-  QUORVELPREFERENCEINFO job;
-  ASSERT_TRUE(jobFromDictionary(board.list[0].stored, job));
-  job.sourcePaths = {tree / "s/sub", tree / "s/f", tree / "o"};
-  job.targetPaths = {tree / "t", tree / "t", tree / "t"};
-  job.bMultipleTargetFolder = true;
-  board.list[0].stored = jobToDictionary(job);
-  open(uuid);
-  auto* const sources = section<SourcesSection>();
-  auto* const target = sources->findChildren<PathField*>().at(1);
-  target->setFocus();
-  target->selectAll();
-  QTest::keyClicks(target, QString::fromStdString(tree / "t/f"));
-  QTest::mouseClick(sources->findChildren<QToolButton*>().at(0), Qt::LeftButton);
-  settle();
-  EXPECT_EQ(sources->findChildren<PathField*>().at(0)->path(), tree / "t/f");
-  EXPECT_EQ(sources->findChildren<PathField*>().at(1)->path(), tree / "t");
-}
-
 TEST_F(JobEditorWindowTest, JobChangedBySomebodyElse_IsStoredOnlyWhenTheUserSaysSo) {
   const std::string uuid = madeJob();
   open(uuid);
