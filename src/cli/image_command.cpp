@@ -127,7 +127,7 @@ Checked<Ending> deleteImage(const ImageOptions& options, CommandIo& io) {
   LUMISK_TRY(const std::string path, absolute(options.place, io));
   StoreAccess access(io);
   LUMISK_TRY(JobStore* const store, access.read());
-  if (checkTheDMGIsUsedOrNot(path, store->jobs())) return refuse(path, "a job uses this image");
+  if (isImageOfAJob(path, store->jobs())) return refuse(path, "a job uses this image");
   LUMISK_CHECK(checked(deleteImageFile(io.files, path)));
   if (isAKeychainDMGAtPath(path)) {
     AGKeychain::deleteKeychainItem(kImagePasswordItem, nameOf(path), process::userName(), path);

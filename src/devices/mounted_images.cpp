@@ -35,6 +35,12 @@ bool isThere(const std::string& path) {
   return std::filesystem::exists(path, error);
 }
 
+// Whatever the two are called: through links, or where a folder is mounted once more.
+bool isSameFile(const std::string& one, const std::string& other) {
+  std::error_code error;
+  return one == other || std::filesystem::equivalent(one, other, error);
+}
+
 std::string keptListPath() {
   return homeFolder() + "/Library/Logs/lumiskTmpList.plist";
 }
@@ -80,8 +86,9 @@ bool mountTheLumiskDMGFileAtPath(const std::string& imagePath) {
 Result<void> deleteImageFile(FileCalls& files, const std::string& imagePath) {
   LUMISK_CHECK(image_folder::checkIsImage(files, imagePath));
   const auto pairs = dataListObject::mountedDmgList();
-  if (std::find(pairs.begin(), pairs.end(), imagePath) != pairs.end()) {
-    LUMISK_CHECK(runImageTool(image_commands::detach(imageToolPath(), imagePath)));
+  for (std::size_t i = 0; i + 1 < pairs.size(); i += 2) {
+    if (!isSameFile(pairs[i], imagePath)) continue;
+    LUMISK_CHECK(runImageTool(image_commands::detach(imageToolPath(), pairs[i])));
   }
   LUMISK_TRY(const Descriptor folder, files.openRoot(paths::parent(imagePath)));
   return files.removeFile(folder.get(), paths::lastComponent(imagePath));
@@ -166,6 +173,12 @@ std::vector<std::string> deviceOfEach(const PropertyList& info) {
 bool checkTheDMGIsUsedOrNot(const std::string& imagePath, const PropertyList::Array& jobs) {
   return std::any_of(jobs.begin(), jobs.end(),
                      [&](const PropertyList& job) { return job[kDmgPathKey].text() == imagePath; });
+}
+
+bool isImageOfAJob(const std::string& imagePath, const PropertyList::Array& jobs) {
+  return checkTheDMGIsUsedOrNot(imagePath, jobs) || std::any_of(jobs.begin(), jobs.end(), [&](const PropertyList& job) {
+           return isSameFile(job[kDmgPathKey].text(), imagePath);
+         });
 }
 
 }  // namespace lumisk

@@ -31,7 +31,10 @@ bool detachImageAt(const std::string& place);  // a mount point or an image
 [[nodiscard]] bool isADMGDevice(const std::string& device, const std::vector<std::string>& dmgBSDPathList);
 [[nodiscard]] std::vector<std::string> mountedPairs(const PropertyList& info);
 [[nodiscard]] std::vector<std::string> deviceOfEach(const PropertyList& info);
-// Whether a stored job needs the image.
+// Whether a stored job names the image.
 [[nodiscard]] bool checkTheDMGIsUsedOrNot(const std::string& imagePath, const PropertyList::Array& jobs);
+
+// The same, also where the job names the file by another path. Looks at the disk.
+[[nodiscard]] bool isImageOfAJob(const std::string& imagePath, const PropertyList::Array& jobs);
 
 }  // namespace lumisk

@@ -72,6 +72,17 @@ TEST(MountedImages, ListsAndLookups) {
   EXPECT_FALSE(checkTheDMGIsUsedOrNot("/tw", jobs));
 }
 
+TEST(MountedImages, ImageOfAJob_IsFoundByOtherPathsToo) {
+  test::TempTree tree;
+  test::makeTree(tree.path(), {{"folder", test::Dir{{"image", test::File{}}, {"other", test::File{}}}},
+                               {"link", test::Link{"folder"}}});
+  const PropertyList::Array jobs{PropertyList::Dictionary{{kDmgPathKey, tree / "folder/image"}},
+                                 PropertyList::Dictionary{{kDmgPathKey, tree / "gone"}}, PropertyList::Dictionary{}};
+  EXPECT_TRUE(isImageOfAJob(tree / "link/image", jobs));
+  EXPECT_TRUE(isImageOfAJob(tree / "gone", jobs));
+  EXPECT_FALSE(isImageOfAJob(tree / "link/other", jobs));
+}
+
 class Alerts : public UserDialogs {
  public:
   void showAlert(const std::string& title, const std::string& message) override {
