@@ -24,7 +24,7 @@ using image_tools::runToSuccess;
 
 constexpr std::chrono::milliseconds kBetweenLooks{20};
 constexpr std::chrono::seconds kPatience{60};  // for the daemon to go, and for somebody else who works on the image
-constexpr int kTriesToMake = 5;                // qemu-img sometimes cannot tell the processor's speed
+constexpr int kTriesToMake = 20;               // qemu-img cannot always tell the speed of a busy processor
 constexpr int kRepaired = 1;                   // e2fsck(8): errors were corrected; larger ones were not
 
 bool isWrongPassword(const ChildResult& result) {

@@ -11,6 +11,12 @@ namespace {
 constexpr std::uint64_t kBlock = 512;
 constexpr const char* kDetachKey = "SGDetachImages";
 
+// An image whose storage daemon has died shows its folders as before, but nothing gets from there to the disk: mounting
+// it again mends it.
+bool takesData(FileCalls& files, int folder) {
+  return files.mayWrite(folder, ".") && files.syncFileSystem(folder);
+}
+
 // On unless the preference says otherwise. A real-time job writes whenever something changes: its image stays.
 bool detachesImages(const WorkerServices& services, const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
   if (info.scheduling_method == SchedulingMethod::kRealTime) return false;
@@ -36,8 +42,23 @@ std::optional<HostRoom> hostRoomOf(FileCalls& files, const std::string& imagePat
 }
 
 void ImageTarget::mountIfNeeded() {
-  if (info_.dmgPath.empty() || !info_.bAutoMount || services_.files.openRoot(info_.targetPaths.front())) return;
-  isMountedHere_ = services_.images.mountTheLumiskDMGFileAtPath(info_.dmgPath) && detachesImages(services_, info_);
+  if (info_.dmgPath.empty() || !info_.bAutoMount) return;
+  auto folder = services_.files.openRoot(info_.targetPaths.front());
+  const bool isThere = folder.has_value();
+  if (isThere && takesData(services_.files, folder->get())) return;
+  if (isThere) folder->reset();
+  const bool isMounted = services_.images.mountTheLumiskDMGFileAtPath(info_.dmgPath);
+  isMountedHere_ = isMounted && !isThere && detachesImages(services_, info_);
+}
+
+std::string ImageTarget::absenceProblem() const {
+  if (info_.dmgPath.empty()) return "";
+  const std::string image = "the image \"" + shown(info_.dmgPath) + "\" ";
+  if (!hostRoomOf(services_.files, info_.dmgPath)) return image + "is not there";
+  if (!info_.bAutoMount) return image + "is not mounted";
+  const bool isKept = services_.images.isAKeychainDMGAtPath(info_.dmgPath);
+  return image + (isKept ? "cannot be mounted with the password that is kept for it, or does not hold this folder"
+                         : "is not mounted, and no password is kept for it");
 }
 
 std::string ImageTarget::roomProblem() const {

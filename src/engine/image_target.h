@@ -29,7 +29,9 @@ class ImageTarget {
   ImageTarget(const WorkerServices& services, const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info)
       : services_(services), info_(info) {}
 
-  void mountIfNeeded();  // when the target is not there
+  void mountIfNeeded();  // when the target is not there, or what is there takes no data
+  // Why a target in the image is not there; "" of a job without one.
+  [[nodiscard]] std::string absenceProblem() const;
   // Why nothing may be written into the image, or "".
   [[nodiscard]] std::string roomProblem() const;
   [[nodiscard]] bool hasRoomFor(std::uint64_t bytes) const;

@@ -399,7 +399,10 @@ void RunSequence::noteSourceProblem(const std::string& source, const std::string
 }
 
 void RunSequence::noteTargetProblem(const std::string& target) {
-  noteTargetProblem(target, "the path \"" + shown(target) + "\" isn't writable, or does not exist.");
+  const std::string why = run_.files.openRoot(target) ? "" : image_.absenceProblem();
+  report_.placeInDoubt |= !why.empty() && report_.problemText.empty();
+  noteTargetProblem(target, "the path \"" + shown(target) + "\" isn't writable, or does not exist" +
+                                (why.empty() ? "." : ": " + why));
 }
 
 void RunSequence::noteTargetProblem(const std::string& target, const std::string& text) {

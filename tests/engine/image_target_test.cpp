@@ -93,5 +93,13 @@ TEST_F(JobInAnImage, DiskThatFillsUpMeanwhile_KeepsTheFileOut) {
   f.stop();
 }
 
+TEST_F(JobInAnImage, ThatCannotBeMounted_SaysWhy) {
+  f.images.onMount = [] {};
+  const RunReport report = f.runOnce();
+  EXPECT_FALSE(report.completed);
+  EXPECT_THAT(report.problemText, HasSubstr("is not mounted, and no password is kept for it"));
+  f.stop();
+}
+
 }  // namespace
 }  // namespace lumisk
