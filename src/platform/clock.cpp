@@ -15,8 +15,8 @@ using std::chrono::nanoseconds;
 thread_local bool sleepsExactly = false;
 thread_local nanoseconds overslept{0};
 
-// A sleep lasts some 30 microseconds longer than asked for, until the thread runs again. The next is shorter by that, at
-// most by all of it, so that many short pauses last as long as they are meant to.
+// A sleep lasts some 30 microseconds longer than asked for, until the thread runs again. The next is shorter by that,
+// at most by all of it, so that many short pauses last as long as they are meant to.
 void sleepExactly(nanoseconds duration) {
   const auto begin = std::chrono::steady_clock::now();
   const nanoseconds wanted = std::max(nanoseconds(0), duration - overslept);
