@@ -12,19 +12,14 @@
 #include <sstream>
 #include <thread>
 
+#include "platform/glib_holder.h"
+
 namespace lumisk::polkit {
 namespace {
 
 constexpr const char* kAsk = "ask polkit";
 constexpr const char* kSystemBus = "unix:path=/run/dbus/system_bus_socket";  // never from the environment
 
-template <auto release>
-struct Release {
-  template <class T>
-  void operator()(T* object) const {
-    release(object);
-  }
-};
 using ErrorHolder = std::unique_ptr<GError, Release<g_error_free>>;
 using ConnectionHolder = std::unique_ptr<GDBusConnection, Release<g_object_unref>>;
 using CancellableHolder = std::unique_ptr<GCancellable, Release<g_object_unref>>;

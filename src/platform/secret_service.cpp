@@ -6,17 +6,11 @@
 #include <memory>
 
 #include "platform/byte_text.h"
+#include "platform/glib_holder.h"
 
 namespace lumisk::secret_service {
 namespace {
 
-template <auto release>
-struct Release {
-  template <class T>
-  void operator()(T* object) const {
-    release(object);
-  }
-};
 using ErrorHolder = std::unique_ptr<GError, Release<g_error_free>>;
 using ItemHolder = std::unique_ptr<SecretItem, Release<g_object_unref>>;
 using TableHolder = std::unique_ptr<GHashTable, Release<g_hash_table_unref>>;
