@@ -64,6 +64,11 @@ locale_t formatsLocale() {
   return newlocale(LC_TIME_MASK | LC_NUMERIC_MASK, "", nullptr);
 }
 
+void replaceLocale(locale_t& held, locale_t locale) {
+  if (held) freelocale(held);
+  held = locale;
+}
+
 std::string formatted(const char* format, WallTime time, locale_t locale) {
   const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
   std::tm fields{};
@@ -86,8 +91,8 @@ std::string catalogueFolder(const std::string& programPath) {
 
 void startTranslation(const std::string& catalogues, const std::string& language) {
   keepMachineLocale();
-  gc_messages = messagesLocale(language);
-  gc_formats = language.empty() ? formatsLocale() : nullptr;
+  replaceLocale(gc_messages, messagesLocale(language));
+  replaceLocale(gc_formats, language.empty() ? formatsLocale() : nullptr);
   bindtextdomain(kDomain, catalogues.c_str());
   bind_textdomain_codeset(kDomain, "UTF-8");
   ++_nl_msg_cat_cntr;
