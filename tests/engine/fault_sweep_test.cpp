@@ -423,21 +423,7 @@ class RestoredFolder {
           found[entry.path().string().substr(tree.path().size())] = withoutMode(summaryOf(entry, mark_));
     return found;
   }
-  [[nodiscard]] std::set<std::string> texts() const {
-    std::set<std::string> found;
-    const auto look = [&](const fs::path& root) {
-      for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        if (entry.is_symlink())
-          found.insert(fs::read_symlink(entry.path()));
-        else if (entry.is_regular_file())
-          found.insert(contentOf(entry.path()));
-      }
-    };
-    look(tree.path());
-    const std::string trash = tree.path() + "/../.Trash-" + std::to_string(getuid());
-    if (fs::is_directory(trash)) look(trash);
-    return found;
-  }
+  [[nodiscard]] std::set<std::string> texts() const { return textsOf(tree, mark_); }
 
   TempTree tree;
 

@@ -9,6 +9,7 @@
 #include <map>
 #include <ostream>
 #include <set>
+#include <sstream>
 
 #include "engine/info_files.h"
 #include "engine/run_sequence.h"
@@ -36,10 +37,11 @@ struct Kind {
 
 using Side = std::map<std::string, std::string>;  // what stands there, by its path below the side
 
+// Nothing of a file that is gone: the Trash of the volume is shared with tests that run at the same time.
 inline std::string contentOf(const fs::path& path) {
-  std::string text(fs::file_size(path), '\0');
-  std::ifstream(path, std::ios::binary).read(text.data(), static_cast<std::streamsize>(text.size()));
-  return text;
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
 }
 
 // Texts carry the name of their tree, so that they are found in a Trash outside of it; what is compared does not.
@@ -56,6 +58,42 @@ inline std::string summaryOf(const fs::directory_entry& entry, const std::string
       text.size() < 64 ? text : text.substr(0, 32) + "#" + std::to_string(std::hash<std::string>()(text));
   return shown + " " + std::to_string(entry.last_write_time().time_since_epoch().count()) + " " +
          fmt::format("{:o}", static_cast<unsigned>(entry.status().permissions()));
+}
+
+// Where a Trash that fails is passed over for this one.
+inline std::string volumeTrash(const TempTree& tree) {
+  return fs::path(tree.path()).parent_path().string() + "/.Trash-" + std::to_string(getuid());
+}
+
+// What of the tree with this mark lies in a Trash; entries of others come and go.
+inline std::vector<std::string> namesInTrash(const std::string& trash, const std::string& mark) {
+  std::vector<std::string> names;
+  if (!fs::is_directory(trash + "/info")) return names;
+  for (const auto& entry : fs::directory_iterator(trash + "/info"))
+    if (contentOf(entry.path()).find(mark.substr(1)) != std::string::npos) names.push_back(entry.path().stem());
+  return names;
+}
+
+// What files contain and where links lead to, in a tree and in what of it lies in the Trash of its volume.
+inline std::set<std::string> textsOf(const TempTree& tree, const std::string& mark) {
+  std::set<std::string> found;
+  const auto take = [&](const fs::directory_entry& entry) {
+    if (entry.is_symlink())
+      found.insert(fs::read_symlink(entry.path()));
+    else if (entry.is_regular_file())
+      found.insert(contentOf(entry.path()));
+  };
+  const auto look = [&](const fs::path& root) {
+    for (const auto& entry : fs::recursive_directory_iterator(root)) take(entry);
+  };
+  look(tree.path());
+  const std::string trash = volumeTrash(tree);
+  for (const std::string& name : namesInTrash(trash, mark)) {
+    const fs::directory_entry entry(trash + "/files/" + name);
+    take(entry);
+    if (entry.is_directory() && !entry.is_symlink()) look(entry.path());
+  }
+  return found;
 }
 
 // In memory where that is possible: thousands of runs each bring their data to the disk. What is told apart by its date
@@ -134,16 +172,8 @@ class SweptJob {
   // Every text of the job, in its tree and in the Trash of the volume.
   [[nodiscard]] std::set<std::string> texts() const {
     std::set<std::string> found;
-    const auto look = [&](const fs::path& root) {
-      for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        const std::string text = entry.is_symlink()        ? fs::read_symlink(entry.path()).string()
-                                 : entry.is_regular_file() ? contentOf(entry.path())
-                                                           : std::string();
-        if (text.starts_with("text") && text.find(mark_) != std::string::npos) found.insert(withoutMark(text, mark_));
-      }
-    };
-    look(tree.path());
-    if (fs::is_directory(volumeTrash())) look(volumeTrash());
+    for (const std::string& text : textsOf(tree, mark_))
+      if (text.starts_with("text") && text.find(mark_) != std::string::npos) found.insert(withoutMark(text, mark_));
     return found;
   }
   [[nodiscard]] std::vector<std::string> temporaries() const {
@@ -151,11 +181,6 @@ class SweptJob {
     for (const auto& entry : fs::recursive_directory_iterator(tree.path()))
       if (isTemporaryName(entry.path().filename())) found.push_back(entry.path());
     return found;
-  }
-
-  // Where a Trash that fails is passed over for this one.
-  [[nodiscard]] std::string volumeTrash() const {
-    return fs::path(tree.path()).parent_path().string() + "/.Trash-" + std::to_string(getuid());
   }
 
   TempTree tree{{"s", Dir{{"docs", Dir{}}}}, {"t", Dir{}}, {"home", Dir{}}};
@@ -171,13 +196,10 @@ class SweptJob {
     if (result.report.completed) info_.lastCompletedBegin = storedDate(request.begin);
   }
   void clearVolumeTrash() const {
-    if (!fs::is_directory(volumeTrash() + "/files")) return;
-    std::vector<std::string> ours;
-    for (const auto& entry : fs::directory_iterator(volumeTrash() + "/info"))
-      if (contentOf(entry.path()).find(mark_.substr(1)) != std::string::npos) ours.push_back(entry.path().stem());
-    for (const std::string& name : ours) {
-      fs::remove_all(volumeTrash() + "/files/" + name);
-      fs::remove(volumeTrash() + "/info/" + name + ".trashinfo");
+    const std::string trash = volumeTrash(tree);
+    for (const std::string& name : namesInTrash(trash, mark_)) {
+      fs::remove_all(trash + "/files/" + name);
+      fs::remove(trash + "/info/" + name + ".trashinfo");
     }
   }
   void put(const std::string& path, const std::string& text) {
