@@ -3,10 +3,10 @@
 #include <fmt/format.h>
 
 #include "cli/job_setup.h"
-#include "cli/number_text.h"
 #include "cli/store_access.h"
 #include "platform/calendar_date.h"
 #include "platform/civil_time.h"
+#include "platform/number_text.h"
 
 namespace lumisk {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "cli/number_text.h"
 #include "platform/byte_text.h"
+#include "platform/number_text.h"
 #include "platform/terminal.h"
 
 namespace lumisk {

@@ -8,7 +8,6 @@
 #include "cli/commands.h"
 #include "cli/job_setup.h"
 #include "cli/known_versions.h"
-#include "cli/number_text.h"
 #include "cli/options.h"
 #include "cli/run_display.h"
 #include "cli/terminal_dialogs.h"
@@ -16,6 +15,7 @@
 #include "jobs/shared_files.h"
 #include "log/log_file.h"
 #include "platform/byte_text.h"
+#include "platform/number_text.h"
 #include "platform/paths.h"
 #include "schedule/restore_hold.h"
 

@@ -6,8 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/json_text.h"
-#include "cli/number_text.h"
 #include "cli/text_list.h"
+#include "platform/number_text.h"
 
 namespace lumisk {
 namespace {

@@ -1,32 +1,16 @@
 #include "presenters/locale_text.h"
 
 #include "platform/calendar_date.h"
+#include "platform/number_text.h"
 
 namespace lumisk {
 
 std::string localCount(std::uint64_t count) {
-  const std::string separator = localThousandsSeparator();
-  std::string digits = std::to_string(count);
-  for (std::size_t at = digits.size(); at > 3;) {
-    at -= 3;
-    digits.insert(at, separator);
-  }
-  return digits;
+  return countText(count, localThousandsSeparator());
 }
 
 std::string localSize(std::uint64_t bytes) {
-  constexpr std::uint64_t kStep = 1000;
-  if (bytes < kStep) return fmt::format("{} B", bytes);
-  double size = static_cast<double>(bytes) / kStep;
-  const char* unit = "kB";
-  for (const char* larger : {"MB", "GB", "TB", "PB"}) {
-    if (size < 999.95) break;  // it would be shown as 1000.0
-    size /= kStep;
-    unit = larger;
-  }
-  std::string number = fmt::format("{:.1f}", size);
-  number.replace(number.size() - 2, 1, localDecimalPoint());
-  return number + " " + unit;
+  return bytesText(bytes, localDecimalPoint());
 }
 
 std::string localDateTime(WallTime time) {

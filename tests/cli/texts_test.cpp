@@ -2,11 +2,11 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/json_text.h"
-#include "cli/number_text.h"
 #include "cli/progress_line.h"
 #include "cli/run_summary.h"
 #include "cli/schedule_text.h"
 #include "cli/text_list.h"
+#include "platform/number_text.h"
 #include "platform/terminal.h"
 
 namespace lumisk {

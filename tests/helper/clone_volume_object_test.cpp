@@ -8,34 +8,19 @@
 #include "helper/install_layout.h"
 #include "helper_tool_fixture.h"
 #include "platform/passed_descriptors.h"
-#include "platform/user_dialogs.h"
+#include "support/silent_dialogs.h"
 
 namespace lumisk {
 namespace {
 
 using namespace test;
 
-class AskingDialogs : public UserDialogs {
- public:
-  void showAlert(const std::string&, const std::string&) override {}
-  void showMessage(const std::string&, const std::string&, const std::string&) override {}
-  void showPathProblem(const PathProblem&) override {}
-  void showFinish(const FinishDialog&) override {}
-  ConflictAnswer askConflict(const ConflictQuestion&) override { return {}; }
-  bool ask(const std::string& title, const std::string& message, const std::string& accept,
-           const std::string& refuse) override {
-    asked.push_back(title + ": " + message + " [" + accept + "] [" + refuse + "]");
-    return answerToAsk;
-  }
-  std::vector<std::string> asked;
-  bool answerToAsk = true;
-};
-
 // A machine of the test's own: the helper, an install tool that notes how it was called, the stored version.
 class Machine {
  public:
   explicit Machine(std::map<std::string, CommandProc> procedures = {}) : helper_(std::move(procedures)) {
     makeTree(tree_.path(), {{"root", Dir{}}, {"bundle", Dir{}}});
+    dialogs.answer = true;
     setInstallTool("echo \"$1 $2 $3\" >> " + tree_ / "calls" + "; echo \"cricket<$$>bat\"");
   }
   void setInstallTool(const std::string& script) {
@@ -69,7 +54,7 @@ class Machine {
 
   std::int64_t version = 1013;
   std::string console;
-  AskingDialogs dialogs;
+  SilentDialogs dialogs;
 
  private:
   TempTree tree_;
@@ -129,7 +114,7 @@ TEST(CloneVolumeObject, WaitingForThePassword_EndsWhenItIsGivenUp) {
 
 TEST(CloneVolumeObject, HelperThatIsMissing_IsInstalledOnlyWhenTheUserSaysSo) {
   Machine machine({{kCloneCommand, answering(0)}});
-  machine.dialogs.answerToAsk = false;
+  machine.dialogs.answer = false;
   EXPECT_EQ(machine.run(), kUserCancelled);
   EXPECT_EQ(machine.console, "Failed with error -128.\n");
   EXPECT_EQ(machine.calls(), "");
@@ -147,7 +132,7 @@ class CloneVolumeObjectRepair : public testing::Test {
 };
 
 TEST_F(CloneVolumeObjectRepair, HelperThatIsMissingOrOldOrSilent_IsInstalledOrEnabled) {
-  machine.dialogs.answerToAsk = true;
+  machine.dialogs.answer = true;
   EXPECT_EQ(machine.run(), kNoError);
   std::string calls = machine.callOf("install");
   EXPECT_EQ(machine.calls(), calls);

@@ -15,8 +15,9 @@ class SilentDialogs : public UserDialogs {
   void showPathProblem(const PathProblem&) override {}
   void showFinish(const FinishDialog&) override {}
   ConflictAnswer askConflict(const ConflictQuestion&) override { return {}; }
-  bool ask(const std::string&, const std::string& message, const std::string&, const std::string&) override {
-    asked.push_back(message);
+  bool ask(const std::string& title, const std::string& message, const std::string& accept,
+           const std::string& refuse) override {
+    asked.push_back(title + ": " + message + " [" + accept + "] [" + refuse + "]");
     return answer;
   }
   bool answer = false;

@@ -1,4 +1,4 @@
-#include "cli/number_text.h"
+#include "platform/number_text.h"
 
 #include <fmt/format.h>
 
@@ -6,16 +6,16 @@
 
 namespace lumisk {
 
-std::string countText(std::uint64_t count) {
+std::string countText(std::uint64_t count, std::string_view separator) {
   std::string digits = std::to_string(count);
   for (std::size_t at = digits.size(); at > 3;) {
     at -= 3;
-    digits.insert(at, 1, ',');
+    digits.insert(at, separator);
   }
   return digits;
 }
 
-std::string bytesText(std::uint64_t bytes) {
+std::string bytesText(std::uint64_t bytes, std::string_view decimalPoint) {
   constexpr std::uint64_t kStep = 1000;
   if (bytes < kStep) return fmt::format("{} B", bytes);
   double size = static_cast<double>(bytes) / kStep;
@@ -25,7 +25,8 @@ std::string bytesText(std::uint64_t bytes) {
     size /= kStep;
     unit = larger;
   }
-  return fmt::format("{:.1f} {}", size, unit);
+  const std::string number = fmt::format("{:.1f}", size);
+  return fmt::format("{}{}{} {}", number.substr(0, number.size() - 2), decimalPoint, number.back(), unit);
 }
 
 std::string durationText(double seconds) {
