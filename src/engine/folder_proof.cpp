@@ -21,7 +21,7 @@ Result<std::optional<std::uint64_t>> FolderProof::entriesOf(int parent, const st
   seen_.clear();
   LUMISK_TRY(const Descriptor folder, run_.files.openFolder(parent, name));
   LUMISK_TRY(const FileStatus status, run_.files.statusOf(folder.get()));
-  if (status.isMountRoot || borders_.isHomeTrash(status.identity)) return std::optional<std::uint64_t>();
+  if (status.isMountRoot || borders_.isHomeTrash(status.identity, name)) return std::optional<std::uint64_t>();
   LUMISK_TRY(const bool isProven, check(folder.get(), path, status.identity.device, 0));
   seen_.push_back({status.identity, status.modified});
   std::sort(seen_.begin(), seen_.end());
@@ -55,7 +55,7 @@ Result<bool> FolderProof::check(int folder, const std::string& path, std::uint64
     ++entries_;
     if (status.type == FileType::kFolder) {
       if (status.isMountRoot || status.identity.device != device || whyNotWalked(name)) return false;
-      if (borders_.isHomeTrash(status.identity)) return false;
+      if (borders_.isHomeTrash(status.identity, name)) return false;
       LUMISK_TRY(const Descriptor child, run_.files.openFolder(folder, name));
       LUMISK_TRY(const bool isProven, check(child.get(), paths::join(path, name), device, depth + 1));
       if (!isProven) return false;

@@ -50,7 +50,7 @@ bool FolderStep::openSource(FolderFrame& child, const WalkEntry& entry) {
   const FileIdentity parent = walk_.stack.top().sourceStatus().identity;
   const bool isRead = child.source.isOpen();
   auto read = isRead ? Result<void>() : readSource(child, entry.name);
-  const char* border = read ? walk_.borders.whyNotWalked(child.sourceStatus(), parent) : nullptr;
+  const char* border = read ? walk_.borders.whyNotWalked(child.sourceStatus(), entry.name, parent) : nullptr;
   if (border) {
     walk_.report.notWalked(entry.name, border);
     return false;
@@ -74,7 +74,8 @@ bool FolderStep::openDestination(FolderFrame& child, WalkEntry& entry) {
                                        : walk_.report.destinationFailed(entry.name, opened.error());
     return false;
   }
-  if (child.destination.isOpen() && walk_.borders.isHomeTrash(child.destinationStatus.identity)) {
+  if (child.destination.isOpen() &&
+      walk_.borders.isHomeTrash(child.destinationStatus.identity, entry.destinationName)) {
     walk_.report.notWalked(entry.name, "trash");
     return false;
   }

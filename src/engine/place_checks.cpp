@@ -5,6 +5,7 @@
 
 #include "engine/copy_file_thread_object.h"
 #include "platform/paths.h"
+#include "platform/volume.h"
 #include "platform/workspace.h"
 
 namespace lumisk {
@@ -22,16 +23,32 @@ PlaceChecks::PlaceChecks(const WorkerServices& services, const RunRequest& reque
 // Sources.
 
 void PlaceChecks::lookAt(const std::string& source) {
+  const auto mountNumber = volume::mountNumberOf(source);
   auto root = fileSystemNow(source);
   auto mounts = mountsBelow(source);
   if (!root || !mounts) return;  // the run finds out for itself what it can read there
   if (!request_.options.acceptSource) {
     for (const RememberedFileSystem& gone : goneMounts(remembered_, source, *mounts)) unbelieved_.push_back(gone.place);
   }
-  seen_[source] = {std::move(*root), std::move(*mounts)};
+  seen_[source] = {std::move(*root), std::move(*mounts), mountNumber ? std::optional(*mountNumber) : std::nullopt};
 }
 
-std::vector<std::string> PlaceChecks::vanished() const {
+// Asked before the deletions of each folder. Looking at file systems reads their disks; as long as nothing was mounted
+// or unmounted, and the sources' paths lead to the mounts that they led to, all is where it was.
+const std::vector<std::string>& PlaceChecks::vanished() {
+  if (mountChanges_.haveHappened() || !vanished_.empty() || !isAllWhereItWas()) vanished_ = lookForVanished();
+  return vanished_;
+}
+
+bool PlaceChecks::isAllWhereItWas() const {
+  return std::all_of(seen_.begin(), seen_.end(), [](const auto& one) {
+    const auto& [source, seen] = one;
+    const auto now = volume::mountNumberOf(source);
+    return now && seen.mountNumber == *now;
+  });
+}
+
+std::vector<std::string> PlaceChecks::lookForVanished() const {
   std::vector<std::string> gone;
   for (const auto& [source, seen] : seen_) {
     const auto root = fileSystemNow(source);

@@ -10,6 +10,7 @@
 #include "engine/remembered_file_systems.h"
 #include "engine/run_request.h"
 #include "engine/run_targets.h"
+#include "platform/mount_table.h"
 
 namespace lumisk {
 
@@ -27,7 +28,7 @@ class PlaceChecks {
   // Mounts below the sources that were there and are gone: below these places an absence proves nothing.
   const std::vector<std::string>& unbelieved() const { return unbelieved_; }
   // What has gone since a source was looked at: sources, and mounts below them.
-  [[nodiscard]] std::vector<std::string> vanished() const;
+  [[nodiscard]] const std::vector<std::string>& vanished();
   // The first of the missing mounts below this source.
   struct MissingMount {
     std::string place;
@@ -43,8 +44,11 @@ class PlaceChecks {
   struct Seen {
     RememberedFileSystem root;
     RememberedFileSystems mounts;
+    std::optional<std::uint64_t> mountNumber;  // unknown where the system does not tell it
   };
   void lookAt(const std::string& source);
+  [[nodiscard]] bool isAllWhereItWas() const;
+  [[nodiscard]] std::vector<std::string> lookForVanished() const;
   std::optional<std::string> examineTarget(const std::string& path, const RunTarget& target);
   std::optional<std::string> markTarget(const std::string& path, const RunTarget& target, TargetVerdict verdict);
   void noteMarked(const std::string& path);
@@ -57,7 +61,9 @@ class PlaceChecks {
   RunReport& report_;
   const bool isStored_;
   RememberedFileSystems remembered_;
+  MountChanges mountChanges_;         // since the sources were looked at
   std::map<std::string, Seen> seen_;  // sources that may be carried
+  std::vector<std::string> vanished_;
   std::vector<std::string> unbelieved_;
   std::map<std::string, std::optional<std::string>> targets_;  // what was found out, by path
 };

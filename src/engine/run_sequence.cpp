@@ -201,10 +201,10 @@ DeletionBrake RunSequence::deletionBrake() const {
   return brake;
 }
 
-DeletionScope RunSequence::deletionScope() const {
+DeletionScope RunSequence::deletionScope() {
   DeletionScope scope{{}, run_.info.targetPaths, places_->unbelieved(), {}};
   scope.lookAgain = [this] {
-    auto places = places_->vanished();
+    std::vector<std::string> places = places_->vanished();
     places.insert(places.end(), places_->unbelieved().begin(), places_->unbelieved().end());
     return places;
   };

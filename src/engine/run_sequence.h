@@ -77,7 +77,7 @@ class RunSequence {
   void walkFile(const Pair& pair, RunTarget& target, SourceKind kind);
   [[nodiscard]] bool followsDeletions() const;
   [[nodiscard]] DeletionBrake deletionBrake() const;
-  [[nodiscard]] DeletionScope deletionScope() const;
+  [[nodiscard]] DeletionScope deletionScope();
   [[nodiscard]] bool isKnownSource(const std::string& source);
   bool carry(const std::string& source, RunTarget& target, const std::string& destination);
   bool passesFilter(const std::string& source);

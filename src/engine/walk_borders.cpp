@@ -1,5 +1,7 @@
 #include "engine/walk_borders.h"
 
+#include <cerrno>
+
 #include "engine/copy_rule.h"
 #include "platform/mount_table.h"
 #include "platform/trash.h"
@@ -29,18 +31,23 @@ const char* whyNotWalked(const std::string& name) {
   return name == "lost+found" || Trash::isTrashName(name) ? "trash" : nullptr;
 }
 
-const char* WalkBorders::whyNotWalked(const FileStatus& folder, const std::optional<FileIdentity>& parent) {
+const char* WalkBorders::whyNotWalked(const FileStatus& folder, const std::string& name,
+                                      const std::optional<FileIdentity>& parent) {
   if (destinations_.count(folder.identity) != 0) return "a target of this job";
-  if (parent && isHomeTrash(folder.identity)) return "trash";
+  if (parent && isHomeTrash(folder.identity, name)) return "trash";
   const bool isSameFileSystem = parent && parent->device == folder.identity.device;
   if (!isSameFileSystem && isPseudo(folder.identity.device)) return "a file system without files";
   return nullptr;
 }
 
-// Looked for again while there is none: the run itself may make it.
-bool WalkBorders::isHomeTrash(const FileIdentity& folder) {
-  if (!homeTrash_)
-    if (const auto found = homeTrashIdentity(files_)) homeTrash_ = *found;
+// While there is none it is looked for again at each folder with its own name: the run itself may make it, or another
+// program. No link leads there then.
+bool WalkBorders::isHomeTrash(const FileIdentity& folder, const std::string& name) {
+  if (!homeTrash_ && (!hasNoHomeTrash_ || name == kHomeTrashName)) {
+    const auto found = homeTrashIdentity(files_);
+    if (found) homeTrash_ = *found;
+    hasNoHomeTrash_ = !found && found.error().code == ENOENT;
+  }
   return homeTrash_ == folder;
 }
 

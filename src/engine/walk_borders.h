@@ -24,10 +24,11 @@ class WalkBorders {
   void forgetDestinations() { destinations_.clear(); }
   // By what an open folder is; `parent`: the folder it was found in, if any. A root of the job is meant as it is, even
   // where it is the home trash.
-  [[nodiscard]] const char* whyNotWalked(const FileStatus& folder, const std::optional<FileIdentity>& parent);
+  [[nodiscard]] const char* whyNotWalked(const FileStatus& folder, const std::string& name,
+                                         const std::optional<FileIdentity>& parent);
 
-  // The home trash has a name that other folders may have, too.
-  [[nodiscard]] bool isHomeTrash(const FileIdentity& folder);
+  // The home trash has a name that other folders may have, too, and may have another where a link leads to it.
+  [[nodiscard]] bool isHomeTrash(const FileIdentity& folder, const std::string& name);
 
  private:
   [[nodiscard]] bool isPseudo(std::uint64_t device);
@@ -35,6 +36,7 @@ class WalkBorders {
   FileCalls& files_;
   std::set<FileIdentity> destinations_;
   std::optional<FileIdentity> homeTrash_;
+  bool hasNoHomeTrash_ = false;                           // when it was looked for
   std::optional<std::set<std::uint64_t>> pseudoDevices_;  // read when first needed
 };
 

@@ -46,7 +46,7 @@ bool WalkRoots::openSource(FolderFrame& frame, std::string& source, std::string&
     walk_.report.attributesFailed(asked, read.error());
     return false;
   }
-  const char* border = walk_.borders.whyNotWalked(frame.sourceStatus(), std::nullopt);
+  const char* border = walk_.borders.whyNotWalked(frame.sourceStatus(), {}, std::nullopt);
   if (border) walk_.report.refused(asked, border);
   return border == nullptr;
 }

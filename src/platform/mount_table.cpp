@@ -1,6 +1,8 @@
 #include "platform/mount_table.h"
 
+#include <fcntl.h>
 #include <libmount/libmount.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -54,6 +56,14 @@ Result<std::vector<MountEntry>> mountTable() {
   libmnt_fs* mount = nullptr;
   while (mnt_table_next_fs(table.get(), iterator.get(), &mount) == 0) entries.push_back(entryOf(mount));
   return entries;
+}
+
+MountChanges::MountChanges() : table_(::open(kMountInfo, O_RDONLY | O_CLOEXEC)) {}
+
+// proc(5): a change makes the open table readable "exceptionally", once.
+bool MountChanges::haveHappened() {
+  pollfd table{table_.get(), POLLPRI, 0};
+  return !table_.isOpen() || ::poll(&table, 1, 0) != 0;
 }
 
 // Not libmount's list: that one counts tmpfs, overlay, virtiofs and encrypting file systems, too, which hold files that

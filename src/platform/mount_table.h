@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/descriptor.h"
 #include "platform/result.h"
 
 namespace lumisk {
@@ -24,6 +25,18 @@ struct MountEntry {
 // All mounts of this process's namespace, in mount order (a later one hides an earlier one of the same place).
 // From /proc/self/mountinfo through libmount.
 Result<std::vector<MountEntry>> mountTable();
+
+// Tells at the price of one call whether anything was mounted, moved or unmounted in this process's namespace since the
+// object was made or asked last. A mount's number and a device's may go to the next one at once, so that these prove
+// nothing by themselves; that the table has not changed does. Says yes where the system cannot tell. For one thread.
+class MountChanges {
+ public:
+  MountChanges();
+  [[nodiscard]] bool haveHappened();
+
+ private:
+  Descriptor table_;
+};
 
 // Whether a file system of this type holds no user's files (proc, sysfs, devtmpfs, cgroup2, ...): never walked. A tmpfs
 // or an overlay may hold some.

@@ -26,7 +26,7 @@ std::string dataFolder() {
 }  // namespace
 
 std::string homeTrashPath() {
-  return paths::join(dataFolder(), "Trash");
+  return paths::join(dataFolder(), kHomeTrashName);
 }
 
 Result<FileIdentity> homeTrashIdentity(FileCalls& files) {
@@ -49,7 +49,7 @@ TrashFinder::TrashFinder(FileCalls& files, std::string fallbackFolder, Missing m
 Result<TrashFolder> TrashFinder::home(std::uint64_t device, int /*folder*/) {
   const std::string path = dataFolder();
   LUMISK_TRY(const auto parent, openOrMake(path, device));
-  return openTrash(parent.get(), "Trash", path, {}, device);
+  return openTrash(parent.get(), kHomeTrashName, path, {}, device);
 }
 
 Result<TrashFolder> TrashFinder::top(std::uint64_t device, int folder) {

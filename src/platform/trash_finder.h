@@ -49,6 +49,7 @@ class TrashFinder {
   const Missing missing_;
 };
 
+inline constexpr const char* kHomeTrashName = "Trash";
 // Where the home trash is, whether or not there is one.
 [[nodiscard]] std::string homeTrashPath();
 // What the home trash is at the moment, in whatever folder it lies and whatever links lead there; its name tells

@@ -34,13 +34,24 @@ std::string nodeOf(std::uint64_t number) {
   return error ? std::string() : "/dev/" + folder.filename().string();
 }
 
-}  // namespace
-
-Result<MountEntry> mountHolding(const std::string& path, FinalLink link) {
+Result<struct statx> placeOf(const std::string& path, FinalLink link) {
   struct statx status;
   // Asked for nothing and from memory, the file systems that users serve themselves neither refuse nor delay root.
   const int flags = AT_STATX_DONT_SYNC | (link == FinalLink::kItself ? AT_SYMLINK_NOFOLLOW : 0);
   if (::statx(AT_FDCWD, path.c_str(), flags, 0, &status) != 0) return fail(kFind, path, errno);
+  return status;
+}
+
+}  // namespace
+
+Result<std::uint64_t> mountNumberOf(const std::string& path, FinalLink link) {
+  LUMISK_TRY(const struct statx status, placeOf(path, link));
+  if ((status.stx_mask & STATX_MNT_ID) == 0) return fail(kFind, path, ENOSYS);
+  return status.stx_mnt_id;
+}
+
+Result<MountEntry> mountHolding(const std::string& path, FinalLink link) {
+  LUMISK_TRY(const struct statx status, placeOf(path, link));
   LUMISK_TRY(auto mounts, mountTable());
   const std::uint64_t device = makedev(status.stx_dev_major, status.stx_dev_minor);
   const bool knowsMount = (status.stx_mask & STATX_MNT_ID) != 0;

@@ -16,6 +16,10 @@ enum class FinalLink : std::uint8_t { kFollowed, kItself };
 // The mount on which the path's entry lies. A path that does not exist is an error.
 Result<MountEntry> mountHolding(const std::string& path, FinalLink link = FinalLink::kFollowed);
 
+// The number of that mount, by which the path is known to lie on it still as long as the mount table does not change.
+// ENOSYS where the system does not tell it.
+Result<std::uint64_t> mountNumberOf(const std::string& path, FinalLink link = FinalLink::kFollowed);
+
 struct Device {
   std::uint64_t number = 0;  // as in FileIdentity
   std::string node;          // "/dev/sdb1", empty when it has no file

@@ -49,6 +49,24 @@ TEST(IsVolumesFolder, OnlyThePlacesThemselves_WithNoVolumeRightThere) {
   EXPECT_FALSE(workspace::isVolumesFolder("/mnt", {mountAt("/mnt")}, "anna"));
 }
 
+// Other tests mount, too, while this one runs: quiet comes when it comes.
+TEST(MountChanges, AreToldOnceAfterEachMountAndUnmount) {
+  MountChanges changes;
+  const auto becomesQuiet = [&] {
+    for (int tries = 0; tries < 10000; ++tries)
+      if (!changes.haveHappened()) return true;
+    return false;
+  };
+  EXPECT_TRUE(becomesQuiet());
+  {
+    const MountedVolume volume("tmpfs", 1);
+    if (!volume.isMounted()) GTEST_SKIP() << volume.problem();
+    EXPECT_TRUE(changes.haveHappened());
+    EXPECT_TRUE(becomesQuiet());
+  }
+  EXPECT_TRUE(changes.haveHappened());
+}
+
 TEST(IsPackageName, ByExtension_InAnyCase) {
   for (const char* name : {"Mail.app", "Letter.RTFD", "My.Photos.photoslibrary"})
     EXPECT_TRUE(workspace::isPackageName(name)) << name;
