@@ -53,7 +53,8 @@ void DirectoryWalk::Walker::step(int mode) {
   entry_.source.type = listedType;
   entry_.isKnownSame = false;
   if (listedType == FileType::kFolder) return folders_.enter(entry_);
-  if (const SameOnBoth* same = frame.sameAt(index)) {
+  const SameOnBoth* const same = frame.sameAt(index);
+  if (same && run_.clock.steadyNow() <= frame.sameUntil) {
     entry_.source = same->source;
     entry_.standing = same->standing;
     entry_.isKnownSame = true;

@@ -104,6 +104,7 @@ FolderFrame FolderAhead::take(const FrameStack& stack, const std::string& name) 
     return {};
   }
   run_.pool->finish(*fetch);
+  fetch->frame.sameUntil = fetch->planned + kFresh;
   return fetch->isRead ? std::move(fetch->frame) : FolderFrame{};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <vector>
 
@@ -38,9 +39,10 @@ struct FolderFrame {
   CatalogInfo sourceInfo;  // from before its entries were read; a run that only looks reads the status alone
   FileStatus destinationStatus;
   NameList sourceNames;
-  NameList destinationNames;             // of kStood
-  std::vector<SameOnBoth> same;          // by the source's names, the first of them; what was read ahead of the walk
-  std::unique_ptr<Spellings> spellings;  // made when a name is met that has another spelling there
+  NameList destinationNames;     // of kStood
+  std::vector<SameOnBoth> same;  // by the source's names, the first of them; what was read ahead of the walk
+  std::chrono::steady_clock::time_point sameUntil{};  // when that is too old
+  std::unique_ptr<Spellings> spellings;               // made when a name is met that has another spelling there
   DestinationState destinationState = DestinationState::kAbsent;
   FolderMetadata metadata = FolderMetadata::kFromSource;
 

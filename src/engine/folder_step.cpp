@@ -131,6 +131,7 @@ bool FolderStep::makeDestination(FolderFrame& child, const WalkEntry& entry) {
 
 Result<void> FolderStep::makeFolder(FolderFrame& child, const WalkEntry& entry) {
   walk_.beforeWriting();
+  if (entry.standing) walk_.copies.drain();
   LUMISK_TRY(Descriptor made, walk_.copier.createMacintoshDirectory(walk_.stack.destinationPlace(entry.destinationName),
                                                                     entry.standing));
   walk_.wroteAnything = true;

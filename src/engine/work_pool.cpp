@@ -2,18 +2,26 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <system_error>
 
 namespace lumisk {
 
 std::size_t WorkPool::usualThreads() {
   // More than these wait for each other in the file system.
-  constexpr unsigned long kMost = 8;
-  const char* const asked = std::getenv("LUMISK_THREADS");
-  return asked == nullptr ? 0 : std::min(std::strtoul(asked, nullptr, 10), kMost);
+  constexpr std::size_t kMost = 4;
+  constexpr std::size_t kMostAsked = 8;
+  if (const char* const asked = std::getenv("LUMISK_THREADS"))
+    return std::min<std::size_t>(std::strtoul(asked, nullptr, 10), kMostAsked);
+  return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, kMost);
 }
 
 WorkPool::WorkPool(std::size_t threads) {
-  for (std::size_t i = 0; i < threads; ++i) threads_.emplace_back([this] { work(); });
+  threads_.reserve(threads);
+  try {
+    while (threads_.size() < threads) threads_.emplace_back([this] { work(); });
+  } catch (const std::system_error&) {
+    // The system has no more of them to give. Fewer do as well, and none does.
+  }
 }
 
 WorkPool::~WorkPool() {

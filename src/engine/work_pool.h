@@ -33,12 +33,12 @@ class WorkPool {
     std::exception_ptr thrown_;
   };
 
-  explicit WorkPool(std::size_t threads);
+  explicit WorkPool(std::size_t threads);  // at most so many
   WorkPool(const WorkPool&) = delete;
   WorkPool& operator=(const WorkPool&) = delete;
   ~WorkPool();  // what no thread has begun is never done
 
-  // How many the environment variable LUMISK_THREADS asks for beside the run's own; none without it.
+  // Beside the run's own: one for each core, up to four, or as many as the environment variable LUMISK_THREADS says.
   [[nodiscard]] static std::size_t usualThreads();
 
   // Begun in the order of adding. Kept by the caller, too, until finish() or drop() has returned.

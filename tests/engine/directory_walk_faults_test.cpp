@@ -20,7 +20,8 @@ TEST_P(WalkFaultsTest, SourceFolderThatCannotBeListed_IsAnErrorAndNotEmpty) {
   for (const FileCall call : {FileCall::kOpenFolder, FileCall::kListFolder, FileCall::kListAttributes}) {
     makeTree(tree / "s", {{"d", Dir{{"x", File{"x"}}}}, {"e", Dir{{"y", File{"y"}}}}});
     makeTree(tree / "t", {{"s", Dir{}}});
-    files.fail(call, EACCES, {.name = "d"});
+    files.forgetRules();
+    files.fail(call, EACCES, {.name = "d", .times = FaultyFileCalls::kAlways});
     const Ran ran = backUp();
     EXPECT_TRUE(ran.walked);
     EXPECT_EQ(ran.counts.errors, 1u);
@@ -34,7 +35,7 @@ TEST_P(WalkFaultsTest, SourceFolderThatCannotBeListed_IsAnErrorAndNotEmpty) {
 TEST_P(WalkFaultsTest, DestinationFolderThatCannotBeListed_IsNotWrittenTo) {
   makeTree(tree / "s", {{"d", Dir{{"x", File{"new", 0644, 2000}}, {"y", File{"y"}}}}});
   makeTree(tree / "t", {{"s", Dir{{"d", Dir{{"x", File{"old", 0644, 1000}}}}}}});
-  files.fail(FileCall::kListFolder, EIO, {.name = "d", .nth = 2});
+  files.fail(FileCall::kListFolder, EIO, {.name = "d", .nth = 2, .times = FaultyFileCalls::kAlways});
   const Ran ran = backUp();
   EXPECT_EQ(ran.counts.errors, 1u);
   ExpectTreeExactly(tree / "t/s", {{"d", Dir{{"x", File{"old", 0644, 1000}}}}});

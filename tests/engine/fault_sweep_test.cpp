@@ -309,11 +309,11 @@ bool isMeant(Fault fault, FileCall call) {
   return fault == Fault::kDiskFull ? isAddition(call) : isChange(call);
 }
 
-// `phase`: so that the kinds of jobs do not all leave out the same.
-std::vector<Case> casesOf(Fault fault, const std::vector<FileCall>& calls, std::size_t phase) {
+// `phase`: so that the kinds of jobs do not all leave out the same. Samples are at least `apart` of its calls apart.
+std::vector<Case> casesOf(Fault fault, const std::vector<FileCall>& calls, std::size_t phase, std::size_t apart = 0) {
   std::vector<Case> cases;
   const Thoroughness wish = thoroughness();
-  const std::size_t stride = fault == Fault::kOnce ? 11 : 5;
+  const std::size_t stride = std::max<std::size_t>(fault == Fault::kOnce ? 11 : 5, apart);
   std::size_t found = phase;
   for (std::size_t i = 0; i < calls.size(); ++i) {
     if (!isMeant(fault, calls[i])) continue;
@@ -335,7 +335,8 @@ class FaultSweep : public ::testing::TestWithParam<Kind> {
     const char* only = std::getenv("LUMISK_SWEEP_CASE");
     int failures = 0;
     int done = 0;
-    for (const Case& one : casesOf(fault, sweep.calls(), std::strlen(GetParam().name))) {
+    const std::size_t apart = GetParam().threads > 0 ? 61 : 0;
+    for (const Case& one : casesOf(fault, sweep.calls(), std::strlen(GetParam().name), apart)) {
       const std::string name = std::string(GetParam().name) + " " + kFaultNames[static_cast<int>(fault)] + " " +
                                std::to_string(one.nth) + " " + std::to_string(one.choice);
       if (only && name != only) continue;
@@ -356,6 +357,10 @@ const Kind kKinds[] = {
     {.name = "NoTrash", .trash = false},
     {.name = "SyncRevisions", .type = JobType::kSyncWithRevisions, .revisions = RevisionMethod::kUnlimited},
     {.name = "SyncConflicts", .type = JobType::kSyncWithConflicts, .trash = false},
+    // What fails then depends on which thread was faster.
+    {.name = "FirstWithThreads", .isFirstRun = true, .threads = 3},
+    {.name = "RevisionsWithThreads", .revisions = RevisionMethod::kUnlimited, .threads = 3},
+    {.name = "SyncConflictsWithThreads", .type = JobType::kSyncWithConflicts, .threads = 3},
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, FaultSweep, ::testing::ValuesIn(kKinds),
                          [](const auto& kind) { return std::string(kind.param.name); });

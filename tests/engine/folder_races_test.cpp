@@ -20,8 +20,13 @@ namespace {
 class Intruder {
  public:
   enum class Writes { kAnything, kNoFiles };
-  Intruder(std::string side, std::string outside, Writes writes, unsigned seed)
-      : side_(std::move(side)), outside_(std::move(outside)), writes_(writes), seed_(seed), random_(seed) {}
+  Intruder(std::string side, std::string outside, Writes writes, bool isHauntingMany, unsigned seed)
+      : side_(std::move(side)),
+        outside_(std::move(outside)),
+        writes_(writes),
+        isHauntingMany_(isHauntingMany),
+        seed_(seed),
+        random_(seed) {}
 
   void act() {
     opened_.clear();
@@ -56,7 +61,10 @@ class Intruder {
  private:
   std::string somewhere() {
     static const std::vector<std::string> kPaths{"a", "b", "d", "d/a", "d/e", "d/e/a", "d/e/f", "g/h"};
-    return reach(kPaths[random_() % kPaths.size()]);
+    static const std::vector<std::string> kPathsAmongMany{"many/1", "many/1/1", "many/2/2", "many/3/53"};
+    const bool isAmongMany = isHauntingMany_ && random_() % 3 == 0;
+    const auto& paths = isAmongMany ? kPathsAmongMany : kPaths;
+    return reach(paths[random_() % paths.size()]);
   }
   // By its open folder: the intruder's own way must not lead through a link either.
   std::string reach(const std::string& path) {
@@ -88,6 +96,7 @@ class Intruder {
   std::string side_;
   std::string outside_;
   Writes writes_;
+  bool isHauntingMany_;
   unsigned seed_;
   std::mt19937 random_;
   std::vector<Descriptor> opened_;
@@ -107,6 +116,8 @@ const Kind kRacedKinds[] = {
     {.name = "Revisions", .trash = false, .revisions = RevisionMethod::kUnlimited, .isEmpty = true},
     {.name = "SyncRevisions", .type = JobType::kSyncWithRevisions, .isEmpty = true},
     {.name = "SyncConflicts", .type = JobType::kSyncWithConflicts, .trash = false, .isEmpty = true},
+    {.name = "BackupWithThreads", .isEmpty = true, .threads = 3},
+    {.name = "SyncConflictsWithThreads", .type = JobType::kSyncWithConflicts, .isEmpty = true, .threads = 3},
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, FolderRaces, ::testing::ValuesIn(kRacedKinds),
                          [](const auto& kind) { return std::string(kind.param.name); });
@@ -117,20 +128,22 @@ TEST_P(FolderRaces, WhileARunLooks_NothingOutsideIsTouched) {
   const std::string outside = job.tree / "outside";
   makeTree(job.tree.path(), {{"outside", Dir{{"secret", File{"canary", 0600, 1000}}, {"d", Dir{}}}}});
   const bool isTwoWay = isSync(GetParam().type);
-  const std::string target = GetParam().type == JobType::kSyncWithConflicts ? job.tree / "t" : job.tree / "t/docs";
   // A backup leaves newer files of the target alone.
   const auto thereWrites = isTwoWay ? Intruder::Writes::kAnything : Intruder::Writes::kNoFiles;
   std::atomic<bool> isOver{false};
   const auto haunt = [&](const std::string& side, Intruder::Writes writes, unsigned seed) {
-    return std::thread([&isOver, intruder = Intruder(side, outside, writes, seed)]() mutable {
+    const bool isAmongMany = GetParam().threads > 0;
+    return std::thread([&isOver, intruder = Intruder(side, outside, writes, isAmongMany, seed)]() mutable {
       while (!isOver) intruder.act();
     });
   };
   std::thread here = haunt(job.tree / "s/docs", Intruder::Writes::kAnything, 1);
-  std::thread there = haunt(target, thereWrites, 2);
+  std::thread there = haunt(job.targetSide(), thereWrites, 2);
   int runs = 0;
-  for (const auto end = std::chrono::steady_clock::now() + time(); std::chrono::steady_clock::now() < end; ++runs)
+  for (const auto end = std::chrono::steady_clock::now() + time(); std::chrono::steady_clock::now() < end; ++runs) {
+    job.renewMany();
     job.runClean();
+  }
   isOver = true;
   here.join();
   there.join();

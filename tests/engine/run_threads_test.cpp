@@ -224,10 +224,11 @@ TEST_F(RunThreadsTest, FolderSwappedForALinkAheadOfTheWalk_LeadsNowhere) {
 // what is older than the bound.
 TEST_F(RunThreadsTest, WhatWasReadAheadTooLongAgo_IsReadAgain) {
   makeTree(place.path(), {{"s", Dir{}}, {"t", Dir{{"s", Dir{}}}}});
-  for (const char* const name : {"a", "b", "c"})
+  for (const char* const name : {"a", "b", "c", "d"})
     for (const char* const side : {"s", "t/s"})
       makeTree(place / side, {{name, Dir{{"f", File{"text", 0644, kLongAgo}}}}});
   makeTree(place / "s/a", {{"g", File{"copied", 0644, kLongAgo}}});
+  makeTree(place / "s/d", {{"0", File{"copied", 0644, kLongAgo}}});
   FaultyFileCalls files;
   const Ran ran = backUp(2, files, [&](RunFixture& fixture) {
     files.before(FileCall::kOpenFile,
@@ -237,9 +238,17 @@ TEST_F(RunThreadsTest, WhatWasReadAheadTooLongAgo_IsReadAgain) {
                    fixture.clock.advance(std::chrono::seconds(1));
                  },
                  {.name = "g"});
+    // Before its folder's turn, and while its folder is walked.
+    files.before(FileCall::kOpenFile,
+                 [&] {
+                   writeFile(place / "s/d/f", "saved meanwhile");
+                   fixture.clock.advance(std::chrono::seconds(1));
+                 },
+                 {.name = "0"});
   });
-  EXPECT_EQ(ran.counts.copied, 2u);
+  EXPECT_EQ(ran.counts.copied, 4u);
   EXPECT_EQ(readFile(place / "t/s/c/f"), "saved meanwhile");
+  EXPECT_EQ(readFile(place / "t/s/d/f"), "saved meanwhile");
 }
 
 TEST(WorkPoolTest, TaskThatThrows_ThrowsWhereItIsFinished) {

@@ -32,6 +32,7 @@ struct Kind {
   RevisionMethod revisions = RevisionMethod::kNone;
   bool isFirstRun = false;
   bool isEmpty = false;
+  std::size_t threads = testThreads();  // beside the run's own; where there are any, many small files come up
   friend std::ostream& operator<<(std::ostream& out, const Kind& kind) { return out << kind.name; }
 };
 
@@ -120,10 +121,12 @@ class SweptJob {
     info_.targetPaths = {tree / "t"};
     if (kind.isEmpty) return;
     makeSource();
+    if (kind.isFirstRun) putMany();
     if (kind.isFirstRun) return;
     EXPECT_TRUE(runClean().completed) << log;
     waitForTick();
     edit();
+    putMany();
     if (isSync(kind.type)) editTarget();
   }
 
@@ -141,6 +144,7 @@ class SweptJob {
                             [](std::int32_t) { return true; },
                             [](std::int32_t) { return 0U; },
                             [](const std::string&) { return PropertyList(); }};
+    services.threads = kind_.threads;
     RunRequest request;
     request.info = info_;
     request.method = CopyMethod::kNormal;
@@ -166,8 +170,18 @@ class SweptJob {
   }
 
   [[nodiscard]] Side source() const { return side(tree / "s/docs"); }
-  [[nodiscard]] Side target() const {
-    return side(kind_.type == JobType::kSyncWithConflicts ? tree / "t" : tree / "t/docs");
+  [[nodiscard]] Side target() const { return side(targetSide()); }
+  [[nodiscard]] std::string targetSide() const {
+    return kind_.type == JobType::kSyncWithConflicts ? tree / "t" : tree / "t/docs";
+  }
+  // New ones in the place of the many small files, on the source's side; somebody may be at work there.
+  void renewMany() {
+    if (kind_.threads == 0) return;
+    std::error_code ignored;
+    putMany("aside/");
+    for (const std::string& side : {tree / "s/docs", targetSide()}) fs::remove_all(side + "/many", ignored);
+    fs::rename(tree / "aside/many", tree / "s/docs/many", ignored);
+    fs::remove_all(tree / "aside");
   }
   // Every text of the job, in its tree and in the Trash of the volume.
   [[nodiscard]] std::set<std::string> texts() const {
@@ -206,6 +220,11 @@ class SweptJob {
     fs::create_directories(fs::path(tree / path).parent_path());
     writeFile(tree / path, "text " + text + mark_);
     setModified(tree / path, date_ += 10);
+  }
+  // More than a run copies before it lets others carry them.
+  void putMany(const std::string& side = "s/docs/") {
+    for (int i = 0; kind_.threads > 0 && i < 64; ++i)
+      put(side + "many/" + std::to_string(i % 5) + "/" + std::to_string(i), "many " + std::to_string(i));
   }
   void putLarge(const std::string& path, const std::string& text) {
     put(path, text);

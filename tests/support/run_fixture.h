@@ -59,6 +59,12 @@ class RecordingDialogs : public UserDialogs {
   bool answer = true;
 };
 
+// Beside a run's own, in all tests that do not choose the number themselves.
+inline std::size_t testThreads() {
+  const char* const wish = getenv("LUMISK_TEST_THREADS");
+  return wish ? std::stoul(wish) : 0;
+}
+
 // All that one run shares, with a clock that never waits. Tests change `info` before they make what reads it.
 class RunFixture {
  public:
@@ -69,11 +75,11 @@ class RunFixture {
     run.cancelled = &cancelled;
     run.begin = clock.now();
     run.onOutOfSpace = [this] { ++outOfSpace; };
-    if (const char* threads = getenv("LUMISK_TEST_THREADS")) useThreads(std::stoul(threads));
+    if (testThreads() > 0) useThreads(testThreads());
     run.postProgress = [this](const JobProgressMessage& message) { progress.push_back(message); };
   }
 
-  // Beside the run's own. The environment can ask for them in all tests of runs.
+  // Beside the run's own.
   void useThreads(std::size_t threads) { run.pool = &pool_.emplace(threads); }
 
   // The entry at an absolute path; its folder stays open as long as the fixture. Not through the run's own calls, which

@@ -64,7 +64,7 @@ class WorkerFixture {
                         [this](const std::string& key) { return preferences[std::string_view(key)]; }};
     made.eventListening = eventListening;
     made.clone = clone;
-    if (const char* threads = getenv("LUMISK_TEST_THREADS")) made.threads = std::stoul(threads);
+    made.threads = testThreads();
     return made;
   }
   // Made with the job as it is then.

@@ -71,10 +71,22 @@ def contents(side):
     return found
 
 
+# Where a file goes that the home's Trash cannot take, and what others have there.
+def volume_trash():
+    top = folder
+    while not os.path.ismount(top): top = os.path.dirname(top)
+    return os.path.join(top, ".Trash-%d/files" % os.getuid())
+
+
+others_trash = set(os.listdir(volume_trash())) if os.path.isdir(volume_trash()) else set()
+
+
 def texts():
     found = set()
-    for root in (folder, os.environ["LUMISK_HOME"]):
-        for above, _, names in os.walk(root):
+    for root in (folder, os.environ["LUMISK_HOME"], volume_trash()):
+        for above, folders, names in os.walk(root):
+            if root == volume_trash() == above:
+                folders[:], names = set(folders) - others_trash, set(names) - others_trash
             for name in names:
                 path = os.path.join(above, name)
                 text = os.readlink(path) if os.path.islink(path) else open(path, errors="replace").read()
