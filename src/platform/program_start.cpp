@@ -2,7 +2,10 @@
 
 #include <fcntl.h>
 #include <malloc.h>
+#include <sys/resource.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 namespace lumisk::programStart {
 
@@ -12,6 +15,14 @@ void openMissingStreams() {
     if (::fcntl(stream, F_GETFD) == -1) [[maybe_unused]]
       const int opened = ::open("/dev/null", O_RDWR);
   }
+}
+
+void allowManyDescriptors() {
+  constexpr rlim_t kEnough = 65536;
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= kEnough) return;
+  limit.rlim_cur = std::min(limit.rlim_max, kEnough);
+  ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 void keepMemorySmall() {

@@ -38,6 +38,7 @@ std::optional<std::string> readPassword(const std::string& question) {
 
 int main(int count, char** arguments) {
   lumisk::programStart::openMissingStreams();
+  lumisk::programStart::allowManyDescriptors();
   // A reader that goes away (`lumisk log | head`) must not end a run in the middle of a file.
   std::signal(SIGPIPE, SIG_IGN);
   std::error_code error;

@@ -172,6 +172,7 @@ Ending run(QApplication& application, const Way& way) {
 
 int startDesktop(int count, char** arguments) {
   programStart::openMissingStreams();
+  programStart::allowManyDescriptors();
   programStart::keepMemorySmall();
   std::signal(SIGPIPE, SIG_IGN);
   startTranslation(catalogueFolder(process::programPath()));
