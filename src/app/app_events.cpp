@@ -60,6 +60,7 @@ void QuorvelAppObject::Members::observeRuns() {
   observe(kDataBitNotification, &Members::QelLumiskObjectEvent);
   observe(kDidFinishNotification, &Members::removeOneTimeClone);
   observe(kDidFinishNotification, &Members::runOfArrivalEnded);
+  observe(kDidFinishNotification, &Members::forgetTroubleOf);
   observe(kAddJobNotification, &Members::addJobMessageEvent);
   observations.push_back(center.observe(
       kProgressNotification, [this](const Notification& notification) { progressCellDataEvent(notification); }));
@@ -91,6 +92,12 @@ void QuorvelAppObject::Members::runOfArrivalEnded(const Notification& notificati
   arrived.runEnded(
       job[kUuidStringKey].text(), job[kObjectNameKey].text(),
       isCompleted(notification) ? ArrivedVolumes::RunEnd::kCompleted : ArrivedVolumes::RunEnd::kNotCompleted);
+}
+
+void QuorvelAppObject::Members::forgetTroubleOf(const Notification& notification) {
+  if (!services.lentDialogs || !isCompleted(notification)) return;
+  const PropertyList job = store.job(jobIndexOfEvent(store, notification));
+  services.lentDialogs->desk().jobCompleted(job[kObjectNameKey].text());
 }
 
 void QuorvelAppObject::Members::addJobMessageEvent(const Notification& notification) {

@@ -1,6 +1,10 @@
+#include "app/dialog_requests.h"
 #include "app/instance_requests.h"
 #include "app/job_changes.h"
 #include "app/quorvel_app_members.h"
+
+#include <algorithm>
+#include <set>
 
 // What the application answers to requests that come through the message server.
 
@@ -10,6 +14,7 @@ namespace {
 using Dictionary = PropertyList::Dictionary;
 
 constexpr const char* kPaceKey = "SGCopyPace";
+constexpr const char* kShowsThemItself = "the running instance shows its dialogs itself";
 
 Dictionary answer(RequestResult result, const std::string& reason = {}) {
   Dictionary dictionary{{kResultKey, static_cast<std::int32_t>(result)}};
@@ -47,6 +52,8 @@ class RequestAnswer {
   Dictionary setPreference();
   Dictionary showWindow();
   Dictionary showVersions();
+  Dictionary dialogs();
+  Dictionary answerDialog();
 
   [[nodiscard]] Dictionary statusOf(const std::string& uuid, std::int32_t index);
   [[nodiscard]] RunOptions options();
@@ -86,6 +93,10 @@ Dictionary RequestAnswer::give() {
       return showWindow();
     case RequestAction::kShowVersions:
       return showVersions();
+    case RequestAction::kDialogs:
+      return dialogs();
+    case RequestAction::kAnswerDialog:
+      return answerDialog();
   }
   return answer(RequestResult::kNotUnderstood);
 }
@@ -236,6 +247,31 @@ Dictionary RequestAnswer::showVersions() {
   if (!members_.showVersions) return answer(RequestResult::kRefused, "the running instance has no windows");
   members_.showVersions(selectedPaths());
   return answer(RequestResult::kDone);
+}
+
+// What was told of a job that has gone is told no longer.
+Dictionary RequestAnswer::dialogs() {
+  LentDialogs* const lent = members_.services.lentDialogs;
+  if (!lent) return answer(RequestResult::kRefused, kShowsThemItself);
+  std::set<std::string> names{""};
+  for (const PropertyList& job : members_.store.jobs()) names.insert(job[kObjectNameKey].text());
+  auto items = lent->lookOfWindow();
+  const auto gone = std::stable_partition(items.begin(), items.end(),
+                                          [&](const DialogItem& item) { return names.contains(item.job); });
+  std::for_each(gone, items.end(), [&](const DialogItem& item) { lent->desk().close(item.id); });
+  items.erase(gone, items.end());
+  Dictionary given = answer(RequestResult::kDone);
+  given[kDialogsKey] = arrayOf(items);
+  return given;
+}
+
+Dictionary RequestAnswer::answerDialog() {
+  LentDialogs* const lent = members_.services.lentDialogs;
+  if (!lent) return answer(RequestResult::kRefused, kShowsThemItself);
+  const auto given = dialogAnswerOf(request_[kDialogAnswerKey]);
+  if (!given) return answer(RequestResult::kNotUnderstood);
+  const bool stood = lent->desk().close(request_[kDialogKey].unsignedInteger(), *given);
+  return stood ? answer(RequestResult::kDone) : answer(RequestResult::kRefused, "it has been answered before");
 }
 
 }  // namespace

@@ -29,6 +29,9 @@ enum class RequestAction : std::int32_t {
   kSetPreference = 1007,  // "key" and "value" of "SGPreferences"
   kShowWindow = 1008,     // kRefused by an instance without windows
   kShowVersions = 1009,  // of the one path in "selected_Array", to be put back; kRefused by an instance without windows
+  // For windows of an instance without any (app/lent_dialogs.h); kRefused by one with windows.
+  kDialogs = 1010,       // -> "dialogs", see app/dialog_requests.h; whoever asks shows them, and asks again soon
+  kAnswerDialog = 1011,  // "dialog" (its id) and "answer"; kRefused when it has gone before
 };
 
 enum class RequestResult : std::int32_t {
@@ -55,6 +58,9 @@ inline constexpr const char* kProgressKey = "progress";
 inline constexpr const char* kResultKey = "result";
 inline constexpr const char* kReasonKey = "reason";
 inline constexpr const char* kJobsKey = "jobs";
+inline constexpr const char* kDialogsKey = "dialogs";
+inline constexpr const char* kDialogKey = "dialog";
+inline constexpr const char* kDialogAnswerKey = "answer";
 // Of each job in "jobs", besides "uuid", "endedRuns" and "progress".
 inline constexpr const char* kRunningKey = "running";             // bool
 inline constexpr const char* kSchedulerKey = "scheduled";         // bool: its scheduler's thread runs

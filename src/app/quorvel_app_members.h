@@ -31,6 +31,7 @@ struct QuorvelAppObject::Members {
   void QelLumiskObjectEvent(const Notification& notification);
   void removeOneTimeClone(const Notification& notification);
   void runOfArrivalEnded(const Notification& notification);
+  void forgetTroubleOf(const Notification& notification);
   void addJobMessageEvent(const Notification& notification);
   void progressCellDataEvent(const Notification& notification);  // on the posting thread
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "app/arrived_volumes.h"
+#include "app/lent_dialogs.h"
 #include "app/stored_run_status.h"
 #include "app/sync_control_object.h"
 #include "finder/do_server.h"
@@ -30,6 +31,7 @@ struct AppServices {
   MediaRegistry* media = nullptr;  // null: devices that come start nothing
   std::function<Result<std::vector<MountEntry>>()> mounts = mountTable;
   ArrivedVolumes::Unmount unmount = unmountVolume;
+  LentDialogs* lentDialogs = nullptr;  // what windows of other processes show; null: this one has its own
 };
 
 // The application's controller, with or without windows: it owns the store for as long as it lives, runs the jobs by

@@ -21,8 +21,8 @@ namespace {
 
 struct DaemonOptions {};
 
-// Nobody is there: what is shown is a line on standard error, what is asked is refused, and conflicts are settled as
-// their job says.
+// Where no window shows them (app/lent_dialogs.h): what is shown is a line on standard error, what is asked is refused,
+// and conflicts are settled as their job says.
 class DaemonDialogs : public TerminalDialogs {
  public:
   DaemonDialogs(RunDisplay& display, UserDefaults& defaults)
@@ -51,13 +51,17 @@ ConflictChoice DaemonDialogs::choiceOf(const std::string& jobName) {
 struct Daemon {
   explicit Daemon(CommandIo& io)
       : display(io, RunDisplay::Progress::kNever),
-        dialogs(display, defaults),
+        alone(display, defaults),
+        dialogs(alone, io.clock),
         app({io.loop,
              {workerServices(io), makeRealSleep, pluginListPath()},
              defaults,
              process::programPath(),
              false,
-             media.get()}) {}
+             media.get(),
+             mountTable,
+             unmountVolume,
+             &dialogs}) {}
 
   WorkerServices workerServices(CommandIo& io) {
     WorkerServices services{io.files, io.clock, notifications, dialogs, images, {}, {}, {}};
@@ -70,7 +74,8 @@ struct Daemon {
   FileEventStreams streams;
   RunDisplay display;
   UserDefaults defaults{UserDefaults::standardPath()};
-  DaemonDialogs dialogs;
+  DaemonDialogs alone;
+  LentDialogs dialogs;
   NotificationCenter notifications;
   KeychainImages images;
   std::unique_ptr<MediaRegistry> media = makeMediaRegistry();
@@ -94,6 +99,7 @@ Checked<Ending> runDaemon(const DaemonOptions&, CommandIo& io) {
   if (!launched) return fail(complaintOf(launched.error()));
   io.out << readyLine(daemon.app.jobs().count()) << std::endl;
   io.loop.run();
+  daemon.dialogs.desk().end();  // a run that asks is not waited for
   daemon.app.applicationWillTerminate();
   return Ending::kDone;
 }

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "presenters/dialog_desk.h"
+#include "app/dialog_desk.h"
 
 namespace lumisk {
 

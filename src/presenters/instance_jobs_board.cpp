@@ -1,5 +1,6 @@
 #include "presenters/instance_jobs_board.h"
 
+#include "app/dialog_requests.h"
 #include "finder/do_client.h"
 #include "jobs/job_store.h"
 
@@ -8,7 +9,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kBetweenQuestions = 1s;
 constexpr auto kPatience = 10s;
 // A change is answered when the runs that it stops have ended; bringing their data to a slow disk takes its time.
 constexpr auto kChangePatience = 30min;
@@ -29,6 +29,14 @@ std::vector<BoardRun> runsOf(const PropertyList& answer) {
   return runs;
 }
 
+std::vector<DialogItem> dialogsOf(const PropertyList& answer) {
+  std::vector<DialogItem> items;
+  for (const PropertyList& dialog : answer.array()) {
+    if (auto item = dialogItemOf(dialog)) items.push_back(std::move(*item));
+  }
+  return items;
+}
+
 }  // namespace
 
 OtherInstance askOtherInstance(const std::string& pathToRestore) {
@@ -44,11 +52,13 @@ OtherInstance askOtherInstance(const std::string& pathToRestore) {
   return isShown ? OtherInstance::kShowsItsWindow : OtherInstance::kWithoutWindows;
 }
 
-InstanceJobsBoard::InstanceJobsBoard(MainLoop& loop, const Clock& clock, std::function<void()> lost, Wait wait)
+InstanceJobsBoard::InstanceJobsBoard(MainLoop& loop, const Clock& clock, std::function<void()> lost, Wait wait,
+                                     std::chrono::milliseconds betweenQuestions)
     : RequestBoard(clock),
       loop_(loop),
       lost_(std::move(lost)),
       wait_(std::move(wait)),
+      betweenQuestions_(betweenQuestions),
       self_(std::make_shared<InstanceJobsBoard*>(this)) {
   thread_ = std::thread([this] { askAgainAndAgain(); });
 }
@@ -61,13 +71,26 @@ InstanceJobsBoard::~InstanceJobsBoard() {
   ending_.notify_all();
   thread_.join();
   *self_ = nullptr;
+  if (desk_) desk_->setTellOther({});
+}
+
+// An answer goes on the thread that asks, before its next question, so that no window waits for the instance.
+void InstanceJobsBoard::showDialogsOn(DialogDesk& desk) {
+  desk_ = &desk;
+  desk.setTellOther([this](std::uint64_t id, const DialogAnswer& answer) {
+    const std::lock_guard guard(mutex_);
+    answers_.push_back({{kDialogKey, id}, {kDialogAnswerKey, dictionaryOf(answer)}});
+    ending_.notify_all();
+  });
+  showsDialogs_ = true;
 }
 
 // On its thread.
 void InstanceJobsBoard::askAgainAndAgain() {
-  PropertyList lastJobs;
+  Known known;
   for (bool isThere = true; isThere && rest();) {
-    Answer answer = askOnce(lastJobs);
+    sendAnswers();
+    Answer answer = askOnce(known);
     isThere = answer.isThere;
     loop_.perform([self = self_, answer = std::move(answer)] {
       if (*self) (*self)->take(answer);
@@ -76,22 +99,41 @@ void InstanceJobsBoard::askAgainAndAgain() {
 }
 
 // A connection for each question: what lies idle keeps others waiting.
-InstanceJobsBoard::Answer InstanceJobsBoard::askOnce(PropertyList& lastJobs) {
+InstanceJobsBoard::Answer InstanceJobsBoard::askOnce(Known& known) {
   doClient client;
   if (!client.connect()) return {};
   const auto given = client.request(requestOf(RequestAction::kStatus), kPatience);
   if (!given) return {};
   Answer answer{true, runsOf(*given), false};
-  if (auto jobs = defaults_.object(kJobArrayKey); jobs && *jobs != lastJobs) {
+  if (auto jobs = defaults_.object(kJobArrayKey); jobs && *jobs != known.jobs) {
     answer.hasNewJobs = true;
-    lastJobs = std::move(*jobs);
+    known.jobs = std::move(*jobs);
   }
+  if (!showsDialogs_) return answer;
+  const auto shown = client.request(requestOf(RequestAction::kDialogs), kPatience);
+  const PropertyList dialogs = shown ? PropertyList(*shown)[kDialogsKey] : known.dialogs;
+  if (dialogs != known.dialogs) answer.newDialogs = dialogsOf(dialogs);
+  known.dialogs = dialogs;
   return answer;
+}
+
+// One that does not arrive is as good as none: the instance has ended, or asks again.
+void InstanceJobsBoard::sendAnswers() {
+  std::vector<PropertyList::Dictionary> answers;
+  {
+    const std::lock_guard guard(mutex_);
+    answers = std::exchange(answers_, {});
+  }
+  for (PropertyList::Dictionary& answer : answers) {
+    doClient client;
+    if (client.connect()) (void)client.request(requestOf(RequestAction::kAnswerDialog, std::move(answer)), kPatience);
+  }
 }
 
 bool InstanceJobsBoard::rest() {
   std::unique_lock lock(mutex_);
-  return !ending_.wait_for(lock, kBetweenQuestions, [this] { return isEnding_; });
+  ending_.wait_for(lock, betweenQuestions_, [this] { return isEnding_ || !answers_.empty(); });
+  return !isEnding_;
 }
 
 // On the main thread.
@@ -100,6 +142,7 @@ void InstanceJobsBoard::take(const Answer& answer) {
   runs_ = answer.runs;
   if (answer.hasNewJobs) tell(BoardChange::kJobs);
   if (runs && !answer.hasNewJobs) tell(BoardChange::kProgress);
+  if (answer.newDialogs && desk_) desk_->showOthers(*answer.newDialogs);
   if (!answer.isThere) lost_();
 }
 

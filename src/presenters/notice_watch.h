@@ -2,8 +2,8 @@
 
 #include <functional>
 
+#include "app/dialog_desk.h"
 #include "platform/main_loop.h"
-#include "presenters/dialog_desk.h"
 #include "presenters/notices.h"
 
 namespace lumisk {

@@ -4,7 +4,7 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include "presenters/dialog_desk.h"
+#include "app/dialog_desk.h"
 #include "ui/theme.h"
 
 namespace lumisk {

@@ -5,8 +5,8 @@
 #include <functional>
 #include <map>
 
+#include "app/dialog_desk.h"
 #include "presenters/background.h"
-#include "presenters/dialog_desk.h"
 
 class QDialog;
 

@@ -1,4 +1,4 @@
-#include "presenters/dialog_desk.h"
+#include "app/dialog_desk.h"
 
 #include <filesystem>
 #include <future>

@@ -121,6 +121,7 @@ Ending runAsWindowOfOther(QApplication& application, MainLoop& loop, const Way& 
     endAtOnce(desk);
   };
   InstanceJobsBoard board(loop, systemClock(), lost, waitBesideWindows);
+  board.showDialogsOn(desk);
   WindowSet windows(board, systemClock(), realFileCalls(), loop, desk);
   addAllWindows(windows);
   const DesktopTalk talk(desk, dialogs, windows);

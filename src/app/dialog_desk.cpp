@@ -1,4 +1,4 @@
-#include "presenters/dialog_desk.h"
+#include "app/dialog_desk.h"
 
 #include <algorithm>
 
@@ -11,12 +11,6 @@ constexpr auto kBetweenLooks = 50ms;   // of a thread that waits: whether its ru
 constexpr auto kBetweenPings = 1s;     // of the main thread
 constexpr auto kLongestSilence = 10s;  // then it is taken to wait for the thread that asks
 constexpr std::size_t kMostTexts = 6;  // in one window
-
-constexpr ConflictAnswer kSafeAnswer{ConflictChoice::kKeepBoth, false};
-
-bool isQuestion(DialogKind kind) {
-  return kind == DialogKind::kQuestion || kind == DialogKind::kConflict;
-}
 
 void note(std::vector<ToldText>& texts, const std::string& text, WallTime now) {
   const auto same = std::find_if(texts.begin(), texts.end(), [&](const ToldText& told) { return told.text == text; });
@@ -32,9 +26,8 @@ void note(std::vector<ToldText>& texts, const std::string& text, WallTime now) {
 }  // namespace
 
 struct DialogDesk::Question {
-  bool isAnswered = false;
-  bool isAccepted = false;
-  ConflictAnswer conflict = kSafeAnswer;
+  bool isOver = false;
+  std::optional<DialogAnswer> answer{};  // none: nobody waited any more
 };
 
 // Whether the main thread serves its loop. Belongs to the thread that waits; only `hasCome` is shared.
@@ -124,7 +117,8 @@ void DialogDesk::show(DialogItem item, const std::string& text) {
 DialogDesk::Entry& DialogDesk::entryFor(DialogItem item) {
   const auto same = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
     const bool isSameAlert = item.kind != DialogKind::kAlert || entry.item.title == item.title;
-    return !isQuestion(item.kind) && entry.item.kind == item.kind && entry.item.job == item.job && isSameAlert;
+    const bool isKept = isQuestion(item.kind) || entry.theirs;
+    return !isKept && entry.item.kind == item.kind && entry.item.job == item.job && isSameAlert;
   });
   const bool isKnown = same != entries_.end();
   item.id = isKnown ? same->item.id : ++lastId_;
@@ -143,11 +137,16 @@ std::vector<DialogItem> DialogDesk::items() const {
 
 // What is asked.
 
+std::optional<DialogAnswer> DialogDesk::askWindow(DialogItem question, const std::function<bool()>& mustStop) {
+  const auto asked = put(std::move(question));
+  isMainThread() ? awaitOnMainThread(asked) : await(asked, mustStop);
+  return answerOf(asked);
+}
+
 ConflictAnswer DialogDesk::askConflict(const ConflictQuestion& question) {
-  const auto asked = put({.kind = DialogKind::kConflict, .job = question.jobName, .conflict = question});
-  isMainThread() ? awaitOnMainThread(asked) : await(asked, question.mustStop);
-  const std::lock_guard guard(mutex_);
-  return asked->conflict;
+  const auto answer =
+      askWindow({.kind = DialogKind::kConflict, .job = question.jobName, .conflict = question}, question.mustStop);
+  return answer.value_or(DialogAnswer{}).conflict;
 }
 
 bool DialogDesk::ask(const std::string& title, const std::string& message, const std::string& accept,
@@ -155,10 +154,7 @@ bool DialogDesk::ask(const std::string& title, const std::string& message, const
   DialogItem item{.kind = DialogKind::kQuestion, .title = title, .accept = accept, .refuse = refuse};
   item.texts = {{message, clock_.now(), 1}};
   item.isWaitedFor = isMainThread();
-  const auto asked = put(std::move(item));
-  isMainThread() ? awaitOnMainThread(asked) : await(asked, {});
-  const std::lock_guard guard(mutex_);
-  return asked->isAccepted;
+  return askWindow(std::move(item), {}).value_or(DialogAnswer{}).isAccepted;
 }
 
 std::shared_ptr<DialogDesk::Question> DialogDesk::put(DialogItem item) {
@@ -166,7 +162,7 @@ std::shared_ptr<DialogDesk::Question> DialogDesk::put(DialogItem item) {
   {
     const std::lock_guard guard(mutex_);
     if (hasEnded_) {
-      question->isAnswered = true;
+      question->isOver = true;
       return question;
     }
     entryFor(std::move(item)).question = question;
@@ -180,7 +176,7 @@ void DialogDesk::await(const std::shared_ptr<Question>& question, const std::fun
   while (!isOver(question)) {
     if ((mustStop && mustStop()) || !ping.isServed(loop_)) return drop(question);
     std::unique_lock lock(mutex_);
-    answered_.wait_for(lock, kBetweenLooks, [&] { return question->isAnswered; });
+    answered_.wait_for(lock, kBetweenLooks, [&] { return question->isOver; });
   }
 }
 
@@ -191,14 +187,19 @@ void DialogDesk::awaitOnMainThread(const std::shared_ptr<Question>& question) {
 
 bool DialogDesk::isOver(const std::shared_ptr<Question>& question) const {
   const std::lock_guard guard(mutex_);
-  return question->isAnswered;
+  return question->isOver;
 }
 
-// Nobody waits any more: the answer stays the safe one.
+std::optional<DialogAnswer> DialogDesk::answerOf(const std::shared_ptr<Question>& question) const {
+  const std::lock_guard guard(mutex_);
+  return question->answer;
+}
+
+// Nobody waits any more.
 void DialogDesk::drop(const std::shared_ptr<Question>& question) {
   {
     const std::lock_guard guard(mutex_);
-    question->isAnswered = true;
+    question->isOver = true;
     if (std::erase_if(entries_, [&](const Entry& entry) { return entry.question == question; }) == 0) return;
   }
   tell();
@@ -206,32 +207,24 @@ void DialogDesk::drop(const std::shared_ptr<Question>& question) {
 
 // Answers.
 
-void DialogDesk::settle(std::uint64_t id, const std::function<void(Question&)>& give) {
+bool DialogDesk::close(std::uint64_t id, const DialogAnswer& answer) {
+  std::optional<std::uint64_t> theirs;
   {
     const std::lock_guard guard(mutex_);
     const auto found =
         std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) { return entry.item.id == id; });
-    if (found == entries_.end()) return;
-    if (found->question) {
-      give(*found->question);
-      found->question->isAnswered = true;
-    }
+    if (found == entries_.end()) return false;
+    if (found->question) *found->question = {true, answer};
+    theirs = found->theirs;
     entries_.erase(found);
     answered_.notify_all();
   }
+  if (theirs) {
+    settledOthers_.insert(*theirs);
+    if (tellOther_) tellOther_(*theirs, answer);
+  }
   tell();
-}
-
-void DialogDesk::close(std::uint64_t id) {
-  settle(id, [](Question&) {});
-}
-
-void DialogDesk::answer(std::uint64_t id, bool accepted) {
-  settle(id, [&](Question& question) { question.isAccepted = accepted; });
-}
-
-void DialogDesk::answerConflict(std::uint64_t id, ConflictAnswer answer) {
-  settle(id, [&](Question& question) { question.conflict = answer; });
+  return true;
 }
 
 std::optional<std::string> DialogDesk::releaseDeletions(std::uint64_t id) {
@@ -260,9 +253,38 @@ void DialogDesk::end() {
   const std::lock_guard guard(mutex_);
   hasEnded_ = true;
   for (Entry& entry : entries_)
-    if (entry.question) entry.question->isAnswered = true;
+    if (entry.question) entry.question->isOver = true;
   entries_.clear();
   answered_.notify_all();
+}
+
+// Of another process.
+
+void DialogDesk::showOthers(std::vector<DialogItem> others) {
+  const auto isGiven = [&](std::uint64_t id) {
+    return std::any_of(others.begin(), others.end(), [&](const DialogItem& item) { return item.id == id; });
+  };
+  std::erase_if(settledOthers_, [&](std::uint64_t id) { return !isGiven(id); });
+  std::erase_if(others, [&](const DialogItem& item) { return settledOthers_.contains(item.id); });
+  {
+    const std::lock_guard guard(mutex_);
+    if (hasEnded_) return;
+    std::erase_if(entries_, [&](const Entry& entry) { return entry.theirs && !isGiven(*entry.theirs); });
+    for (DialogItem& item : others) placeOther(std::move(item));
+  }
+  tell();
+}
+
+void DialogDesk::placeOther(DialogItem item) {
+  const std::uint64_t theirs = item.id;
+  const auto same =
+      std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) { return entry.theirs == theirs; });
+  item.id = same != entries_.end() ? same->item.id : ++lastId_;
+  if (same == entries_.end()) {
+    entries_.push_back({std::move(item), {}, theirs});
+  } else {
+    same->item = std::move(item);
+  }
 }
 
 // One message to the main thread for any number of changes.

@@ -6,39 +6,15 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "platform/clock.h"
+#include "app/dialog_item.h"
 #include "platform/main_loop.h"
-#include "platform/user_dialogs.h"
 
 namespace lumisk {
-
-enum class DialogKind { kAlert, kMessage, kPathProblem, kFinish, kHeldDeletions, kQuestion, kConflict };
-
-// One thing that is told, however often.
-struct ToldText {
-  std::string text;  // English, as it was told; see dialogTexts()
-  WallTime last{};
-  unsigned times = 1;
-};
-
-// What one window shows.
-struct DialogItem {
-  std::uint64_t id = 0;  // of the window, for as long as it stands
-  DialogKind kind = DialogKind::kAlert;
-  std::string job{};  // its name; may be empty
-  std::string title{};
-  std::string upperText{};         // of kFinish
-  std::vector<ToldText> texts{};   // the latest last
-  std::string path{};              // of kPathProblem
-  std::string accept{}, refuse{};  // of kQuestion
-  bool isWaitedFor = false;        // the main thread stands still for it: it may take the focus
-  ConflictQuestion conflict{};
-  HeldDeletions held{};
-};
 
 // The dialogs of the desktop, without their windows. What is shown returns at once; the same kind of trouble of the
 // same job changes the window that stands there. What is asked blocks the calling thread until the window answers. A
@@ -62,7 +38,11 @@ class DialogDesk : public UserDialogs {
   ConflictAnswer askConflict(const ConflictQuestion& question) override;
   bool ask(const std::string& title, const std::string& message, const std::string& accept,
            const std::string& refuse) override;
+  // The answer to a question; nothing when nobody waits for it any more, by `mustStop`, which may be empty, or because
+  // the main thread stands still.
+  std::optional<DialogAnswer> askWindow(DialogItem question, const std::function<bool()>& mustStop);
   [[nodiscard]] std::vector<DialogItem> items() const;
+  [[nodiscard]] bool isMainThread() const { return std::this_thread::get_id() == mainThread_; }
 
   // Main thread from here on.
   // Told of every change; windows follow items().
@@ -76,9 +56,10 @@ class DialogDesk : public UserDialogs {
   using Release = std::function<std::optional<std::string>(const HeldDeletions& held)>;
   void setRelease(Release release) { release_ = std::move(release); }
 
-  void close(std::uint64_t id);  // the window has gone; a question gets its safe answer
-  void answer(std::uint64_t id, bool accepted);
-  void answerConflict(std::uint64_t id, ConflictAnswer answer);
+  // The window has gone, with an answer or without. False when it had gone before.
+  bool close(std::uint64_t id, const DialogAnswer& answer = {});
+  void answer(std::uint64_t id, bool accepted) { close(id, {accepted, {}}); }
+  void answerConflict(std::uint64_t id, ConflictAnswer answer) { close(id, {false, answer}); }
   // The window goes when the run has been started; else it says why not, in one line.
   std::optional<std::string> releaseDeletions(std::uint64_t id);
   // A run of the job has completed: what was told of it is over.
@@ -86,23 +67,30 @@ class DialogDesk : public UserDialogs {
   // All questions have their safe answers, also those that are still to come.
   void end();
 
+  // Dialogs of another process, under its ids, are shown here like this one's own: those that are given, and no others
+  // any longer. What becomes of a window is told once.
+  using Tell = std::function<void(std::uint64_t theirId, const DialogAnswer& answer)>;
+  void setTellOther(Tell tell) { tellOther_ = std::move(tell); }
+  void showOthers(std::vector<DialogItem> others);
+
  private:
   struct Question;
   struct Entry {
     DialogItem item;
-    std::shared_ptr<Question> question;  // null: nobody waits
+    std::shared_ptr<Question> question{};   // null: nobody waits here
+    std::optional<std::uint64_t> theirs{};  // of another process
   };
   struct Ping;
 
   void show(DialogItem item, const std::string& text);
   Entry& entryFor(DialogItem item);  // with the lock held
+  void placeOther(DialogItem item);  // with the lock held
   std::shared_ptr<Question> put(DialogItem item);
+  std::optional<DialogAnswer> answerOf(const std::shared_ptr<Question>& question) const;
   void await(const std::shared_ptr<Question>& question, const std::function<bool()>& mustStop);
   void awaitOnMainThread(const std::shared_ptr<Question>& question);
   [[nodiscard]] bool isOver(const std::shared_ptr<Question>& question) const;
-  void settle(std::uint64_t id, const std::function<void(Question&)>& give);
   void drop(const std::shared_ptr<Question>& question);
-  [[nodiscard]] bool isMainThread() const { return std::this_thread::get_id() == mainThread_; }
   void tell();  // the observer, on the main thread
 
   const Clock& clock_;
@@ -111,6 +99,8 @@ class DialogDesk : public UserDialogs {
   std::function<void()> changed_;
   NestedLoop nestedLoop_;
   Release release_;
+  Tell tellOther_;
+  std::set<std::uint64_t> settledOthers_;  // may still be told as open for a moment
 
   mutable std::mutex mutex_;  // guards what follows
   std::condition_variable answered_;
