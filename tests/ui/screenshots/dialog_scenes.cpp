@@ -28,7 +28,6 @@ struct DialogStage {
   }
   FakeClock clock{kSampleNow};
   MainLoop loop;
-  TempTree tree;
   DialogDesk desk{clock};
   DialogWindows windows{desk, clock, loop};
   std::thread asking;
@@ -83,11 +82,13 @@ void addConflicts(Scenes& scenes) {
                         sideOf("/media/anna/Backup/Projects/lecture/Notes.odt", 51'870, kSampleNow - 93'000)});
   });
   addDialog(scenes, "conflict-pictures", [](DialogStage& stage) {
-    makeTree(stage.tree.path(), {{"Photos", Dir{}}, {"Backup", Dir{}}});
-    paint(stage.tree / "Photos/Harbour.jpg", {250, 190, 120}, {60, 90, 150});
-    paint(stage.tree / "Backup/Harbour.jpg", {120, 200, 180}, {40, 60, 90});
-    askConflict(stage, {"Photos", "", "", sideOf(stage.tree / "Photos/Harbour.jpg", 2'413'775, kSampleNow - 400),
-                        sideOf(stage.tree / "Backup/Harbour.jpg", 2'401'118, kSampleNow - 4'000)});
+    const std::string folder = newSampleFolder();
+    makeTree(folder, {{"Photos", Dir{}}, {"Backup", Dir{{"Photos", Dir{}}}}});
+    const std::string here = folder + "/Photos/Harbour.jpg", there = folder + "/Backup/Photos/Harbour.jpg";
+    paint(here, {250, 190, 120}, {60, 90, 150});
+    paint(there, {120, 200, 180}, {40, 60, 90});
+    askConflict(stage, {"Photos", "", "", sideOf(here, 2'413'775, kSampleNow - 400),
+                        sideOf(there, 2'401'118, kSampleNow - 4'000)});
   });
 }
 
@@ -142,10 +143,9 @@ void writeSampleLog() {
 }
 
 QWidget* openRestore(WindowSet& windows, FakeJobsBoard& board) {
-  static std::unique_ptr<TempTree> tree;
-  tree = std::make_unique<TempTree>();
+  const std::string folder = newSampleFolder();
   const std::int64_t day = 86'400;
-  makeTree(tree->path(),
+  makeTree(folder,
            {{"Documents", Dir{{"Letters", Dir{{"Invoice.odt", File{"a"}}}},
                               {"Pictures", Dir{}},
                               {"Budget 2009.ods", File{std::string(31'200, 'x'), 0644, kSampleNow - 3'000}},
@@ -163,10 +163,10 @@ QWidget* openRestore(WindowSet& windows, FakeJobsBoard& board) {
       newJobDefaults(board.list.empty() ? WallTime{} : WallTime(std::chrono::seconds(kSampleNow)));
   job.name = "Documents";
   job.uuidString = "documents";
-  job.sourcePaths = {*tree / "Documents"};
-  job.targetPaths = {*tree / "Backup"};
+  job.sourcePaths = {folder + "/Documents"};
+  job.targetPaths = {folder + "/Backup"};
   board.list = {{"documents", jobToDictionary(job), false, {}}};
-  return windows.openRestoreOfPath(*tree / "Documents/Thesis.odt");
+  return windows.openRestoreOfPath(folder + "/Documents/Thesis.odt");
 }
 
 }  // namespace

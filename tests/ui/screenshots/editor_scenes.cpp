@@ -9,6 +9,7 @@
 #include "screenshots/scenes.h"
 #include "ui/image_dialog.h"
 #include "ui/job_editor_window.h"
+#include "ui/path_field.h"
 #include "ui/preferences_window.h"
 #include "ui/room_view.h"
 #include "ui/volumes_window.h"
@@ -137,6 +138,8 @@ void addEditorScenes(Scenes& scenes) {
                       QWidget* const window = newJob(windows);
                       click(window, "makeImage");
                       QWidget* const dialog = window->findChild<QDialog*>();
+                      if (auto* const folder = dialog->findChild<PathField*>(QStringLiteral("imageFolder")))
+                        folder->setPath("/home/anna");
                       click(dialog, "make");
                       return dialog;
                     }});

@@ -1,11 +1,15 @@
-// Photographs windows with sample jobs, without a screen: `ui_screenshots FOLDER [NAME...]` writes
+// Photographs windows with sample jobs, without a screen unless QT_QPA_PLATFORM names one: `ui_screenshots FOLDER
+// [NAME...]` (scripts/screenshots calls it) writes
 // "<name>-light.png", "<name>-dark.png" and both at twice the size, "<name>-light-200.png"; in another language where
 // LUMISK_LANGUAGE names one.
 #include <QApplication>
+#include <QCursor>
 #include <QDir>
 #include <QEventLoop>
 #include <QFontDatabase>
+#include <QPixmap>
 #include <QProcess>
+#include <QScreen>
 #include <QTimer>
 #include <cstdio>
 
@@ -34,6 +38,15 @@ void settle() {
   waiting.exec();
 }
 
+// From the screen where there is one.
+QPixmap takenOf(QWidget& window) {
+  if (QGuiApplication::platformName() != QLatin1String("xcb")) return window.grab();
+  window.raise();
+  QCursor::setPos(window.screen()->geometry().bottomRight());  // nothing is pointed at
+  settle();
+  return window.screen()->grabWindow(window.winId());
+}
+
 bool photograph(const Scene& scene, const Picture& picture, MainLoop& loop) {
   FakeClock clock(kSampleNow);
   SilentDialogs dialogs;
@@ -45,7 +58,7 @@ bool photograph(const Scene& scene, const Picture& picture, MainLoop& loop) {
   if (!window) return true;  // of a window that is not built in
   settle();
   const QString path = picture.folder + QStringLiteral("/") + QString::fromStdString(scene.name) + picture.suffix;
-  return window->grab().save(path + QStringLiteral(".png"));
+  return takenOf(*window).save(path + QStringLiteral(".png"));
 }
 
 Scenes allScenes(int count, char** arguments) {
@@ -97,7 +110,7 @@ int main(int count, char** arguments) {
     std::fprintf(stderr, "usage: ui_screenshots FOLDER [NAME...]\n");
     return 2;
   }
-  qputenv("QT_QPA_PLATFORM", "offscreen");
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   qputenv("TZ", "CET-1");
   const bool isChild = qEnvironmentVariableIsSet("QT_SCALE_FACTOR");
   QApplication application(count, arguments);

@@ -1,4 +1,9 @@
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
 #include "screenshots/scenes.h"
+#include "support/temp_tree.h"
 
 namespace lumisk::test {
 namespace {
@@ -41,6 +46,16 @@ JobProgressMessage progressOf(const std::string& name, const std::string& file, 
 }
 
 }  // namespace
+
+std::string newSampleFolder() {
+  if (const char* const named = std::getenv("LUMISK_SAMPLES")) {
+    for (const auto& entry : std::filesystem::directory_iterator(named)) std::filesystem::remove_all(entry.path());
+    return named;
+  }
+  static std::unique_ptr<TempTree> tree;
+  tree = std::make_unique<TempTree>();
+  return tree->path();
+}
 
 std::vector<BoardJob> sampleJobs(WallTime now) {
   const std::string home = "/home/anna/";

@@ -22,6 +22,10 @@ using Scenes = std::vector<Scene>;
 [[nodiscard]] std::vector<BoardJob> sampleJobs(WallTime now);
 inline constexpr std::int64_t kSampleNow = 1'236'091'805;  // 2009-03-03 14:50:05 UTC
 
+// A new folder for what a picture needs on the disk, until the next call; below $LUMISK_SAMPLES, whose name is shown in
+// pictures, where it is set.
+[[nodiscard]] std::string newSampleFolder();
+
 void addMainScenes(Scenes& scenes);
 void addEditorScenes(Scenes& scenes);  // job editor, volumes, preferences
 void addDialogScenes(Scenes& scenes);
