@@ -20,8 +20,12 @@ bool sameFolders(const Job& a, const Job& b) {
 
 }  // namespace
 
-JobEditorPresenter::JobEditorPresenter(JobsBoard& board, Clock& clock, DiskQuestions disk)
-    : board_(board), clock_(clock), disk_(std::move(disk)), job_(newJobDefaults(clock.now())) {
+JobEditorPresenter::JobEditorPresenter(JobsBoard& board, Clock& clock, DiskQuestions disk, Background background)
+    : board_(board),
+      clock_(clock),
+      disk_(std::move(disk)),
+      job_(newJobDefaults(clock.now())),
+      looking_(std::move(background)) {
   job_.name.clear();
   job_.fileConflictType = ConflictChoice::kNewerWins;
   begin_ = job_;
@@ -35,6 +39,7 @@ bool JobEditorPresenter::edit(const std::string& uuid) {
     filterChoice_.reset();
     before_ = std::move(found);
     hasOwnName_ = true;
+    looked_.reset();
     touched();
     return true;
   }
@@ -211,29 +216,53 @@ PropertyList::Array JobEditorPresenter::storedJobs() {
   return stored;
 }
 
-const FieldProblems& JobEditorPresenter::diskProblems() {
-  if (!looked_ || !sameFolders(looked_->asked, job_))
-    looked_ = Looked{job_, problemsOnDisk(disk_, job_, before_ ? &*before_ : nullptr)};
-  return looked_->problems;
+FieldProblems JobEditorPresenter::problemsWithoutDisk() {
+  FieldProblems found = problemsOfTexts(job_, storedJobs());
+  const bool hasTypes = !job_.inclusionArray.empty() || !job_.exclusionArray.empty();
+  if (questions().filter && filter() != Filter::kEverything && !hasTypes)
+    found.push_back({JobField::kFilter, FieldProblem::Weight::kMissing, translated("Name the file types.")});
+  return found;
+}
+
+// A disk that does not answer keeps nobody waiting: the answer comes when it comes.
+void JobEditorPresenter::lookAtFolders() {
+  const bool isKnown = looked_ && sameFolders(looked_->asked, job_) && !looked_->isStale;
+  if (isKnown || (asked_ && sameFolders(*asked_, job_))) return;
+  asked_ = job_;
+  isStartingLook_ = true;
+  looking_.start([this, disk = disk_, job = job_, before = before_](const BackgroundTask::Context& context) {
+    FieldProblems found = problemsOnDisk(disk, job, before ? &*before : nullptr);
+    context.tell([this, job, found = std::move(found)] {
+      asked_.reset();
+      looked_ = Looked{job, found};
+      problems_.reset();
+      if (!isStartingLook_) changed();
+    });
+  });
+  isStartingLook_ = false;
+}
+
+void JobEditorPresenter::addDiskProblems(FieldProblems& problems) {
+  lookAtFolders();
+  if (looked_ && sameFolders(looked_->asked, job_)) {
+    problems.insert(problems.end(), looked_->problems.begin(), looked_->problems.end());
+  } else if (!before_ || !sameFolders(*before_, job_)) {
+    problems.push_back({JobField::kTarget, FieldProblem::Weight::kMissing, translated("Looking at the folders…")});
+  }
 }
 
 const FieldProblems& JobEditorPresenter::problems() {
   if (problems_) return *problems_;
-  problems_ = problemsOfTexts(job_, storedJobs());
-  const bool hasTypes = !job_.inclusionArray.empty() || !job_.exclusionArray.empty();
-  if (questions().filter && filter() != Filter::kEverything && !hasTypes)
-    problems_->push_back({JobField::kFilter, FieldProblem::Weight::kMissing, translated("Name the file types.")});
-  const bool mayLook = std::none_of(problems_->begin(), problems_->end(), [](const FieldProblem& problem) {
+  FieldProblems found = problemsWithoutDisk();
+  const bool mayLook = std::none_of(found.begin(), found.end(), [](const FieldProblem& problem) {
     const bool isOfFolders = problem.field == JobField::kSources || problem.field == JobField::kTarget;
     return isOfFolders && problem.weight != FieldProblem::Weight::kWarning;
   });
-  if (mayLook) {
-    const FieldProblems& onDisk = diskProblems();
-    problems_->insert(problems_->end(), onDisk.begin(), onDisk.end());
-  }
-  std::stable_sort(problems_->begin(), problems_->end(), [](const FieldProblem& a, const FieldProblem& b) {
+  if (mayLook) addDiskProblems(found);
+  std::stable_sort(found.begin(), found.end(), [](const FieldProblem& a, const FieldProblem& b) {
     return std::pair(a.field, a.weight) < std::pair(b.field, b.weight);
   });
+  problems_ = std::move(found);
   return *problems_;
 }
 
@@ -253,7 +282,7 @@ std::vector<std::string> JobEditorPresenter::plainWarnings() const {
 }
 
 void JobEditorPresenter::lookAgain() {
-  looked_.reset();
+  if (looked_) looked_->isStale = true;
   touched();
 }
 
@@ -262,7 +291,6 @@ void JobEditorPresenter::boardChanged() {
 }
 
 SaveResult JobEditorPresenter::save(Meanwhile meanwhile) {
-  looked_.reset();
   problems_.reset();
   if (!canSave()) {
     changed();

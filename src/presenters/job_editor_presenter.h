@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/clock.h"
+#include "presenters/background.h"
 #include "presenters/job_kinds.h"
 #include "presenters/job_problems.h"
 #include "presenters/jobs_board.h"
@@ -26,7 +27,7 @@ struct SaveResult {
 // One job while it is being made or edited. Nothing is stored before save(). Main thread only.
 class JobEditorPresenter {
  public:
-  JobEditorPresenter(JobsBoard& board, Clock& clock, DiskQuestions disk);
+  JobEditorPresenter(JobsBoard& board, Clock& clock, DiskQuestions disk, Background background);
   // Edits a stored job; false when it is not there or cannot be read.
   [[nodiscard]] bool edit(const std::string& uuid);
 
@@ -66,7 +67,8 @@ class JobEditorPresenter {
   [[nodiscard]] bool hasOwnTargets() const { return job_.targetPaths.size() > 1 || job_.bMultipleTargetFolder; }
   [[nodiscard]] std::optional<WallTime> firstRun() const;  // by its clock, if it were stored now
 
-  // Of all fields, in their order on the page; those that need the disk are looked up only when the folders changed.
+  // Of all fields, in their order on the page. Those that need the disk are looked up when the folders have changed, on
+  // another thread; folders that the job did not have before keep it from being stored until they have been looked at.
   [[nodiscard]] const FieldProblems& problems();
   [[nodiscard]] bool canSave();
   [[nodiscard]] std::vector<std::string> plainWarnings() const;  // what a clone does to its target
@@ -84,11 +86,14 @@ class JobEditorPresenter {
   struct Looked {
     QUORVELPREFERENCEINFO asked;
     FieldProblems problems;
+    bool isStale = false;  // good enough until the next look is over
   };
   void touched();
+  [[nodiscard]] FieldProblems problemsWithoutDisk();
+  void lookAtFolders();
   void suggestName();
   [[nodiscard]] PropertyList::Array storedJobs();
-  [[nodiscard]] const FieldProblems& diskProblems();
+  void addDiskProblems(FieldProblems& problems);
   SaveResult saveNew();
   SaveResult saveEdited(Meanwhile meanwhile);
 
@@ -101,6 +106,9 @@ class JobEditorPresenter {
   bool hasOwnName_ = false;
   std::optional<Filter> filterChoice_;  // the user's, also while its list is still empty
   std::optional<Looked> looked_;
+  std::optional<QUORVELPREFERENCEINFO> asked_;  // of the look that is under way
+  bool isStartingLook_ = false;
+  BackgroundTask looking_;
   std::optional<FieldProblems> problems_;
 };
 

@@ -69,12 +69,21 @@ void RestorePresenter::showJob(const std::string& uuid) {
 }
 
 void RestorePresenter::showPath(const std::string& path) {
-  const std::string parent = paths::parent(path);
-  const bool parentIsKnown = !askedPlaces(services_.files, services_.jobs(), parent).places.empty();
   title_ = path;
   roots_ = {path};
-  enter(parentIsKnown ? parent : "");
   select(path);
+  findPlaceOf(paths::parent(path), [this](const std::string& folder) { show(folder); });
+}
+
+// The folder where jobs know it, else the sources. Some disk may have to say, so nothing waits for it.
+void RestorePresenter::findPlaceOf(const std::string& folder, std::function<void(const std::string&)> found) {
+  isListing_ = true;
+  listing_.start([&files = services_.files, jobs = services_.jobs(), folder,
+                  found = std::move(found)](const BackgroundTask::Context& context) {
+    const bool isKnown = !askedPlaces(files, jobs, folder).places.empty();
+    context.tell([found, place = isKnown ? folder : ""] { found(place); });
+  });
+  tell();
 }
 
 bool RestorePresenter::canGoUp() const {
@@ -83,12 +92,16 @@ bool RestorePresenter::canGoUp() const {
 
 void RestorePresenter::up() {
   const bool isRoot = std::find(roots_.begin(), roots_.end(), folder_) != roots_.end();
-  const std::string parent = paths::parent(folder_);
-  const bool parentIsKnown = !isRoot && !askedPlaces(services_.files, services_.jobs(), parent).places.empty();
-  enter(parentIsKnown ? parent : "");
+  if (isRoot) return enter("");
+  findPlaceOf(paths::parent(folder_), [this](const std::string& folder) { enter(folder); });
 }
 
 void RestorePresenter::enter(const std::string& folder) {
+  if (!folder.empty()) select(folder);
+  show(folder);
+}
+
+void RestorePresenter::show(const std::string& folder) {
   folder_ = folder;
   entries_.clear();
   isListing_ = !folder.empty();
@@ -98,7 +111,6 @@ void RestorePresenter::enter(const std::string& folder) {
   } else {
     list();
   }
-  if (!folder.empty()) select(folder);
   tell();
 }
 

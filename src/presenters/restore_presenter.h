@@ -91,6 +91,8 @@ class RestorePresenter {
 
  private:
   struct Restoring;
+  void findPlaceOf(const std::string& folder, std::function<void(const std::string& folder)> found);
+  void show(const std::string& folder);
   void list();
   void look(const std::string& path);
   void showVersions(KnownVersions known);

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <optional>
 
+#include "platform/home_folder.h"
 #include "platform/paths.h"
 
 namespace lumisk {
@@ -58,6 +59,11 @@ std::vector<std::string> pathsOfUriList(std::string_view list) {
     list.remove_prefix(std::min(end + 1, list.size()));
   }
   return paths;
+}
+
+std::string pathOfTyped(const std::string& typed) {
+  const bool isOfHome = typed == "~" || typed.starts_with("~/");
+  return isOfHome ? homeFolder() + typed.substr(1) : typed;
 }
 
 }  // namespace lumisk

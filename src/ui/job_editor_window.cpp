@@ -43,7 +43,7 @@ JobEditorWindow::JobEditorWindow(UiContext& context, const JobEditorSeams& seams
     : context_(context),
       seams_(seams),
       background_(backgroundOf(seams, context.loop)),
-      job_(context.board, context.clock, {context.files, seams.fileSystemInfo}),
+      job_(context.board, context.clock, {context.files, seams.fileSystemInfo}, background_),
       volumes_(background_, seams.listVolumes),
       room_(context.files, background_) {
   setObjectName(QStringLiteral("window"));
@@ -208,8 +208,7 @@ void JobEditorWindow::save(JobEditorPresenter::Meanwhile meanwhile) {
   const auto again = [this] { askForEnd(); };
   switch (result.end) {
     case SaveResult::End::kSaved:
-      if (wasNew && startNow_->isVisibleTo(this) && startNow_->isChecked())
-        (void)context_.board.start(job_.job().uuidString);
+      if (wasNew && startNow_->isVisibleTo(this) && startNow_->isChecked()) startFirstRun();
       return saved();
     case SaveResult::End::kRefused:
       askForEnd();
@@ -238,6 +237,11 @@ void JobEditorWindow::save(JobEditorPresenter::Meanwhile meanwhile) {
                                },
                                "again"}});
   }
+}
+
+void JobEditorWindow::startFirstRun() {
+  if (const auto refusal = context_.board.start(job_.job().uuidString))
+    context_.dialogs.showMessage(job_.job().name, {}, *refusal);
 }
 
 void JobEditorWindow::saved() {

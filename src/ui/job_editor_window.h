@@ -60,6 +60,7 @@ class JobEditorWindow : public QWidget {
   void askForEnd();  // the usual buttons
   void askToDiscard();
   void save(JobEditorPresenter::Meanwhile meanwhile);
+  void startFirstRun();
   void saved();
   void makeImage();
 

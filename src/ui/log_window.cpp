@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QSyntaxHighlighter>
@@ -39,8 +40,11 @@ class ErrorMarks : public QSyntaxHighlighter {
 
 class LogWindow : public QWidget {
  public:
-  LogWindow(FileCalls& files, const std::string& title, const std::string& path)
-      : log_(files, path), lines_(new QPlainTextEdit), marks_(new ErrorMarks(lines_->document())) {
+  LogWindow(UiContext& context, const std::string& title, const std::string& path)
+      : dialogs_(context.dialogs),
+        log_(context.files, path),
+        lines_(new QPlainTextEdit),
+        marks_(new ErrorMarks(lines_->document())) {
     setObjectName(QStringLiteral("window"));
     setWindowTitle(shownText(title));
     resize(900, 560);
@@ -161,6 +165,11 @@ class LogWindow : public QWidget {
   }
 
   void clearLog() {
+    const QPointer<LogWindow> self(this);
+    const bool isMeant =
+        dialogs_.ask("Qel Lumisk", translated("Empty this log? What it tells of earlier runs is lost."),
+                     translated("Empty it"), translated("Cancel"));
+    if (!self || !isMeant) return;
     tell(log_.clear() ? "" : translated("The log could not be emptied."));
     showAll();
   }
@@ -169,6 +178,7 @@ class LogWindow : public QWidget {
     trouble.empty() ? message_->clear() : message_->show(widgets::InlineMessage::Kind::kError, shownText(trouble));
   }
 
+  UserDialogs& dialogs_;
   LogPresenter log_;
   QLineEdit* filter_ = new QLineEdit;
   QCheckBox* errors_ = new QCheckBox;
@@ -187,8 +197,8 @@ std::string jobName(UiContext& context, const std::string& uuid) {
 
 QWidget* makeLogWindow(UiContext& context, const WindowRequest& request) {
   const std::string job = request.uuid.empty() ? "" : jobName(context, request.uuid);
-  if (job.empty()) return new LogWindow(context.files, translated("Log of Qel Lumisk"), applicationLogPath());
-  return new LogWindow(context.files, filled(translated("Log of “{}”"), displayText(job)), jobLogPath(job));
+  if (job.empty()) return new LogWindow(context, translated("Log of Qel Lumisk"), applicationLogPath());
+  return new LogWindow(context, filled(translated("Log of “{}”"), displayText(job)), jobLogPath(job));
 }
 
 }  // namespace

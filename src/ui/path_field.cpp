@@ -1,10 +1,13 @@
 #include "ui/path_field.h"
 
 #include <QApplication>
+#include <QDropEvent>
 #include <QFileDialog>
+#include <QMimeData>
 #include <QResizeEvent>
 #include <algorithm>
 
+#include "presenters/uri_list.h"
 #include "ui/text.h"
 
 namespace lumisk {
@@ -13,6 +16,7 @@ PathField::PathField(QWidget* parent) : QLineEdit(parent) {
   const auto finish = [this] {
     if (!isModified()) return;
     setModified(false);
+    path_ = pathOfTyped(path_);
     typed(path_);
   };
   connect(this, &QLineEdit::textEdited, this, [this](const QString& text) { path_ = typedText(text); });
@@ -25,6 +29,27 @@ void PathField::setPath(const std::string& path) {
   path_ = path;
   setText(shownText(path));
   setModified(false);
+}
+
+void PathField::dragEnterEvent(QDragEnterEvent* event) {
+  droppedPaths(*event->mimeData()).empty() ? QLineEdit::dragEnterEvent(event) : event->acceptProposedAction();
+}
+
+void PathField::dragMoveEvent(QDragMoveEvent* event) {
+  droppedPaths(*event->mimeData()).empty() ? QLineEdit::dragMoveEvent(event) : event->acceptProposedAction();
+}
+
+void PathField::dropEvent(QDropEvent* event) {
+  const auto paths = droppedPaths(*event->mimeData());
+  if (paths.empty()) return QLineEdit::dropEvent(event);
+  event->acceptProposedAction();
+  setModified(false);
+  setPath(paths.front());
+  typed(path_);
+}
+
+std::vector<std::string> droppedPaths(const QMimeData& data) {
+  return pathsOfUriList(data.data(QStringLiteral("text/uri-list")).toStdString());
 }
 
 PathLabel::PathLabel(const std::string& path, QWidget* parent) : QLabel(parent) {

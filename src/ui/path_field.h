@@ -4,6 +4,9 @@
 #include <QLineEdit>
 #include <functional>
 #include <string>
+#include <vector>
+
+class QMimeData;
 
 namespace lumisk {
 
@@ -16,6 +19,12 @@ class PathField : public QLineEdit {
   [[nodiscard]] const std::string& path() const { return path_; }
 
   std::function<void(const std::string& path)> typed = [](const std::string&) {};  // when the user is done with it
+
+ protected:
+  // The first path of what is dropped, which is done with at once.
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragMoveEvent(QDragMoveEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
 
  private:
   std::string path_;
@@ -35,6 +44,9 @@ class PathLabel : public QLabel {
   void elide();
   QString whole_;
 };
+
+// Of files that are dragged from elsewhere; empty for anything else.
+[[nodiscard]] std::vector<std::string> droppedPaths(const QMimeData& data);
 
 // What the user is asked for; several for sources, one for a target. Empty: cancelled.
 using ChooseFolders = std::function<std::vector<std::string>()>;

@@ -6,17 +6,9 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
-#include "presenters/uri_list.h"
 #include "ui/text.h"
 
 namespace lumisk {
-namespace {
-
-std::vector<std::string> droppedPaths(const QMimeData& data) {
-  return pathsOfUriList(data.data(QStringLiteral("text/uri-list")).toStdString());
-}
-
-}  // namespace
 
 SourcesSection::SourcesSection(JobEditorPresenter& job, VolumesPresenter& volumes, ChooseFolders chooseFolders,
                                ChooseFolders chooseFiles)

@@ -63,11 +63,16 @@ TEST(SuggestedName, OfAnyPaths_CanBeUsed) {
 class JobEditor : public ::testing::Test {
  protected:
   JobEditorPresenter presenter() {
-    return {board, clock, {files, [this](const std::string& path) -> Result<FileSystemInfo> {
-                             FileSystemInfo info;
-                             info.mountPoint = path == tree / "t" || path == tree / "s" ? path : "/";
-                             return info;
-                           }}};
+    return {board,
+            clock,
+            {files,
+             [this](const std::string& path) -> Result<FileSystemInfo> {
+               FileSystemInfo info;
+               info.mountPoint = path == tree / "t" || path == tree / "s" ? path : "/";
+               return info;
+             }},
+            {[this](const Background::Work& work) { isHeldUp ? held.push_back(work) : work(); },
+             [](const Background::Work& work) { work(); }}};
   }
   // A backup of s to t that is stored already.
   std::string storedJob() {
@@ -93,6 +98,8 @@ class JobEditor : public ::testing::Test {
   test::FaultyFileCalls files;
   test::FakeClock clock;
   test::FakeJobsBoard board;
+  bool isHeldUp = false;  // looks at the disk wait in `held`
+  std::vector<Background::Work> held;
 };
 
 TEST_F(JobEditor, NewJobOfEachKind_IsStoredWithWhatItsKindImplies) {
@@ -190,6 +197,35 @@ TEST_F(JobEditor, WrongAnswers_AreToldAtTheirFields) {
   EXPECT_NE(problemAt(editor, JobField::kTarget).find("is a folder, not a whole volume"), std::string::npos);
   EXPECT_FALSE(editor.plainWarnings().empty());
   EXPECT_EQ(board.list.size(), 1U);
+}
+
+TEST_F(JobEditor, DiskThatDoesNotAnswer_KeepsWaitingOnlyWhatHasNeverBeenLookedAt) {
+  const std::string uuid = storedJob();
+  isHeldUp = true;
+  auto known = presenter();
+  ASSERT_TRUE(known.edit(uuid));
+  known.setTimer(3, TimerUnit::kDays);
+  EXPECT_TRUE(known.canSave());
+  known.setTarget(tree / "o");
+  EXPECT_EQ(problemAt(known, JobField::kTarget, Weight::kMissing), "Looking at the folders…");
+  EXPECT_FALSE(known.canSave());
+  int told = 0;
+  known.changed = [&] {
+    ++told;
+    (void)known.problems();
+  };
+  known.setTarget(tree / "f");
+  for (const auto& look : held) look();
+  EXPECT_EQ(told, 2) << "the look at the target before is not told of";
+  EXPECT_NE(problemAt(known, JobField::kTarget).find("is a file, not a folder"), std::string::npos);
+
+  known.setTarget(tree / "t");
+  EXPECT_TRUE(known.canSave()) << "the job had this folder before";
+  held.back()();
+  held.clear();
+  known.lookAgain();
+  EXPECT_TRUE(known.canSave());
+  EXPECT_EQ(held.size(), 1U);
 }
 
 TEST_F(JobEditor, StoredJobWhoseFoldersAreAway_CanStillBeEdited) {

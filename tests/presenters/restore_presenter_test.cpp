@@ -162,6 +162,18 @@ TEST_F(RestorePresenterTest, RunThatWritesToTheTarget_IsNotDisturbed) {
   EXPECT_EQ(readFile(tree / "docs/a.txt"), "spoiled");
 }
 
+TEST_F(RestorePresenterTest, Browsing_ReadsNoDiskOnTheMainThread) {
+  const auto mainThread = std::this_thread::get_id();
+  RestorePresenter restore(services());
+  files.before(FileCall::kOpenRoot, [&] { EXPECT_NE(std::this_thread::get_id(), mainThread); },
+               {.times = FaultyFileCalls::kAlways});
+  for (const auto& step : std::vector<std::function<void()>>{[&] { restore.showPath(tree / "docs/a.txt"); },
+                                                             [&] { restore.up(); }, [&] { restore.showJob("uuid"); }}) {
+    step();
+    settle(restore);
+  }
+}
+
 TEST_F(RestorePresenterTest, PathOfNoJob_SaysSo) {
   RestorePresenter restore(services());
   restore.showPath("/nowhere/x");

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/home_fixture.h"
+
 namespace lumisk {
 namespace {
 
@@ -19,6 +21,14 @@ TEST(PathsOfUriList, EncodedBytes_AreThePathsWhateverTheirEncoding) {
 TEST(PathsOfUriList, WhatIsNoLocalFile_IsLeftOut) {
   EXPECT_EQ(pathsOfUriList("# a comment\r\nhttp://x/y\r\nfile://server/z\r\nfile:///bad%2\r\nfile:///zero%00\r\n\r\n"),
             Paths{});
+}
+
+TEST(TypedPath, OfTheHomeFolder_IsWhole) {
+  const test::ScopedVariable home("LUMISK_HOME", "/home/anna");
+  EXPECT_EQ(pathOfTyped("~/Copies"), "/home/anna/Copies");
+  EXPECT_EQ(pathOfTyped("~"), "/home/anna");
+  EXPECT_EQ(pathOfTyped("~bob/x"), "~bob/x");
+  EXPECT_EQ(pathOfTyped("/a/~"), "/a/~");
 }
 
 }  // namespace

@@ -194,6 +194,15 @@ TEST_F(JobEditorWindowTest, Problem_StandsAtItsFieldAndNothingIsStored) {
   settle();
   EXPECT_EQ(section<TargetSection>()->problemText(), "");
   EXPECT_TRUE(canSave());
+
+  QMimeData dragged;
+  dragged.setUrls({QUrl::fromLocalFile(QString::fromStdString(tree / "t"))});
+  QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(path, &enter);
+  QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(path, &drop);
+  settle();
+  EXPECT_EQ(path->text().toStdString(), tree / "t");
 }
 
 TEST_F(JobEditorWindowTest, ClosedInTheMiddle_ChangesNothing) {

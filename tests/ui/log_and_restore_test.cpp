@@ -66,6 +66,9 @@ TEST_F(LogAndRestoreTest, LogWindow_FollowsFiltersAndClears) {
   std::ofstream(jobLogPath("docs"), std::ios::app) << "another error\n";
   serveUntil([&] { return lines->toPlainText() == QStringLiteral("two: ERROR: it failed\nanother error"); });
   QTest::mouseClick(button(window, QStringLiteral("Clear")), Qt::LeftButton);
+  EXPECT_FALSE(lines->toPlainText().isEmpty()) << "the answer was no";
+  dialogs.answer = true;
+  QTest::mouseClick(button(window, QStringLiteral("Clear")), Qt::LeftButton);
   EXPECT_EQ(lines->toPlainText(), QString());
   EXPECT_EQ(std::filesystem::file_size(jobLogPath("docs")), 0U);
 }
