@@ -207,9 +207,15 @@ tl::expected<std::vector<std::string>, std::string> QuorvelAppObject::Members::s
     const PropertyList::Array& before, PropertyList::Array after) {
   if (auto problem = problemOfJobList(before, after)) return tl::make_unexpected(std::move(*problem));
   const auto removed = namesOfRemovedJobs(before, after);
+  const auto renamings = renamingsOf(before, after);
+  for (const std::string& name : namesOfNewJobs(before, after)) removeFileList(name);
+  for (const JobRenaming& renaming : renamings) moveFileList(renaming);
   if (!store.replaceAll(before, std::move(after))) return tl::make_unexpected(store.lastError().text());
   auto stopped = bringInStep();
   for (const std::string& name : removed) removeFileList(name);
+  // What a run has left behind that was stopped for it.
+  for (const JobRenaming& renaming : renamings)
+    if (!renaming.isShared) removeFileList(renaming.from);
   return stopped;
 }
 
@@ -257,6 +263,19 @@ void QuorvelAppObject::Members::removeFileList(const std::string& jobName) {
   if (checkJobName(jobName)) return;
   if (const auto folder = files().openRoot(fileListFolder())) {
     (void)files().removeFile(folder->get(), fileListName(jobName));
+  }
+}
+
+// Before the job has its name: without a list nothing is deleted, with another's something might be.
+void QuorvelAppObject::Members::moveFileList(const JobRenaming& renaming) {
+  if (checkJobName(renaming.from) || checkJobName(renaming.to)) return;
+  if (renaming.isShared) {
+    removeFileList(renaming.from);
+    return removeFileList(renaming.to);
+  }
+  if (const auto folder = files().openRoot(fileListFolder())) {
+    (void)files().rename(folder->get(), fileListName(renaming.from), folder->get(), fileListName(renaming.to),
+                         Replace::kAllowed);
   }
 }
 

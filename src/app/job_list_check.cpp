@@ -78,4 +78,24 @@ std::vector<std::string> namesOfRemovedJobs(const Array& before, const Array& af
   return removed;
 }
 
+std::vector<std::string> namesOfNewJobs(const Array& before, const Array& after) {
+  std::vector<std::string> added;
+  for (const PropertyList& job : after) {
+    const bool isKnown = uuidOf(job).empty() || findUuid(before, uuidOf(job));
+    if (!isKnown) added.push_back(nameOf(job));
+  }
+  return added;
+}
+
+std::vector<JobRenaming> renamingsOf(const Array& before, const Array& after) {
+  const auto earlier = countsOf(before, nameOf), names = countsOf(after, nameOf);
+  std::vector<JobRenaming> renamings;
+  for (const PropertyList& job : after) {
+    const PropertyList* const was = findUuid(before, uuidOf(job));
+    if (!was || nameOf(*was) == nameOf(job)) continue;
+    renamings.push_back({nameOf(*was), nameOf(job), earlier.contains(nameOf(job)) || names.contains(nameOf(*was))});
+  }
+  return renamings;
+}
+
 }  // namespace lumisk

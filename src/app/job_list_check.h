@@ -17,4 +17,14 @@ namespace lumisk {
 [[nodiscard]] std::vector<std::string> namesOfRemovedJobs(const PropertyList::Array& before,
                                                           const PropertyList::Array& after);
 
+// The names of those that were not there before, by their uuid.
+[[nodiscard]] std::vector<std::string> namesOfNewJobs(const PropertyList::Array& before,
+                                                      const PropertyList::Array& after);
+
+struct JobRenaming {
+  std::string from, to;
+  bool isShared = false;  // another job had, or has, one of the names
+};
+[[nodiscard]] std::vector<JobRenaming> renamingsOf(const PropertyList::Array& before, const PropertyList::Array& after);
+
 }  // namespace lumisk

@@ -3,6 +3,7 @@
 #include <map>
 #include <tl/expected.hpp>
 
+#include "app/job_list_check.h"
 #include "app/job_progress_table.h"
 #include "app/main_thread_queue.h"
 #include "app/quorvel_app_object.h"
@@ -46,6 +47,7 @@ struct QuorvelAppObject::Members {
   std::vector<std::string> noteStoppedRuns(const std::vector<std::string>& wereRunning);
   bool deleteJob(std::int32_t index);
   void removeFileList(const std::string& jobName);
+  void moveFileList(const JobRenaming& renaming);
   // Why not, in one line; nothing when it was done.
   std::optional<std::string> addSources(std::int32_t index, const std::vector<std::string>& sources);
   // The jobs whose runs had to be stopped; the error says why nothing was stored.

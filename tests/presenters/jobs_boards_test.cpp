@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "app/app_fixture.h"
+#include "app/job_changes.h"
+#include "engine/file_list.h"
 #include "presenters/instance_jobs_board.h"
 #include "presenters/local_jobs_board.h"
 
@@ -58,6 +62,37 @@ TEST_F(JobsBoardsTest, LocalBoard_ChangesTheJobsOfThisProcess) {
   launch();
   LocalJobsBoard board(*app, clock);
   checkChanges(board);
+}
+
+TEST_F(JobsBoardsTest, FileListOfAJob_FollowsItsName_AndIsNobodyElses) {
+  storeThree();
+  const auto list = [](const std::string& name) { return fileListFolder() + "/" + name + ".qellumiskdat"; };
+  std::filesystem::create_directories(fileListFolder());
+  for (const char* name : {"a", "b", "orphan"}) writeFile(list(name), name);
+  launch();
+  LocalJobsBoard board(*app, clock);
+  const auto rename = [&](const std::string& from, const std::string& to) {
+    QUORVELPREFERENCEINFO edited;
+    const PropertyList before = job(from);
+    ASSERT_TRUE(jobFromDictionary(before, edited));
+    edited.name = to;
+    EXPECT_EQ(board.edit(before, edited), std::nullopt);
+  };
+  rename("a", "x");
+  EXPECT_FALSE(exists(list("a")));
+  EXPECT_EQ(readFile(list("x")), "a");
+  EXPECT_EQ(board.add(makeJob("orphan")), std::nullopt);
+  EXPECT_FALSE(exists(list("orphan"))) << "it was of a job that has gone";
+
+  PropertyList::Array before = app->jobs().jobs(), after = before;
+  for (PropertyList& each : after) {
+    const std::string name = each[kObjectNameKey].text();
+    if (name == "x") each.mutableDictionary()[kObjectNameKey] = "b";
+    if (name == "b") each.mutableDictionary()[kObjectNameKey] = "x";
+  }
+  EXPECT_EQ(resultOf(ask(RequestAction::kChangeJobs, {{kRequestChangesKey, jobChanges(before, after)}})),
+            RequestResult::kDone);
+  EXPECT_FALSE(exists(list("x")) || exists(list("b"))) << "two jobs that change their names would have each other's";
 }
 
 TEST_F(JobsBoardsTest, InstanceBoard_ChangesTheJobsOverTheMessageServer) {
