@@ -74,6 +74,8 @@ void DialogWindows::show(const DialogItem& item, QDialog& window) {
   window.setAttribute(Qt::WA_ShowWithoutActivating);
   window.show();
   QApplication::alert(&window);
+  // What waits for its answer blocks the others, so none may lie above it.
+  if (QWidget* const waiting = QApplication::activeModalWidget()) waiting->raise();
 }
 
 }  // namespace lumisk
