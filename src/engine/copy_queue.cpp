@@ -22,7 +22,9 @@ Place sourceOf(const LaggingCopy& copy) {
 }
 
 Place destinationOf(const LaggingCopy& copy) {
-  return place(copy.at->frame->destination.get(), copy.at->destinationPath, copy.entry.destinationName);
+  Place found = place(copy.at->frame->destination.get(), copy.at->destinationPath, copy.entry.destinationName);
+  found.startsBare = copy.startsBare;
+  return found;
 }
 
 }  // namespace
@@ -93,6 +95,7 @@ bool CopyQueue::takes(const WalkEntry& entry) const {
 }
 
 void CopyQueue::add(LaggingCopy copy) {
+  copy.startsBare = copy.at->frame->entriesStartBare == true;
   copier_.beforeCarryingAside(copy.at->frame->destinationStatus, destinationOf(copy));
   Batch& batch = openBatch();
   Batch::Step& step = batch.add(copy.at);

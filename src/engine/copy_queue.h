@@ -20,6 +20,7 @@ struct LaggingCopy {
   WalkEntry entry;
   CopyDecision decision;
   bool isRecorded = false;  // whether its pair belongs into the list of files
+  bool startsBare = false;  // see Place
 };
 
 // Copies that the walk does not wait for: the threads of the run's pool carry them, a few neighbours at a time, and the

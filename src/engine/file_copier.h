@@ -66,9 +66,13 @@ class FileCopier {
   bool copyMacintoshFinderInfo(const CatalogInfo& info, int destination, const std::string& destinationPath,
                                const CatalogInfo* before = nullptr);
 
+  struct MadeFolder {
+    Descriptor folder;
+    FileStatus status;
+  };
   // Makes a folder, 0700 until it gets its own permissions, and opens it. A file or link that stands there is kept
   // first.
-  Result<Descriptor> createMacintoshDirectory(const Place& destination, const std::optional<FileStatus>& standing);
+  Result<MadeFolder> createMacintoshDirectory(const Place& destination, const std::optional<FileStatus>& standing);
 
  private:
   Result<void> checkSpace(const FileStatus& seen, const Place& destination);
@@ -79,8 +83,8 @@ class FileCopier {
                           const std::optional<FileStatus>& standing);
   Result<void> makeLink(const std::string& text, const FileStatus& seen, const Place& destination,
                         const std::optional<FileStatus>& standing);
-  Result<Descriptor> makeDirectory(const Place& destination, const std::optional<FileStatus>& standing);
-  Result<Descriptor> openMade(const Place& destination, const std::string& name);
+  Result<MadeFolder> makeDirectory(const Place& destination, const std::optional<FileStatus>& standing);
+  Result<MadeFolder> openMade(const Place& destination, const std::string& name);
   bool isSameLink(const std::string& text, const Place& destination, const std::optional<FileStatus>& standing);
   template <class T>
   Result<T> reported(const Place& destination, Result<T> result);

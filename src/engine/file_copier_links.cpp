@@ -76,13 +76,14 @@ void FileCopier::dressLink(const TemporaryEntry& link, const FileStatus& made, c
   if (dateLost) logLossOnce(made.identity.device, "link date", "the date of the link", destination.path);
 }
 
-Result<Descriptor> FileCopier::createMacintoshDirectory(const Place& destination,
-                                                        const std::optional<FileStatus>& standing) {
+Result<FileCopier::MadeFolder> FileCopier::createMacintoshDirectory(const Place& destination,
+                                                                    const std::optional<FileStatus>& standing) {
   return reported(destination, makeDirectory(destination, standing));
 }
 
 // What stands in the way has to be kept first; else the folder gets its name at once (EEXIST for another folder).
-Result<Descriptor> FileCopier::makeDirectory(const Place& destination, const std::optional<FileStatus>& standing) {
+Result<FileCopier::MadeFolder> FileCopier::makeDirectory(const Place& destination,
+                                                         const std::optional<FileStatus>& standing) {
   if (!standing || standing->type == FileType::kFolder) {
     LUMISK_CHECK(run_.files.makeFolder(destination.folder, destination.name, kUnfinishedFolderMode));
     return openMade(destination, destination.name);
@@ -90,16 +91,17 @@ Result<Descriptor> FileCopier::makeDirectory(const Place& destination, const std
   TemporaryEntry temporary(run_.files, destination.folder);
   LUMISK_CHECK(run_.files.makeFolder(destination.folder, temporary.name(), kUnfinishedFolderMode));
   temporary.made(FileType::kFolder);
-  LUMISK_TRY(Descriptor made, openMade(destination, temporary.name()));
+  LUMISK_TRY(MadeFolder made, openMade(destination, temporary.name()));
   LUMISK_TRY(const bool keptVersion, replacement_.putInPlace(temporary, destination, standing));
   run_.counts.revisions += keptVersion ? 1 : 0;
   return made;
 }
 
-Result<Descriptor> FileCopier::openMade(const Place& destination, const std::string& name) {
-  LUMISK_TRY(Descriptor made, run_.files.openFolder(destination.folder, name));
-  LUMISK_TRY(const FileStatus status, run_.files.statusOf(made.get()));
-  run_.written.wrote(made.get(), destination.folder, status.identity.device);
+Result<FileCopier::MadeFolder> FileCopier::openMade(const Place& destination, const std::string& name) {
+  MadeFolder made;
+  LUMISK_TRY(made.folder, run_.files.openFolder(destination.folder, name));
+  LUMISK_TRY(made.status, run_.files.statusOf(made.folder.get()));
+  run_.written.wrote(made.folder.get(), destination.folder, made.status.identity.device);
   return made;
 }
 

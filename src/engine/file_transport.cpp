@@ -54,6 +54,7 @@ Result<void> FileTransport::fill(Source& source, const Place& sourcePlace, const
 
 // Asked once for a folder, not for each file in it.
 bool FileTransport::startsBare(const Place& destination) {
+  if (destination.startsBare) return true;
   const std::string_view folder = folderOf(destination.path);
   if (folder != lastFolder_) {
     const auto inherits = newEntriesInherit(files_, destination.folder);

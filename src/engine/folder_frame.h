@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "engine/spellings.h"
@@ -45,6 +46,8 @@ struct FolderFrame {
   std::unique_ptr<Spellings> spellings;               // made when a name is met that has another spelling there
   DestinationState destinationState = DestinationState::kAbsent;
   FolderMetadata metadata = FolderMetadata::kFromSource;
+  // Whether what is made in the destination starts without attributes; unknown until it is asked for.
+  std::optional<bool> entriesStartBare;
 
   std::size_t next = 0;      // the source's name that comes next
   std::size_t passedBy = 0;  // of the names so far, those that are never copied

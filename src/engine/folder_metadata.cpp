@@ -16,11 +16,28 @@ bool isSame(WalkState& walk, CatalogInfo source, const CatalogInfo& standing) {
          sameCatalogInfo(standing, source) && isCloserThan(walk.granularity(), date, standing.status.modified);
 }
 
+bool wasLeftAlone(const WalkState& walk, const FolderFrame& frame) {
+  return frame.destinationState == DestinationState::kStood && !frame.isReadyForWriting &&
+         !walk.rules.writesIntoFolders();
+}
+
+// What the destination has at the moment, as far as this run has not made it so itself.
+Result<CatalogInfo> standingInfo(const WalkState& walk, const FolderFrame& frame) {
+  const int folder = frame.destination.get();
+  if (wasLeftAlone(walk, frame)) return readCatalogInfo(walk.run.files, folder, frame.destinationStatus);
+  if (frame.destinationState != DestinationState::kNew || frame.entriesStartBare != true)
+    return readCatalogInfo(walk.run.files, folder);
+  CatalogInfo info;
+  info.status = frame.destinationStatus;
+  info.status.modified = kUnknownDate;  // entries have been made in it
+  return info;
+}
+
 bool giveMetadata(WalkState& walk, const FolderFrame& frame) {
   FileCalls& files = walk.run.files;
   const int folder = frame.destination.get();
   const std::string& path = walk.stack.destinationPath();
-  const auto standing = readCatalogInfo(files, folder);
+  const auto standing = standingInfo(walk, frame);
   if (!standing) {
     walk.report.attributesFailed(path, standing.error());
     return false;
@@ -40,7 +57,7 @@ bool giveMetadata(WalkState& walk, const FolderFrame& frame) {
 void giveDate(WalkState& walk, const FolderFrame& frame) {
   FileCalls& files = walk.run.files;
   const FileTime date = frame.sourceInfo.status.modified;
-  const auto standing = files.statusOf(frame.destination.get());
+  const auto standing = wasLeftAlone(walk, frame) ? frame.destinationStatus : files.statusOf(frame.destination.get());
   if (!standing || standing->modified == date) return;
   if (!files.setModified(frame.destination.get(), date))
     return walk.report.metadataFailed(walk.stack.destinationPath());

@@ -25,11 +25,12 @@ Result<void> takeStanding(FileCalls& files, FolderFrame& frame, Descriptor folde
   return {};
 }
 
-Result<void> takeMade(FileCalls& files, FolderFrame& frame, Descriptor folder) {
-  LUMISK_TRY(frame.destinationStatus, files.statusOf(folder.get()));
-  frame.destination = std::move(folder);
+// What starts bare gives nothing on to what is made in it.
+void takeMade(FolderFrame& frame, FileCopier::MadeFolder made, bool startedBare) {
+  frame.destination = std::move(made.folder);
+  frame.destinationStatus = made.status;
   frame.destinationState = DestinationState::kNew;
-  return {};
+  if (startedBare) frame.entriesStartBare = true;
 }
 
 }  // namespace lumisk

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/file_copier.h"
 #include "engine/folder_frame.h"
 #include "engine/run_state.h"
 
@@ -12,7 +13,7 @@ Result<void> takeSource(const RunState& run, FolderFrame& frame, Descriptor fold
 Result<void> listSource(FileCalls& files, FolderFrame& frame);
 // A folder that stood before, listed whole.
 Result<void> takeStanding(FileCalls& files, FolderFrame& frame, Descriptor folder);
-// One that this run has just made.
-Result<void> takeMade(FileCalls& files, FolderFrame& frame, Descriptor folder);
+// One that this run has just made, in a folder whose entries start bare or not.
+void takeMade(FolderFrame& frame, FileCopier::MadeFolder made, bool startedBare);
 
 }  // namespace lumisk

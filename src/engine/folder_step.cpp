@@ -68,10 +68,8 @@ Result<void> FolderStep::readSource(FolderFrame& child, const std::string& name)
 }
 
 bool FolderStep::openDestination(FolderFrame& child, WalkEntry& entry) {
-  const auto opened = openStanding(child, entry);
-  if (!opened) {
-    opened.error().code == kNamesClash ? walk_.report.clash(entry, opened.error().path)
-                                       : walk_.report.destinationFailed(entry.name, opened.error());
+  if (const auto opened = openStanding(child, entry); !opened) {
+    cannotOpen(entry, opened.error());
     return false;
   }
   if (child.destination.isOpen() &&
@@ -89,12 +87,18 @@ bool FolderStep::openDestination(FolderFrame& child, WalkEntry& entry) {
   return child.destination.isOpen() || makeDestination(child, entry);
 }
 
-// Leaves the destination closed when no folder stands there; entry.standing tells what does.
+void FolderStep::cannotOpen(const WalkEntry& entry, const Error& error) {
+  error.code == kNamesClash ? walk_.report.clash(entry, error.path) : walk_.report.destinationFailed(entry.name, error);
+}
+
+// Leaves the destination closed when no folder stands there; entry.standing tells what does. In a folder that this run
+// has made a name is taken only where it folds to another one, which making the folder finds out.
 Result<void> FolderStep::openStanding(FolderFrame& child, WalkEntry& entry) {
   FolderFrame& frame = walk_.stack.top();
   const bool isListed = frame.destinationNames.find(entry.name) == FileType::kFolder;
   entry.destinationName = entry.name;
   entry.standing.reset();
+  if (frame.destinationState == DestinationState::kNew) return {};
   if (!isListed) LUMISK_CHECK(lookUpDestination(run_.files, frame, entry));
   if (!isListed && (!entry.standing || entry.standing->type != FileType::kFolder)) return {};
   const auto taken = takeFolderThere(child, entry);
@@ -116,26 +120,41 @@ Result<void> FolderStep::takeFolderThere(FolderFrame& child, WalkEntry& entry) {
   return {};
 }
 
-bool FolderStep::makeDestination(FolderFrame& child, const WalkEntry& entry) {
-  if (!run_.dryRun) {
-    const auto made = makeFolder(child, entry);
-    if (!made) {
-      walk_.report.creationFailed(walk_.stack.destinationPlace(entry.destinationName).path, made.error());
-      walk_.report.outcome(EntryOutcome::kFailed, entry.name, "folder");
-      return false;
-    }
+bool FolderStep::makeDestination(FolderFrame& child, WalkEntry& entry) {
+  const auto made = run_.dryRun ? Result<void>() : makeFolder(child, entry);
+  const bool isTaken = !made && made.error().code == EEXIST && !entry.standing;
+  if (isTaken && walk_.stack.top().destinationState == DestinationState::kNew) return makeWhereTaken(child, entry);
+  return noteMade(entry, made);
+}
+
+bool FolderStep::makeWhereTaken(FolderFrame& child, WalkEntry& entry) {
+  const auto found = lookUpUnlisted(run_.files, walk_.stack.top(), entry);
+  if (found && entry.standing && entry.standing->type != FileType::kFolder)
+    return noteMade(entry, makeFolder(child, entry));
+  const auto taken = found ? takeFolderThere(child, entry) : found;
+  if (!taken) cannotOpen(entry, taken.error());
+  return taken.has_value();
+}
+
+bool FolderStep::noteMade(const WalkEntry& entry, const Result<void>& made) {
+  if (made) {
+    walk_.report.outcome(EntryOutcome::kFolderMade, entry.name, entry.standing ? "not a folder there" : "new");
+    return true;
   }
-  walk_.report.outcome(EntryOutcome::kFolderMade, entry.name, entry.standing ? "not a folder there" : "new");
-  return true;
+  walk_.report.creationFailed(walk_.stack.destinationPlace(entry.destinationName).path, made.error());
+  walk_.report.outcome(EntryOutcome::kFailed, entry.name, "folder");
+  return false;
 }
 
 Result<void> FolderStep::makeFolder(FolderFrame& child, const WalkEntry& entry) {
   walk_.beforeWriting();
   if (entry.standing) walk_.copies.drain();
-  LUMISK_TRY(Descriptor made, walk_.copier.createMacintoshDirectory(walk_.stack.destinationPlace(entry.destinationName),
-                                                                    entry.standing));
+  const bool startsBare = walk_.entriesStartBare();
+  LUMISK_TRY(auto made, walk_.copier.createMacintoshDirectory(walk_.stack.destinationPlace(entry.destinationName),
+                                                              entry.standing));
   walk_.wroteAnything = true;
-  return takeMade(run_.files, child, std::move(made));
+  takeMade(child, std::move(made), startsBare);
+  return {};
 }
 
 void FolderStep::entered() {

@@ -24,9 +24,12 @@ class FolderStep {
   bool openSource(FolderFrame& child, const WalkEntry& entry);
   Result<void> readSource(FolderFrame& child, const std::string& name);
   bool openDestination(FolderFrame& child, WalkEntry& entry);
+  void cannotOpen(const WalkEntry& entry, const Error& error);
   Result<void> openStanding(FolderFrame& child, WalkEntry& entry);
   Result<void> takeFolderThere(FolderFrame& child, WalkEntry& entry);
-  bool makeDestination(FolderFrame& child, const WalkEntry& entry);
+  bool makeDestination(FolderFrame& child, WalkEntry& entry);
+  bool makeWhereTaken(FolderFrame& child, WalkEntry& entry);
+  bool noteMade(const WalkEntry& entry, const Result<void>& made);
   Result<void> makeFolder(FolderFrame& child, const WalkEntry& entry);
   void removeLeftovers();
   void removeLeftover(const std::string& name);

@@ -106,7 +106,8 @@ Place FrameStack::sourcePlace(const std::string& name) const {
 }
 
 Place FrameStack::destinationPlace(const std::string& name) const {
-  return {levels_.back().frame->destination.get(), name, paths::join(destination_, name)};
+  const FolderFrame& frame = *levels_.back().frame;
+  return {frame.destination.get(), name, paths::join(destination_, name), frame.entriesStartBare == true};
 }
 
 std::string_view FrameStack::belowDestinationRoot() const {

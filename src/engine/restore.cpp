@@ -205,10 +205,10 @@ Result<Descriptor> Restoration::makeFolders(std::string lowest, const std::strin
   LUMISK_CHECK(run_.written.begin(folder->get()));
   for (; !missing.empty(); missing.pop_back(), counterparts.pop_back()) {
     const Place place{folder->get(), paths::lastComponent(missing.back()), missing.back()};
-    LUMISK_TRY(Descriptor made, about(place.path, copier_.createMacintoshDirectory(place, std::nullopt)));
-    LUMISK_TRY(Descriptor kept, run_.files.duplicate(made.get()));
+    LUMISK_TRY(auto made, about(place.path, copier_.createMacintoshDirectory(place, std::nullopt)));
+    LUMISK_TRY(Descriptor kept, run_.files.duplicate(made.folder.get()));
     made_.push_back({std::move(kept), place.path, counterparts.back()});
-    *folder = std::move(made);
+    *folder = std::move(made.folder);
   }
   return folder;
 }

@@ -12,6 +12,8 @@ struct Place {
   int folder = -1;
   std::string name;
   std::string path;
+  // What is made in the folder is known to start without attributes (newEntriesInherit()).
+  bool startsBare = false;
 };
 
 // Keeps the version that is about to be overwritten. Where it can, by a second name for the same file, so that the

@@ -117,9 +117,11 @@ Result<void> WalkRoots::findOrMake(FolderFrame& frame, const Place& place) {
 Result<void> WalkRoots::make(FolderFrame& frame, const Place& place, const std::optional<FileStatus>& standing) {
   if (run_.onEntry) run_.onEntry(EntryOutcome::kFolderMade, place.path, standing ? "not a folder there" : "new");
   if (run_.dryRun) return {};
-  LUMISK_TRY(Descriptor made, walk_.copier.createMacintoshDirectory(place, standing));
+  LUMISK_TRY(auto made, walk_.copier.createMacintoshDirectory(place, standing));
   walk_.wroteAnything = true;
-  return takeMade(run_.files, frame, std::move(made));
+  const auto inherits = newEntriesInherit(run_.files, place.folder);
+  takeMade(frame, std::move(made), inherits && !*inherits);
+  return {};
 }
 
 // Whether what stands there is where another source of the job goes, under a name that folds to the same.

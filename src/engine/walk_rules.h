@@ -46,6 +46,8 @@ class WalkRules {
   // Whether isInStep() need not be told, nor leaveFolder() wait for all copies: then small files may still be under way
   // when the walk is in another folder.
   [[nodiscard]] virtual bool letsCopiesLag() const { return false; }
+  // Whether the rules themselves write into the pairs of folders, lists for one.
+  [[nodiscard]] virtual bool writesIntoFolders() const { return true; }
   // All entries were dealt with, the run stops, or the pair was lost (frame.isLost: it is not open). Before the
   // destination folder gets its own dates and permissions.
   virtual void leaveFolder(FrameStack& at) = 0;
@@ -62,6 +64,7 @@ class NoWalkRules : public WalkRules {
   }
   void isInStep(FrameStack&, const WalkEntry&) override {}
   [[nodiscard]] bool letsCopiesLag() const override { return true; }
+  [[nodiscard]] bool writesIntoFolders() const override { return false; }
   void leaveFolder(FrameStack&) override {}
 };
 

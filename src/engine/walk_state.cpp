@@ -21,6 +21,15 @@ void WalkState::beforeWriting() {
   frame.wasMadeWritable = run.files.setMode(frame.destination.get(), mode | kNeeded).has_value();
 }
 
+bool WalkState::entriesStartBare() {
+  FolderFrame& frame = stack.top();
+  if (!frame.entriesStartBare) {
+    const auto inherit = newEntriesInherit(run.files, frame.destination.get());
+    frame.entriesStartBare = inherit && !*inherit;
+  }
+  return *frame.entriesStartBare;
+}
+
 void WalkState::wroteInto(const Descriptor& folder, const FileStatus& status) {
   run.written.wrote(-1, folder.get(), status.identity.device);
   wroteAnything = true;

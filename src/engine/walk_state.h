@@ -36,6 +36,8 @@ struct WalkState {
   // Before an entry of the top folder's destination is made, replaced or removed: gives the owner the right to write
   // into it, which it loses again when the walk leaves.
   void beforeWriting();
+  // Whether what is made in the top folder's destination starts without attributes.
+  [[nodiscard]] bool entriesStartBare();
   // An entry was made, replaced or removed in an open folder at the destination.
   void wroteInto(const Descriptor& folder, const FileStatus& status);
   // For jobs that follow deletions.

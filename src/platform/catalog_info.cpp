@@ -218,8 +218,13 @@ bool isPortableAttribute(const std::string& name) {
 }
 
 Result<CatalogInfo> readCatalogInfo(FileCalls& files, int descriptor) {
+  LUMISK_TRY(const FileStatus status, files.statusOf(descriptor));
+  return readCatalogInfo(files, descriptor, status);
+}
+
+Result<CatalogInfo> readCatalogInfo(FileCalls& files, int descriptor, const FileStatus& status) {
   CatalogInfo info;
-  LUMISK_TRY(info.status, files.statusOf(descriptor));
+  info.status = status;
   LUMISK_TRY(auto names, portableNames(files, descriptor));
   for (std::string& name : names) {
     auto value = files.attribute(descriptor, name);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -34,14 +35,17 @@ struct CatalogLoss {
 // Reads everything from an open file or folder. Attributes that vanish meanwhile are skipped; a file system without
 // extended attributes has none.
 Result<CatalogInfo> readCatalogInfo(FileCalls& files, int descriptor);
+// The same where the status is known already.
+Result<CatalogInfo> readCatalogInfo(FileCalls& files, int descriptor, const FileStatus& status);
 
 // Makes the open file or folder carry it, in the order that keeps it safe: owner, permissions, attributes, date last;
 // at no moment do its permissions and ACL together allow more than `info` does. Attributes that only the target has are
 // removed. `before` is the target's own info as it is now, where the caller knows it: calls that would change nothing
-// are not made. For a file that was just created it is its status and no attributes, unless newEntriesInherit() of its
-// folder. Fails only where the result would be less protected than the source, the date is refused or the device fails;
-// everything else is a loss. Set-id bits and capabilities are dropped when the owner could not be set; where an ACL
-// cannot be set the group gets no more than the ACL gave it.
+// are not made; a date of kUnknownDate is set anyway. For a file that was just created it is its status and no
+// attributes, unless newEntriesInherit() of its folder. Fails only where the result would be less protected than the
+// source, the date is refused or the device fails; everything else is a loss. Set-id bits and capabilities are dropped
+// when the owner could not be set; where an ACL cannot be set the group gets no more than the ACL gave it.
+inline constexpr FileTime kUnknownDate{std::numeric_limits<std::int64_t>::min(), 0};
 Result<CatalogLoss> writeCatalogInfo(FileCalls& files, int descriptor, const CatalogInfo& info,
                                      const CatalogInfo* before = nullptr);
 

@@ -97,11 +97,11 @@ TEST_P(FolderCopyTest, NewFolder_IsPrivateUntilItGetsItsMetadata) {
   const auto original = realFileCalls().openRoot(tree / "s/d");
   const auto info = readCatalogInfo(files, original->get());
   ASSERT_TRUE(info);
-  EXPECT_TRUE(copier.copyMacintoshFinderInfo(*info, made->get(), tree / "t/d"));
+  EXPECT_TRUE(copier.copyMacintoshFinderInfo(*info, made->folder.get(), tree / "t/d"));
   ExpectSameTrees(tree / "s/d", tree / "t/d");
   files.fail(FileCall::kSetModified, EIO);
   setModified(tree / "t/d", 5);
-  EXPECT_FALSE(copier.copyMacintoshFinderInfo(*info, made->get(), tree / "t/d"));
+  EXPECT_FALSE(copier.copyMacintoshFinderInfo(*info, made->folder.get(), tree / "t/d"));
 }
 
 TEST_P(FolderCopyTest, OtherFolderThereByNow_IsNotTakenForOurs) {

@@ -90,7 +90,7 @@ TEST_P(TrashTest, FileWhereAFolderMustGo_IsKeptFirst) {
     const auto made = copier.createMacintoshDirectory(to, RunFixture::standing(to));
     ASSERT_TRUE(made) << made.error().text();
     EXPECT_EQ(RunFixture::seen(to).mode, 0700u);
-    EXPECT_EQ(realFileCalls().statusOf(made->get())->identity, RunFixture::seen(to).identity);
+    EXPECT_EQ(realFileCalls().statusOf(made->folder.get())->identity, RunFixture::seen(to).identity);
   }
   ExpectTreeExactly(tree / "t", Dir{{"kept", Dir{}}, {"kept.kept", File{"old"}}, {"trashed", Dir{}}});
   EXPECT_EQ(trashed(), (Trashed{{"trashed", "old"}}));
