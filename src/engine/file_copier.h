@@ -29,7 +29,7 @@ class FileCopier {
       : run_(run), transport_(run, DataCopy::Progress::kTold), replacement_(run, revisions, trash) {}
 
   struct Copied {
-    FileIdentity made;         // the new file
+    FileIdentity made;         // the new file; where the source has a single name its device alone
     std::uint64_t bytes = 0;   // of data written
     bool keptVersion = false;  // as a revision; the same for a link or folder goes into counts.revisions at once
     // The source changed while it was read, in a way that its date might not show: what was made carries an older date

@@ -18,10 +18,36 @@ Result<FileTransport::Filled> FileTransport::fill(const Place& source, const Fil
                                                   TemporaryEntry& temporary) {
   Filled filled;
   LUMISK_TRY(Source opened, about(source.path, openSource(source, seen)));
-  LUMISK_TRY(filled.file, files_.createFile(destination.folder, temporary.name(), 0600));
+  enterFolder(destination);
+  const std::uint32_t mode = modeToMakeWith(opened.info);
+  if (mode != madeWith_) asMade_.reset();
+  madeWith_ = mode;
+  LUMISK_TRY(filled.file, files_.createFile(destination.folder, temporary.name(), mode));
   temporary.made(FileType::kRegular);
   LUMISK_CHECK(fill(opened, source, destination, filled));
   return filled;
+}
+
+// Asked once for a folder, not for each file in it.
+void FileTransport::enterFolder(const Place& destination) {
+  const std::string_view folder = folderOf(destination.path);
+  if (folder == lastFolder_) return;
+  lastFolder_ = folder;
+  asMade_.reset();
+  const auto inherits = destination.startsBare ? Result<bool>(false) : newEntriesInherit(files_, destination.folder);
+  startBare_ = inherits && !*inherits;
+}
+
+// The file's own permissions at once where nobody gets more by them than in the end: the owner and group are right from
+// the beginning, and no ACL, not an inherited one either, gives the bits another meaning. Else nobody else's, until it
+// is dressed.
+std::uint32_t FileTransport::modeToMakeWith(const CatalogInfo& info) const {
+  constexpr std::uint32_t kPrivate = 0600, kPermissions = 0777;
+  const FileStatus& wanted = info.status;
+  const bool isPlain = info.attributes.empty() && info.unreadable.empty() && (wanted.mode & ~kPermissions) == 0 &&
+                       (wanted.mode & kPrivate) == kPrivate;
+  const bool isOurs = startBare_ && asMade_ && asMade_->owner == wanted.owner && asMade_->group == wanted.group;
+  return isPlain && isOurs ? wanted.mode : kPrivate;
 }
 
 // The metadata come from before the first byte is read: what changes after that is newer than the copy says.
@@ -45,23 +71,27 @@ Result<void> FileTransport::fill(Source& source, const Place& sourcePlace, const
     info.status.modified = *date;
     filled.changedMeanwhile = true;
   }
-  CatalogInfo before;
-  LUMISK_TRY(before.status, files_.statusOf(file));
-  filled.made = before.status.identity;
-  LUMISK_TRY(filled.loss, writeCatalogInfo(files_, file, info, startsBare(destination) ? &before : nullptr));
+  LUMISK_TRY(filled.loss, dress(info, filled));
   return {};
 }
 
-// Asked once for a folder, not for each file in it.
-bool FileTransport::startsBare(const Place& destination) {
-  if (destination.startsBare) return true;
-  const std::string_view folder = folderOf(destination.path);
-  if (folder != lastFolder_) {
-    const auto inherits = newEntriesInherit(files_, destination.folder);
-    lastFolderIsPlain_ = inherits && !*inherits;
-    lastFolder_ = folder;
+Result<CatalogLoss> FileTransport::dress(const CatalogInfo& info, Filled& filled) {
+  LUMISK_CHECK(lookAtMade(info, filled));
+  CatalogInfo before;
+  before.status = *asMade_;
+  before.status.modified = kUnknownDate;
+  return writeCatalogInfo(files_, filled.file.get(), info, startBare_ ? &before : nullptr);
+}
+
+// Files that are made in one folder with the same permissions, and inherit nothing, have the same owner, group and
+// permissions.
+Result<void> FileTransport::lookAtMade(const CatalogInfo& info, Filled& filled) {
+  const bool isKnown = startBare_ && asMade_ && info.status.links == 1;
+  if (!isKnown) {
+    LUMISK_TRY(asMade_, files_.statusOf(filled.file.get()));
   }
-  return lastFolderIsPlain_;
+  filled.made = {asMade_->identity.device, isKnown ? 0 : asMade_->identity.inode};
+  return {};
 }
 
 }  // namespace lumisk

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "engine/data_copy.h"
@@ -17,8 +18,8 @@ class FileTransport {
   FileTransport(RunState& run, DataCopy::Progress progress) : files_(run.files), data_(run, progress) {}
 
   struct Filled {
-    Descriptor file;  // open for whoever has to sync it; to be closed before it gets its name
-    FileIdentity made;
+    Descriptor file;                // open for whoever has to sync it; to be closed before it gets its name
+    FileIdentity made;              // see FileCopier::Copied
     std::uint64_t bytes = 0;        // of data written
     bool changedMeanwhile = false;  // see FileCopier::Copied
     CatalogLoss loss;
@@ -33,12 +34,18 @@ class FileTransport {
   };
   Result<Source> openSource(const Place& source, const FileStatus& seen);
   Result<void> fill(Source& source, const Place& sourcePlace, const Place& destination, Filled& filled);
-  bool startsBare(const Place& destination);
+  void enterFolder(const Place& destination);
+  [[nodiscard]] std::uint32_t modeToMakeWith(const CatalogInfo& info) const;
+  Result<CatalogLoss> dress(const CatalogInfo& info, Filled& filled);
+  Result<void> lookAtMade(const CatalogInfo& info, Filled& filled);
 
   FileCalls& files_;
   DataCopy data_;
-  std::string lastFolder_;  // whether new files in this one start without attributes
-  bool lastFolderIsPlain_ = false;
+  // What is known of new files in the folder that came last.
+  std::string lastFolder_;
+  bool startBare_ = false;            // they have no attributes that they were not given
+  std::optional<FileStatus> asMade_;  // as one was that was made with the permissions madeWith_
+  std::uint32_t madeWith_ = 0;
 };
 
 }  // namespace lumisk

@@ -30,11 +30,42 @@ TEST_P(FileCopierTest, NewFile_CarriesDataDateModeAndAttributes) {
     ASSERT_TRUE(copied) << copied.error().text();
     EXPECT_EQ(copied->bytes, size);
     EXPECT_FALSE(copied->changedMeanwhile);
-    EXPECT_EQ(copied->made, RunFixture::seen(target(name)).identity);
+    EXPECT_EQ(copied->made.device, RunFixture::seen(target(name)).identity.device);
   }
   for (const char* folder : {"s", "t"}) setModified(tree / folder, 1000);
   ExpectSameTrees(tree / "s", tree / "t");
   EXPECT_FALSE(run.run.written.isEmpty());
+}
+
+TEST_P(FileCopierTest, FilesOfOneFolder_EachGetTheirOwnPermissionsAndNeverMore) {
+  FileStatus wanted;
+  const auto isNeverMore = [&] {
+    for (const auto& entry : std::filesystem::directory_iterator(tree / "t")) {
+      if (!isTemporaryName(entry.path().filename())) continue;
+      const FileStatus made = RunFixture::seen(target(entry.path().filename()));
+      const bool isTheirs = made.owner == wanted.owner && made.group == wanted.group;
+      EXPECT_EQ(made.mode & ~(isTheirs ? wanted.mode | 0600U : 0600U), 0u) << std::oct << wanted.mode;
+    }
+  };
+  files.before(FileCall::kWrite, isNeverMore, {.times = FaultyFileCalls::kAlways});
+  int number = 0;
+  for (const unsigned owner : {0u, 0u, 1234u, 1234u, 0u}) {
+    for (const std::uint32_t mode : {0644u, 0644u, 0600u, 0755u, 0755u, 0444u, 04755u, 0666u, 0640u, 0640u, 0640u}) {
+      const std::string name = std::to_string(number++);
+      makeTree(tree / "s", {{name, File{"text", std::nullopt, 1000}}});
+      const std::string path = tree / ("s/" + name);
+      if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(path.c_str(), owner, owner), 0);
+      }
+      ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+      wanted = RunFixture::seen(source(name));
+      ASSERT_TRUE(copy(name));
+      const FileStatus made = RunFixture::seen(target(name));
+      EXPECT_EQ(made.mode, wanted.mode);
+      EXPECT_EQ(made.owner, wanted.owner);
+      EXPECT_EQ(made.group, wanted.group);
+    }
+  }
 }
 
 TEST_P(FileCopierTest, FolderThatHandsOnAnAccessList_DoesNotAddItToCopies) {
