@@ -41,6 +41,9 @@ measure() {
   if [ "$tree" = S ] && [[ ${PEERS:-withRsync} = *withRsync* ]]; then
     for ((i = 0; i < pairs; ++i)); do
       changeOnePercent "$source" "$i" delete
+      # Else the first to run would read and sync for the other what was changed.
+      sync -f "$volume"
+      warm "$source"
       for who in ours withRsync; do
         changed[$who]+="$(seconds "${who}Deleting" "$source" "$volume/$who")"$'\n'
       done
