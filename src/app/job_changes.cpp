@@ -11,9 +11,6 @@ namespace {
 using Array = PropertyList::Array;
 using Dictionary = PropertyList::Dictionary;
 
-constexpr const char* kBeforeKey = "before";
-constexpr const char* kAfterKey = "after";
-
 // What runs write. That a run has begun or ended meanwhile is no reason to keep a job that shall go.
 const std::set<std::string, std::less<>>& keysOfRuns() {
   static const std::set<std::string, std::less<>> keys{
@@ -61,8 +58,8 @@ std::set<std::string> differingKeys(const PropertyList& one, const PropertyList&
 }
 
 MergeVerdict checkChange(const PropertyList& change) {
-  const PropertyList& before = change[kBeforeKey];
-  const PropertyList& after = change[kAfterKey];
+  const PropertyList& before = change[kChangeBeforeKey];
+  const PropertyList& after = change[kChangeAfterKey];
   const bool hasForm = (before.isNone() || isJob(before)) && (after.isNone() || isJob(after));
   if (!hasForm || (before.isNone() && after.isNone())) return MergeVerdict::kNotUnderstood;
   if (!before.isNone() && !after.isNone() && !isSameJob(before, after)) return MergeVerdict::kNotUnderstood;
@@ -102,16 +99,17 @@ MergeVerdict edit(const PropertyList& before, const PropertyList& after, Array& 
 }
 
 MergeVerdict carryOut(const PropertyList& change, Array& jobs) {
-  const PropertyList& before = change[kBeforeKey];
-  const PropertyList& after = change[kAfterKey];
+  const PropertyList& before = change[kChangeBeforeKey];
+  const PropertyList& after = change[kChangeAfterKey];
   if (before.isNone()) return add(after, jobs);
   return after.isNone() ? remove(before, jobs) : edit(before, after, jobs);
 }
 
 // Two that made the same name free of clashes each for itself.
 bool givesNameOfAnother(const PropertyList& change, const Array& jobs) {
-  const PropertyList& after = change[kAfterKey];
-  if (after.isNone() || (!change[kBeforeKey].isNone() && nameOf(change[kBeforeKey]) == nameOf(after))) return false;
+  const PropertyList& after = change[kChangeAfterKey];
+  if (after.isNone() || (!change[kChangeBeforeKey].isNone() && nameOf(change[kChangeBeforeKey]) == nameOf(after)))
+    return false;
   return std::count_if(jobs.begin(), jobs.end(),
                        [&](const PropertyList& job) { return isJob(job) && nameOf(job) == nameOf(after); }) > 1;
 }
@@ -125,12 +123,12 @@ PropertyList::Array jobChanges(const Array& before, const Array& after) {
   for (const PropertyList& job : after) {
     if (!isJob(job)) continue;
     const auto old = findJob(gone, job);
-    if (old == gone.end()) others.push_back(Dictionary{{kAfterKey, job}});
+    if (old == gone.end()) others.push_back(Dictionary{{kChangeAfterKey, job}});
     if (old == gone.end()) continue;
-    if (*old != job) others.push_back(Dictionary{{kBeforeKey, *old}, {kAfterKey, job}});
+    if (*old != job) others.push_back(Dictionary{{kChangeBeforeKey, *old}, {kChangeAfterKey, job}});
     gone.erase(old);
   }
-  for (PropertyList& job : gone) removals.push_back(Dictionary{{kBeforeKey, std::move(job)}});
+  for (PropertyList& job : gone) removals.push_back(Dictionary{{kChangeBeforeKey, std::move(job)}});
   removals.insert(removals.end(), others.begin(), others.end());
   return removals;
 }

@@ -9,6 +9,8 @@ namespace lumisk {
 // changes of different keys of one job (an edit here, the end of a run there) both survive, whoever comes first.
 //
 // {"before": job, "after": job}; a new job has no "before", a removed one no "after".
+inline constexpr const char* kChangeBeforeKey = "before";
+inline constexpr const char* kChangeAfterKey = "after";
 [[nodiscard]] PropertyList::Array jobChanges(const PropertyList::Array& before, const PropertyList::Array& after);
 
 enum class MergeVerdict {

@@ -64,6 +64,35 @@ TEST_F(JobsBoardsTest, LocalBoard_ChangesTheJobsOfThisProcess) {
   checkChanges(board);
 }
 
+TEST_F(JobsBoardsTest, EditOfARunningJob_WaitsForItsRunBesideTheWindows) {
+  storeThree();
+  launch();
+  int waited = 0;
+  LocalJobsBoard board(*app, clock, [&](const std::function<bool()>& isOver) {
+    ++waited;
+    EXPECT_FALSE(isOver());
+    gate->set(false);  // a run that takes its time to end
+    serveUntil(isOver);
+  });
+  const auto setTimer = [&](std::int32_t count) {
+    const PropertyList before = job("a");
+    QUORVELPREFERENCEINFO edited;
+    ASSERT_TRUE(jobFromDictionary(before, edited));
+    edited.scheduling_timer = count;
+    EXPECT_EQ(board.edit(before, edited), std::nullopt);
+    EXPECT_EQ(job("a")[kSchedulingKey][kTimerKey].integer32(), count);
+  };
+  setTimer(77);
+  EXPECT_EQ(waited, 0) << "nothing runs";
+  gate->set(true);
+  EXPECT_EQ(board.start("uuid-a"), std::nullopt);
+  gate->waitForRun();
+  setTimer(78);
+  EXPECT_EQ(waited, 1);
+  EXPECT_EQ(job("a")[kCancelStatusKey].integer32(), static_cast<std::int32_t>(CancelStatus::kCancelled));
+  EXPECT_FALSE(exists(copyOf("a")));
+}
+
 TEST_F(JobsBoardsTest, FileListOfAJob_FollowsItsName_AndIsNobodyElses) {
   storeThree();
   const auto list = [](const std::string& name) { return fileListFolder() + "/" + name + ".qellumiskdat"; };

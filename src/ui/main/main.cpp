@@ -2,6 +2,7 @@
 #include <QEventLoop>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTimer>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -30,6 +31,8 @@ namespace {
 using namespace lumisk;
 
 enum class Ending { kDone = 0, kFailed = 1, kWrongUsage = 2, kStoreIsHeld = 4 };
+
+constexpr int kBetweenLooks = 50;  // milliseconds
 
 constexpr const char* kUsage =
     "usage: lumisk-desktop [--background | --attach | --restore PATH]\n"
@@ -69,12 +72,21 @@ void begin(Desktop& desktop, WindowSet& windows, const Way& way) {
   if (!way.pathToRestore.empty()) windows.openRestoreOfPath(way.pathToRestore);
 }
 
+// While no user can do more; what waits for the main thread is served.
+void serveWindowsUntil(const std::function<bool()>& isOver) {
+  QTimer looking;
+  looking.start(kBetweenLooks);
+  QApplication::setOverrideCursor(Qt::WaitCursor);
+  while (!isOver()) QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
+  QApplication::restoreOverrideCursor();
+}
+
 // The application itself, in the order in which its parts must outlive each other.
 Ending runWithOwnJobs(QApplication& application, MainLoop& loop, const Way& way) {
   DialogDesk desk(systemClock());
   DialogWindows dialogs(desk, systemClock(), loop);
   LocalDesktop local(loop, desk, systemClock(), realFileCalls());
-  LocalJobsBoard board(local.app(), systemClock());
+  LocalJobsBoard board(local.app(), systemClock(), serveWindowsUntil);
   const auto launched = local.app().applicationDidFinishLaunching();
   if (!launched) {
     sayThatItCannotStart(launched.error());
