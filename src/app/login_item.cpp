@@ -81,7 +81,7 @@ std::string autostartPath() {
 }
 
 // Escaped twice: the quoted argument, and the value that holds it. A percent sign begins a field code.
-std::string autostartText(const std::string& programPath) {
+std::string quotedForEntry(const std::string& programPath) {
   std::string quoted;
   for (const char byte : programPath) {
     if (byte == '"' || byte == '`' || byte == '$') quoted += "\\\\";
@@ -89,8 +89,12 @@ std::string autostartText(const std::string& programPath) {
     if (byte == '%') quoted += '%';
     quoted += byte;
   }
-  return "[Desktop Entry]\nType=Application\nName=Qel Lumisk\nExec=\"" + quoted +
-         "\" daemon\nTerminal=false\nNoDisplay=true\n";
+  return '"' + quoted + '"';
+}
+
+std::string autostartText(const std::string& programPath) {
+  return "[Desktop Entry]\nType=Application\nName=Qel Lumisk\nExec=" + quotedForEntry(programPath) +
+         " daemon\nTerminal=false\nNoDisplay=true\n";
 }
 
 }  // namespace lumisk

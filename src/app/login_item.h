@@ -19,7 +19,8 @@ Result<void> setStartedAtLogin(const std::string& programPath, bool isStarted);
 
 // $XDG_CONFIG_HOME, else <home>/.config, then "autostart/lumisk.desktop".
 [[nodiscard]] std::string autostartPath();
-// The entry, its command quoted as the Desktop Entry Specification asks.
 [[nodiscard]] std::string autostartText(const std::string& programPath);
+// A program as the first word of a command in a desktop entry, quoted as the Desktop Entry Specification asks.
+[[nodiscard]] std::string quotedForEntry(const std::string& programPath);
 
 }  // namespace lumisk

@@ -2,10 +2,12 @@
 
 #include <cerrno>
 
+#include "app/file_manager_actions.h"
 #include "app/login_item.h"
 #include "app/quorvel_app_members.h"
 #include "finder/do_client.h"
 #include "log/log_file.h"
+#include "platform/paths.h"
 
 // The application's start, its end, and what it knows for others.
 
@@ -81,6 +83,8 @@ Result<void> QuorvelAppObject::applicationDidFinishLaunching() {
   m.m_controlObject.start();
   m.tellTrouble();
   m.changed();
+  if (m.store.preference("SGInstallPlugin").boolean())
+    (void)setFileManagerActions(paths::parent(m.services.programPath), true);
   m.later([&m] { m.joinToLoginWindow(); });  // no job waits for the answer
   return {};
 }

@@ -15,6 +15,8 @@ constexpr const char* kGeneral = markedText("General");
 constexpr const char* kCopying = markedText("Copying");
 constexpr const char* kSafety = markedText("Safety");
 
+constexpr const char* kFileManagerKey = "SGInstallPlugin";
+
 Item toggle(const char* group, const char* key, const char* title, const char* sentence, int standard) {
   return {group, key, Kind::kSwitch, title, sentence, {}, standard, false};
 }
@@ -30,7 +32,7 @@ std::vector<Item> makeItems() {
              markedText("Jobs then run by themselves, also without a window."), 0),
       toggle(kGeneral, "SGWarnPendingJobs", markedText("Ask before quitting while jobs run"),
              markedText("Otherwise their runs are stopped and go on next time."), 0),
-      toggle(kGeneral, "SGInstallPlugin", markedText("Show actions in the file manager"),
+      toggle(kGeneral, kFileManagerKey, markedText("Show actions in the file manager"),
              markedText("Backing up and restoring from a folder's menu."), 0),
       {kGeneral,
        "SGAppearance",
@@ -80,7 +82,7 @@ const std::vector<PreferenceItem>& preferenceItems() {
 }
 
 int PreferencesPresenter::value(const PreferenceItem& item) {
-  if (*item.key == '\0') return login_.isOn() ? 1 : 0;
+  if (*item.key == '\0') return system_.isStartedAtLogin() ? 1 : 0;
   const PropertyList stored = board_.preference(item.key);
   if (stored.isNone()) return item.standard;
   if (item.kind == Kind::kChoice) return placeOf(item, stored.text());
@@ -90,8 +92,11 @@ int PreferencesPresenter::value(const PreferenceItem& item) {
 
 JobsBoard::Refusal PreferencesPresenter::setValue(const PreferenceItem& item, int value) {
   if (*item.key == '\0') {
-    const auto done = login_.set(value != 0);
+    const auto done = system_.setStartedAtLogin(value != 0);
     return done ? JobsBoard::Refusal() : JobsBoard::Refusal(done.error().text());
+  }
+  if (std::string(item.key) == kFileManagerKey && system_.setFileManagerActions) {
+    if (const auto done = system_.setFileManagerActions(value != 0); !done) return done.error().text();
   }
   if (item.kind == Kind::kChoice)
     return board_.setPreference(item.key, item.choices.at(static_cast<std::size_t>(value)).first);

@@ -27,11 +27,13 @@ struct PreferenceItem {
 // Reads and writes them; every answer is stored at once. Main thread only.
 class PreferencesPresenter {
  public:
-  struct LoginSwitch {
-    std::function<bool()> isOn;
-    std::function<Result<void>(bool)> set;
+  // What is set outside the store.
+  struct SystemSwitches {
+    std::function<bool()> isStartedAtLogin;
+    std::function<Result<void>(bool)> setStartedAtLogin;
+    std::function<Result<void>(bool)> setFileManagerActions = {};  // besides what is stored; may be empty
   };
-  PreferencesPresenter(JobsBoard& board, LoginSwitch login) : board_(board), login_(std::move(login)) {}
+  PreferencesPresenter(JobsBoard& board, SystemSwitches system) : board_(board), system_(std::move(system)) {}
 
   [[nodiscard]] int value(const PreferenceItem& item);
   // Why it could not be stored; the old value stays.
@@ -39,7 +41,7 @@ class PreferencesPresenter {
 
  private:
   JobsBoard& board_;
-  LoginSwitch login_;
+  SystemSwitches system_;
 };
 
 }  // namespace lumisk

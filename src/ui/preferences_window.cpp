@@ -11,6 +11,7 @@
 #include <QSpinBox>
 #include <QVBoxLayout>
 
+#include "app/file_manager_actions.h"
 #include "app/login_item.h"
 #include "platform/paths.h"
 #include "platform/process.h"
@@ -31,8 +32,8 @@ using Kind = PreferenceItem::Kind;
 
 class PreferencesWindow : public QWidget {
  public:
-  PreferencesWindow(UiContext& context, PreferencesPresenter::LoginSwitch login)
-      : presenter_(context.board, std::move(login)), message_(new widgets::InlineMessage) {
+  PreferencesWindow(UiContext& context, PreferencesPresenter::SystemSwitches system)
+      : presenter_(context.board, std::move(system)), message_(new widgets::InlineMessage) {
     setObjectName(QStringLiteral("window"));
     setAttribute(Qt::WA_StyledBackground);
     setWindowTitle(tr_("Preferences"));
@@ -152,14 +153,16 @@ class PreferencesWindow : public QWidget {
 
 }  // namespace
 
-PreferencesPresenter::LoginSwitch desktopLoginSwitch() {
-  const std::string program = paths::join(paths::parent(process::programPath()), "lumisk");
-  return {isStartedAtLogin, [program](bool on) { return setStartedAtLogin(program, on); }};
+// This program at login, not the one without windows: what jobs ask and tell reaches somebody.
+PreferencesPresenter::SystemSwitches systemSwitches() {
+  const std::string program = process::programPath();
+  return {isStartedAtLogin, [program](bool on) { return setStartedAtLogin(program, on); },
+          [folder = paths::parent(program)](bool on) { return setFileManagerActions(folder, on); }};
 }
 
-void addPreferencesWindow(WindowSet& windows, PreferencesPresenter::LoginSwitch login) {
+void addPreferencesWindow(WindowSet& windows, PreferencesPresenter::SystemSwitches system) {
   windows.add(WindowKind::kPreferences,
-              [login](UiContext& context, const WindowRequest&) { return new PreferencesWindow(context, login); });
+              [system](UiContext& context, const WindowRequest&) { return new PreferencesWindow(context, system); });
 }
 
 }  // namespace lumisk

@@ -7,9 +7,9 @@ namespace lumisk {
 class WindowSet;
 
 // The desktop's entry for starting this program at login.
-[[nodiscard]] PreferencesPresenter::LoginSwitch desktopLoginSwitch();
+[[nodiscard]] PreferencesPresenter::SystemSwitches systemSwitches();
 
 // All preferences on one page; every answer holds at once.
-void addPreferencesWindow(WindowSet& windows, PreferencesPresenter::LoginSwitch login = desktopLoginSwitch());
+void addPreferencesWindow(WindowSet& windows, PreferencesPresenter::SystemSwitches system = systemSwitches());
 
 }  // namespace lumisk

@@ -1,7 +1,11 @@
 #include "presenters/preferences_presenter.h"
 
+#include <cstdlib>
+
+#include "app/file_manager_actions.h"
 #include "app/login_item.h"
 #include "support/fake_jobs_board.h"
+#include "support/home_fixture.h"
 #include "support/temp_tree.h"
 
 namespace lumisk {
@@ -36,6 +40,22 @@ TEST(Preferences, AreStoredUnderTheirKeysAsTheyAreRead) {
   board.refusal = "no";
   EXPECT_EQ(presenter.setValue(item("SGWarnPendingJobs"), 1), "no");
   EXPECT_EQ(presenter.value(item("SGWarnPendingJobs")), 0);
+}
+
+TEST(FileManagerActions, SwitchedOn_StartTheseProgramsWhateverTheirFolderIsCalled) {
+  const test::TempTree tree{
+      {"it's", test::Dir{{"lumisk", test::File{"#!/bin/sh\nprintf '%s|' \"$@\" >\"$OUT\"\n", 0755}}}}};
+  const test::ScopedVariable data("XDG_DATA_HOME", tree / "data");
+  const test::ScopedVariable out("OUT", tree / "out");
+  ASSERT_TRUE(setFileManagerActions(tree / "it's", true));
+  const std::string script = tree / "data/nautilus/scripts/New Qel Lumisk Job";
+  EXPECT_EQ(std::system(("'" + script + "' 'a b' '$(x)'").c_str()), 0);
+  EXPECT_EQ(test::readFile(tree / "out"), "send|--action|102|--|a b|$(x)|");
+  EXPECT_NE(test::readFile(tree / "data/kio/servicemenus/lumisk.desktop").find("it's/lumisk-desktop\" --restore %f"),
+            std::string::npos);
+  ASSERT_TRUE(setFileManagerActions(tree / "it's", false));
+  EXPECT_FALSE(test::exists(script));
+  EXPECT_TRUE(setFileManagerActions(tree / "it's", false)) << "nothing is there any more";
 }
 
 TEST(LoginItem, SwitchedOff_StaysOffAtLaterStarts) {
