@@ -99,7 +99,7 @@ Result<std::optional<AutoDeletion::Doomed>> AutoDeletion::judge(const FileList::
   return findDestination(pair.destination);
 }
 
-// Twice proven: the system says so, and so does a complete listing.
+// Twice proven: the system says so, and so does a complete listing, of a disk that is there.
 Result<bool> AutoDeletion::isGone(std::size_t root, const std::vector<std::string>& components) {
   if (!roots_[root]) return fail(roots_[root].error());
   if (!source_ || sourceRoot_ != root) source_.emplace(run_.files, roots_[root]->get());
@@ -109,6 +109,7 @@ Result<bool> AutoDeletion::isGone(std::size_t root, const std::vector<std::strin
   if (!found) return fail(found.error());
   if (found->status) return false;
   LUMISK_TRY(const bool isListed, source_->lists(found->name));
+  if (!isListed) LUMISK_CHECK(run_.files.checkDisk(found->folder));
   return !isListed;
 }
 

@@ -109,6 +109,7 @@ Result<void> TargetDeletions::confirm(const Root& root, const std::string& relat
   }
   if (!source) return fail(source.error());
   LUMISK_TRY(const NameList names, listNames(run_.files, source->get()));
+  LUMISK_CHECK(run_.files.checkDisk(source->get()));
   disbelieveVanished(scope_);
   const std::string path = paths::join(root.sourcePath, root.sourceFolders.at(relative));
   std::erase_if(due, [&](const PendingDeletion& one) { return !isBelieved(scope_, paths::join(path, one.name)); });

@@ -422,6 +422,17 @@ void RunSequence::noteProblem(const std::string& path, const std::string& text) 
 void RunSequence::noteVanishedMounts() {
   for (const std::string& place : places_->vanished())
     noteSourceProblem(place, shown(place) + ": this part of the source was pulled away during the run");
+  std::set<std::string> sources;
+  for (const Pair& pair : pairs_)
+    if (sources.insert(pair.source).second && !answers(pair.source))
+      noteSourceProblem(pair.source, shown(pair.source) + ": the disk of the source does not answer any more");
+}
+
+// A disk that has gone may have shown empty folders. What cannot be opened has been told.
+bool RunSequence::answers(const std::string& source) const {
+  auto folder = run_.files.openRoot(source);
+  if (!folder && folder.error().code == ENOTDIR) folder = run_.files.openRoot(paths::parent(source));
+  return !folder || run_.files.checkDisk(folder->get());
 }
 
 // The end.

@@ -86,6 +86,7 @@ class RunSequence {
   Result<void> makeParents(const std::string& target, const std::string& parent);
   void noteNewFolders(const std::string& target, std::string folder);
   void noteVanishedMounts();
+  [[nodiscard]] bool answers(const std::string& source) const;
   void noteSourceProblem(const std::string& source);
   void noteSourceProblem(const std::string& source, const std::string& text);
   void noteTargetProblem(const std::string& target);

@@ -111,6 +111,8 @@ Result<void> TwoWayRun::confirm(int folder, const std::string& path, int otherFo
   for (PendingDeletion& one : due)
     if (prove(one, folder, path, otherFolder, listed, listedThere)) proven.push_back(std::move(one));
   due = std::move(proven);
+  // Some file systems show empty folders when their disk has gone.
+  if (!due.empty()) LUMISK_CHECK(run_.files.checkDisk(otherFolder));
   for (const PendingDeletion& one : due) {
     listed.deleteFileInArrayList(one.name);
     listedThere.deleteFileInArrayList(one.name);

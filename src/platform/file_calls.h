@@ -96,6 +96,8 @@ class FileCalls {
   virtual Result<FileStatus> status(int folder, const std::string& name) = 0;
   virtual Result<FileStatus> statusOf(int descriptor) = 0;
   virtual Result<SpaceStatus> spaceOf(int descriptor) = 0;
+  // An error when the disk of the folder's file system has gone (checkDiskOf()).
+  virtual Result<void> checkDisk(int folder) = 0;
   // Whether this user may read (folders: list and enter) or write (folders: change and enter) the entry, asked with the
   // effective ids.
   virtual Result<void> mayRead(int folder, const std::string& name) = 0;

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/disk_answers.h"
 #include "platform/paths.h"
 
 namespace lumisk {
@@ -197,6 +198,10 @@ Result<SpaceStatus> RealFileCalls::spaceOf(int descriptor) {
   struct statvfs raw;
   LUMISK_CHECK(checked("ask for the free space", "", [&] { return ::fstatvfs(descriptor, &raw); }));
   return SpaceStatus{raw.f_blocks * raw.f_frsize, raw.f_bavail * raw.f_frsize, raw.f_bfree * raw.f_frsize};
+}
+
+Result<void> RealFileCalls::checkDisk(int folder) {
+  return checkDiskOf(folder);
 }
 
 Result<void> RealFileCalls::mayRead(int folder, const std::string& name) {

@@ -20,6 +20,7 @@ class RealFileCalls final : public FileCalls {
   Result<FileStatus> status(int folder, const std::string& name) override;
   Result<FileStatus> statusOf(int descriptor) override;
   Result<SpaceStatus> spaceOf(int descriptor) override;
+  Result<void> checkDisk(int folder) override;
   Result<void> mayRead(int folder, const std::string& name) override;
   Result<void> mayWrite(int folder, const std::string& name) override;
 

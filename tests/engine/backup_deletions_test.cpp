@@ -178,6 +178,22 @@ TEST(KnownPlaces, MountThatGoesDuringTheRun_KeepsItsPartOfTheTarget) {
   }
 }
 
+// Some file systems show empty folders when their disk has gone, while the mount stands as before.
+TEST(KnownPlaces, SourceWhoseDiskDoesNotAnswer_KeepsItsCopyAndIsTold) {
+  FaultyFileCalls files;
+  WorkerFixture f(files);
+  f.job.nAutoDeletion = 1;
+  ASSERT_TRUE(f.runOnce().completed) << f.log();
+  fs::remove_all(f.tree / "source/d");
+  files.fail(FileCall::kCheckDisk, EIO, {.times = FaultyFileCalls::kAlways});
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(exists(f.tree / "target/source/d/b.txt")) << f.log();
+  EXPECT_TRUE(report.sourceProblem && !report.completed);
+  files.forgetRules();
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_FALSE(exists(f.tree / "target/source/d"));
+}
+
 TEST(KnownPlaces, MountBelowASourceThatIsALink_IsRemembered) {
   MountedVolume volume("ext4", 16);
   if (!volume.isMounted()) GTEST_SKIP() << volume.problem();

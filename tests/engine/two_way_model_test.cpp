@@ -443,6 +443,18 @@ TEST_F(TwoWayDeletion, AroundTheHomeTrash_LeavesItAlone) {
   EXPECT_FALSE(exists(job.tree / "t/.local/share/Trash"));
 }
 
+TEST_F(TwoWayDeletion, ByASideWhoseDiskDoesNotAnswer_IsNone) {
+  put("s/d/a", "text 1");
+  ASSERT_TRUE(job.run());
+  fs::remove(job.tree / "s/d/a");
+  job.prepare = [](FaultyFileCalls& files) { files.fail(FileCall::kCheckDisk, EIO); };
+  EXPECT_FALSE(job.run()) << job.log;
+  EXPECT_TRUE(exists(job.tree / "t/d/a"));
+  job.prepare = nullptr;
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.counts.deleted, 1U);
+}
+
 TEST_F(TwoWayDeletion, MountThatGoesBetweenTheWalks_IsNotFilled) {
   fs::create_directory(job.tree / "s/m");
   const std::string mount = job.tree / "s/m";

@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "platform/disk_answers.h"
 #include "platform/real_file_calls.h"
 #include "support/faulty_file_calls.h"
+#include "support/mounted_volume.h"
 #include "support/temp_tree.h"
 
 namespace lumisk::test {
@@ -57,6 +59,23 @@ TEST_P(FileCallsConformance, Link_InTheGivenName_IsNeverFollowed) {
   EXPECT_EQ(files().readLink(root.get(), "second"), "d/f");
   ASSERT_TRUE(files().removeFile(root.get(), "toFile"));
   EXPECT_EQ(readFile(tree / "d/f"), "x");
+}
+
+TEST(DiskAnswers, DiskThatHasGone_IsNoticedWhateverItsFoldersShow) {
+  const MountedVolume volume("ext4", 16);
+  if (!volume.isMounted()) GTEST_SKIP() << volume.problem();
+  makeTree(volume.path(), {{"d", Dir{{"link", Link{"nowhere"}}, {"pipe", Fifo{}}, {"empty", File{}}}}});
+  const auto folder = realFileCalls().openRoot(volume / "d");
+  EXPECT_TRUE(askDiskOf(folder->get()));
+  EXPECT_EQ(codeOf(checkByReadingAFile(folder->get())), ENODATA);
+  writeFile(volume / "file", std::string(5000, 'x'));
+  ASSERT_TRUE(runQuietly("sync -f '" + volume.path() + "'"));
+  EXPECT_TRUE(checkByReadingAFile(folder->get()));
+  ASSERT_TRUE(runQuietly(": > \"$(losetup -nO BACK-FILE $(findmnt -nro SOURCE '" + volume.path() + "'))\""));
+  EXPECT_NE(codeOf(askDiskOf(folder->get())), 0);
+  EXPECT_NE(codeOf(checkByReadingAFile(folder->get())), 0);
+  const TempTree tree;
+  EXPECT_TRUE(askDiskOf(realFileCalls().openRoot(tree.path())->get()));
 }
 
 TEST_P(FileCallsConformance, Name_ThatIsNoEntryOfTheFolder_IsRefused) {

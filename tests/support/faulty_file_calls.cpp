@@ -127,6 +127,11 @@ Result<SpaceStatus> FaultyFileCalls::spaceOf(int descriptor) {
   return real_.spaceOf(descriptor);
 }
 
+Result<void> FaultyFileCalls::checkDisk(int folder) {
+  LUMISK_CHECK(enter(FileCall::kCheckDisk, folder));
+  return real_.checkDisk(folder);
+}
+
 Result<void> FaultyFileCalls::mayRead(int folder, const std::string& name) {
   LUMISK_CHECK(enter(FileCall::kMayRead, name));
   return real_.mayRead(folder, name);

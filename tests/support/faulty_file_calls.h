@@ -29,6 +29,7 @@ enum class FileCall {
   kStatus,
   kStatusOf,
   kSpaceOf,
+  kCheckDisk,
   kMayRead,
   kMayWrite,
   kOpenFile,
@@ -101,6 +102,7 @@ class FaultyFileCalls : public FileCalls {
   Result<FileStatus> status(int folder, const std::string& name) override;
   Result<FileStatus> statusOf(int descriptor) override;
   Result<SpaceStatus> spaceOf(int descriptor) override;
+  Result<void> checkDisk(int folder) override;
   Result<void> mayRead(int folder, const std::string& name) override;
   Result<void> mayWrite(int folder, const std::string& name) override;
   Result<Descriptor> openFile(int folder, const std::string& name) override;

@@ -25,6 +25,7 @@ class FoldingFileCalls final : public FileCalls {
   Result<FileStatus> status(int at, const std::string& name) override { return real_.status(at, listed(at, name)); }
   Result<FileStatus> statusOf(int descriptor) override { return real_.statusOf(descriptor); }
   Result<SpaceStatus> spaceOf(int descriptor) override { return real_.spaceOf(descriptor); }
+  Result<void> checkDisk(int folder) override { return real_.checkDisk(folder); }
   Result<void> mayRead(int at, const std::string& name) override { return real_.mayRead(at, listed(at, name)); }
   Result<void> mayWrite(int at, const std::string& name) override { return real_.mayWrite(at, listed(at, name)); }
   Result<Descriptor> openFile(int at, const std::string& name) override { return real_.openFile(at, listed(at, name)); }
