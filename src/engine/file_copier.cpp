@@ -81,7 +81,8 @@ Result<void> FileCopier::checkSpace(const FileStatus& seen, const Place& destina
 Result<FileCopier::Copied> FileCopier::linkMacintoshFile(const Place& existing, const FileIdentity& expected,
                                                          const Place& destination,
                                                          const std::optional<FileStatus>& standing) {
-  return reported(destination, linkFile(existing, expected, destination, standing));
+  // Not reported: a name that cannot be had for lack of room is copied instead, and that tells whether there is any.
+  return about(destination.path, linkFile(existing, expected, destination, standing));
 }
 
 Result<FileCopier::Copied> FileCopier::linkFile(const Place& existing, const FileIdentity& expected,
