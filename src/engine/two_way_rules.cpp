@@ -27,7 +27,7 @@ bool hasNothingElse(const NameList& there, const NameList& here) {
     while (k < here.size() && here.name(k) < there.name(i)) ++k;
     if (k < here.size() && here.name(k) == there.name(i)) continue;
     const std::string name(there.name(i));
-    if (!whyNotCopied(name) || isTemporaryName(name)) return false;
+    if (!isInfoFileName(name) && (!whyNotCopied(name) || isTemporaryName(name))) return false;
   }
   return true;
 }
@@ -205,6 +205,11 @@ void TwoWayRules::isInStep(FrameStack& at, const WalkEntry& entry) {
 // What is missing on the other side.
 
 WalkVerdict TwoWayRules::missingAtDestination(FrameStack& at, const WalkEntry& entry) {
+  if (isInfoFileName(entry.name)) {
+    // It says what this side is. Carried over it would say so of the other one.
+    noteInStep(at, levels_.back());
+    return WalkVerdict::kSettled;
+  }
   return isDeletionDue(at, entry) ? addDeletion(at, entry, 1) : WalkVerdict::kGoOn;
 }
 

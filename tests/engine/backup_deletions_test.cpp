@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "engine/directory_walk.h"
+#include "engine/info_files.h"
 #include "engine/remembered_file_systems.h"
 #include "support/faulty_file_calls.h"
 #include "support/mounted_volume.h"
@@ -134,6 +135,13 @@ TEST(KnownPlaces, TargetWithoutItsMarker_ReceivesNothingUntilAccepted) {
   f.worker().setRunOptions({});
   EXPECT_TRUE(f.runOnce().completed) << "the accepted target was not marked";
   ExpectSameTrees(f.tree / "source", f.tree / "target/source");
+}
+
+TEST(KnownPlaces, MarkerOfATwoWayTarget_IsNotCarriedToTheSource) {
+  WorkerFixture f;
+  f.job.jobType = JobType::kSyncWithConflicts;
+  for (int run = 0; run < 2; ++run) ASSERT_TRUE(f.runOnce().completed) << f.log();
+  for (const std::string& name : listing(f.tree / "source")) EXPECT_FALSE(isInfoFileName(name)) << name;
 }
 
 TEST(KnownPlaces, SourceOnAnotherFileSystem_IsNotCarriedUntilAccepted) {

@@ -443,6 +443,34 @@ TEST_F(TwoWayDeletion, AroundTheHomeTrash_LeavesItAlone) {
   EXPECT_FALSE(exists(job.tree / "t/.local/share/Trash"));
 }
 
+// What a list would have told is not guessed: neither does the deletion come back nor is anything else done about it.
+TEST_F(TwoWayDeletion, BesideAListOrFlagThatCannotBeRead_WaitsForTheNextRun) {
+  fs::create_directories(job.tree / "s/d");
+  for (const char* path : {"s/gone", "s/edited", "s/d/inner"}) put(path, "text 1");
+  const std::string list = ".lumiskFileList", flag = ".lumiskFolderFlagPlist";
+  ASSERT_TRUE(job.run());
+  const auto runWhile = [&](const std::string& name, int nth, int times) {
+    job.prepare = [=](FaultyFileCalls& files) {
+      files.fail(FileCall::kOpenFile, EIO, {.name = name, .nth = nth, .times = times});
+    };
+    EXPECT_FALSE(job.run()) << name << " " << nth << "\n" << job.log;
+  };
+  fs::remove(job.tree / "t/gone");
+  put("s/edited", "text 2");
+  setModified(job.tree / "s/edited", 1'200'000'000);
+  for (const int nth : {1, 2}) runWhile(list, nth, FaultyFileCalls::kAlways);
+  EXPECT_EQ(readFile(job.tree / "t/edited"), "text 1");
+  EXPECT_EQ(job.side("s").size() - job.side("t").size(), 1U) << job.log;
+  fs::remove_all(job.tree / "t/d");
+  for (const int nth : {1, 2, 3, 4}) runWhile(list, nth, 1);
+  runWhile(flag, 2, FaultyFileCalls::kAlways);
+  EXPECT_FALSE(exists(job.tree / "t/gone") || exists(job.tree / "t/d"));
+  job.prepare = nullptr;
+  ASSERT_TRUE(job.run()) << job.log;
+  EXPECT_EQ(job.side("s"), (std::map<std::string, std::string>{{"/edited", "text 2"}}));
+  EXPECT_EQ(job.side("t"), job.side("s"));
+}
+
 TEST_F(TwoWayDeletion, ByASideWhoseDiskDoesNotAnswer_IsNone) {
   put("s/d/a", "text 1");
   ASSERT_TRUE(job.run());

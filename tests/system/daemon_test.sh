@@ -59,7 +59,7 @@ jobs = plistlib.load(open(sys.argv[1], "rb"))["Qel LumiskSettings"]
 assert [job["NSObjectName"] for job in jobs] == ["first", "third"] and all(job["NSActive"] for job in jobs), jobs
 PY
 expectStatus 0 "$lumisk" sync "$scratch/docs" "$scratch/synced"
-expectSame "$scratch/docs" "$scratch/synced" --exclude '.lumisk*'
+expectSame "$scratch/docs" "$scratch/synced" --exclude '.lumisk*' --exclude '_XXXQelLumiskinfo_*' -O
 expectStatus 0 "$lumisk" job remove third
 expectStatus 3 "$lumisk" start third
 
