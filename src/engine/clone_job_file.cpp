@@ -58,7 +58,7 @@ Result<std::string> cloneJobPath(FileCalls& files, const std::string& jobName) {
 Result<void> writeCloneJob(FileCalls& files, const std::string& path, const PropertyList::Dictionary& job) {
   LUMISK_TRY(const std::string bytes, propertyListToXml(job));
   LUMISK_TRY(const Descriptor folder, files.openRoot(paths::parent(path)));
-  return replaceSmallFile(files, folder.get(), paths::lastComponent(path), bytes, SmallFileDurability::kNow);
+  return replaceSmallFile(files, folder.get(), paths::lastComponent(path), bytes, SmallFileDurability::kNow, 0600);
 }
 
 void removeCloneStatus(FileCalls& files, const std::string& jobFile) {

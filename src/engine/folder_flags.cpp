@@ -6,10 +6,11 @@
 
 namespace lumisk {
 
-std::map<std::string, std::string> FolderFlags::read(int folder) {
+Result<std::map<std::string, std::string>> FolderFlags::read(int folder) {
   std::map<std::string, std::string> flags;
   const auto bytes = readSmallFile(files_, folder, kFolderFlagName);
-  if (!bytes) return flags;
+  if (!bytes && isNoSmallFile(bytes.error())) return flags;
+  if (!bytes) return fail(bytes.error());
   const auto list = parsePropertyList(*bytes);
   if (!list) return flags;
   for (const auto& [uuid, path] : list->dictionary())
@@ -17,8 +18,8 @@ std::map<std::string, std::string> FolderFlags::read(int folder) {
   return flags;
 }
 
-FolderState FolderFlags::checkTheFolderStateAtPath(int folder) {
-  const auto flags = read(folder);
+Result<FolderState> FolderFlags::checkTheFolderStateAtPath(int folder) {
+  LUMISK_TRY(const auto flags, read(folder));
   const auto flag = flags.find(uuid_);
   if (flag == flags.end() || flag->second.empty()) return FolderState::kNew;
   originalPath_ = flag->second;
@@ -31,7 +32,8 @@ std::string FolderFlags::getOrginalFolderNameAtPath() const {
 
 Result<void> FolderFlags::createFolderFlagFileAtPath(int folder) {
   PropertyList::Dictionary dictionary;
-  for (const auto& [uuid, path] : read(folder)) dictionary[uuid] = path;
+  LUMISK_TRY(const auto others, read(folder));
+  for (const auto& [uuid, path] : others) dictionary[uuid] = path;
   dictionary[uuid_] = path_;
   LUMISK_TRY(const std::string bytes, propertyListToXml(dictionary));
   return replaceSmallFile(files_, folder, kFolderFlagName, bytes, SmallFileDurability::kWithTheRun);

@@ -11,7 +11,7 @@ inline constexpr const char* kFolderFlagName = ".lumiskFolderFlagPlist";
 
 // What the flag of a folder says about a job.
 enum class FolderState : int {
-  kNew = 0,      // no flag, unreadable, or none of this job
+  kNew = 0,      // no flag, or none of this job
   kRenamed = 1,  // flagged under another path: the folder was renamed or moved (or copied with its flag)
   kKnown = 2,    // flagged under this path
 };
@@ -25,14 +25,15 @@ class FolderFlags {
   FolderFlags(FileCalls& files, std::string uuid, std::string path)
       : files_(files), uuid_(std::move(uuid)), path_(std::move(path)) {}
 
-  [[nodiscard]] FolderState checkTheFolderStateAtPath(int folder);
+  // An error when there is a flag that cannot be read: that says nothing of the folder.
+  Result<FolderState> checkTheFolderStateAtPath(int folder);
   // After a check that gave kRenamed: the recorded path, and its last component.
   [[nodiscard]] const std::string& originalPath() const { return originalPath_; }
   [[nodiscard]] std::string getOrginalFolderNameAtPath() const;
   Result<void> createFolderFlagFileAtPath(int folder);
 
  private:
-  std::map<std::string, std::string> read(int folder);
+  Result<std::map<std::string, std::string>> read(int folder);
 
   FileCalls& files_;
   std::string uuid_;

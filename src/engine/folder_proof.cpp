@@ -38,7 +38,8 @@ bool FolderProof::hasProven(const FileStatus& entry) const {
 Result<bool> FolderProof::check(int folder, const std::string& path, std::uint64_t device, int depth) {
   if (depth > kDeepest || run_.mustStop()) return false;
   FolderFlags flags(run_.files, run_.info.uuidString, path);
-  if (flags.checkTheFolderStateAtPath(folder) != FolderState::kKnown) return false;
+  LUMISK_TRY(const FolderState state, flags.checkTheFolderStateAtPath(folder));
+  if (state != FolderState::kKnown) return false;
   const auto lastCompleted = run_.lastCompletedIn(path);
   if (!lastCompleted) return false;
   SyncedEntries listed(run_.files, path);

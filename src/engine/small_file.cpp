@@ -28,7 +28,16 @@ Result<void> writeTemporary(FileCalls& files, int folder, const std::string& tem
   return files.close(std::move(file));
 }
 
+std::uint32_t likeFolder(FileCalls& files, int folder) {
+  const auto status = files.statusOf(folder);
+  return 0600 | (status ? status->mode & 0044 : 0);
+}
+
 }  // namespace
+
+bool isNoSmallFile(const Error& error) {
+  return error.code == ENOENT || error.code == ELOOP || error.code == EINVAL || error.code == EFBIG;
+}
 
 Result<std::string> readSmallFile(FileCalls& files, int folder, const std::string& name) {
   LUMISK_TRY(const Descriptor file, files.openFile(folder, name));
@@ -46,9 +55,10 @@ Result<std::string> readSmallFile(FileCalls& files, int folder, const std::strin
 }
 
 Result<void> replaceSmallFile(FileCalls& files, int folder, const std::string& name, std::string_view bytes,
-                              SmallFileDurability durability, std::uint32_t newMode) {
+                              SmallFileDurability durability, std::optional<std::uint32_t> newMode) {
   const auto standing = files.status(folder, name);
-  const std::uint32_t mode = standing && standing->type == FileType::kRegular ? standing->mode : newMode;
+  const bool isReplaced = standing && standing->type == FileType::kRegular;
+  const std::uint32_t mode = isReplaced ? standing->mode : newMode ? *newMode : likeFolder(files, folder);
   const std::string temporary = makeTemporaryName();
   auto done = writeTemporary(files, folder, temporary, mode, bytes, durability);
   if (done) done = files.rename(folder, temporary, folder, name, Replace::kAllowed);

@@ -24,6 +24,7 @@ Result<void> SyncedEntries::read(int folder) {
   unreadable_ = false;
   auto bytes = readSmallFile(files_, folder, kSyncedEntriesName);
   if (!bytes && bytes.error().code == ENOENT) return {};
+  if (!bytes && isNoSmallFile(bytes.error())) return setAsideSmallFile(files_, folder, kSyncedEntriesName);
   if (!bytes) {
     unreadable_ = true;
     return fail(bytes.error());

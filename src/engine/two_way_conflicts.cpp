@@ -39,6 +39,7 @@ std::optional<CopyDecision> TwoWayRules::presentAtBoth(FrameStack& at, const Wal
   question.granularity = granularityOf(at, entry);
   if (isConflict(question)) question.choice = choose(at, entry);
   const PresentVerdict verdict = decidePresent(question);
+  if (verdict != PresentVerdict::kInStep && levels_.back().isUnread) return std::nullopt;
   if (verdict == PresentVerdict::kCopy && isLeftToTheNextRun(at, entry)) return leave(at, entry);
   if (isReplacement(verdict) &&
       !unlistBeforeReplacing(at, entry, verdict == PresentVerdict::kCopyBack ? *entry.standing : entry.source))

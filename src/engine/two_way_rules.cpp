@@ -59,16 +59,27 @@ void TwoWayRules::enterFolder(FrameStack& at) {
     }
   }
   const bool isNew = frame.destinationState == DestinationState::kNew;
-  if (!run_.dryRun && (isNew || !wasInStep)) flagFolders(at, level, isNew);
+  const bool needsFlags = !run_.dryRun && (isNew || !wasInStep);
+  if (!needsFlags || flagFolders(at, level, isNew) || isRoot) return;
+  // The next run tries again.
+  Level& above = levels_[levels_.size() - 2];
+  above.from.deleteFileInArrayList(paths::lastComponent(at.sourcePath()));
+  above.to.deleteFileInArrayList(paths::lastComponent(at.destinationPath()));
 }
 
 void TwoWayRules::readLists(FrameStack& at, Level& level) {
   const FolderFrame& frame = at.top();
-  if (const auto read = level.from.read(frame.source.get()); !read)
-    complain("read the list in", at.sourcePath(), read.error());
+  if (const auto read = level.from.read(frame.source.get()); !read) noteUnread(level, at.sourcePath(), read.error());
   if (frame.destinationState != DestinationState::kStood) return;
   if (const auto read = level.to.read(frame.destination.get()); !read)
-    complain("read the list in", at.destinationPath(), read.error());
+    noteUnread(level, at.destinationPath(), read.error());
+}
+
+// What was deleted cannot be told from what is new: nothing is done about what the sides differ in.
+void TwoWayRules::noteUnread(Level& level, const std::string& path, const Error& error) {
+  level.isUnread = true;
+  complain("read the list in", path, error);
+  run_.noteError(RunError::kFileCopy);
 }
 
 void TwoWayRules::followRename(FrameStack& at, Level& level) {
@@ -85,24 +96,26 @@ void TwoWayRules::followRename(FrameStack& at, Level& level) {
   if (level.toOldPath) level.to.takeOverPaths(*level.toOldPath);
 }
 
-void TwoWayRules::flagFolders(FrameStack& at, Level& level, bool isNew) {
+bool TwoWayRules::flagFolders(FrameStack& at, Level& level, bool isNew) {
   const FolderFrame& frame = at.top();
   FolderFlags flags(run_.files, run_.info.uuidString, at.sourcePath());
-  const FolderState state = flags.checkTheFolderStateAtPath(frame.source.get());
-  if (state != FolderState::kKnown) flag(frame.source.get(), at.sourcePath());
-  if (isNew || state != FolderState::kKnown || level.toOldPath) flag(frame.destination.get(), at.destinationPath());
+  const auto state = flags.checkTheFolderStateAtPath(frame.source.get());
+  const bool isKnown = state && *state == FolderState::kKnown;
+  if (!isKnown && !flag(frame.source.get(), at.sourcePath())) return false;
+  return (isKnown && !isNew && !level.toOldPath) || flag(frame.destination.get(), at.destinationPath());
 }
 
 // Our own files leave no trace in a folder's dates: these say when the user last changed it.
-void TwoWayRules::flag(int folder, const std::string& path) {
+bool TwoWayRules::flag(int folder, const std::string& path) {
   FolderFlags flags(run_.files, run_.info.uuidString, path);
-  if (flags.checkTheFolderStateAtPath(folder) == FolderState::kKnown) return;
+  if (const auto state = flags.checkTheFolderStateAtPath(folder); state && *state == FolderState::kKnown) return true;
   const auto before = run_.files.statusOf(folder);
   const auto made = flags.createFolderFlagFileAtPath(folder);
-  if (!made) return complain("write the flag in", path, made.error());
-  if (!before) return;
+  if (!made) complain("write the flag in", path, made.error());
+  if (!made || !before) return made.has_value();
   run_.written.wrote(-1, folder, before->identity.device);
   (void)run_.files.setModified(folder, before->modified);
+  return true;
 }
 
 bool TwoWayRules::passesBy(const FrameStack& at, const std::string& name) {
@@ -119,7 +132,7 @@ void TwoWayRules::noteInStep(const FrameStack& at, Level& level) {
 void TwoWayRules::noteSettled(const FrameStack& at, Level& level) {
   if (direction_ == Direction::kReverse) return;
   const FolderFrame& frame = at.top();
-  const bool isSettled = level.isKept && !level.fromOldPath && !frame.isLost &&
+  const bool isSettled = level.isKept && !level.isUnread && !level.fromOldPath && !frame.isLost &&
                          level.inStep + frame.passedBy == frame.sourceNames.size() &&
                          hasNothingElse(frame.destinationNames, frame.sourceNames);
   if (!isSettled) {
@@ -210,6 +223,7 @@ WalkVerdict TwoWayRules::missingAtDestination(FrameStack& at, const WalkEntry& e
     noteInStep(at, levels_.back());
     return WalkVerdict::kSettled;
   }
+  if (levels_.back().isUnread) return WalkVerdict::kSettled;
   return isDeletionDue(at, entry) ? addDeletion(at, entry, 1) : WalkVerdict::kGoOn;
 }
 
@@ -257,6 +271,7 @@ WalkVerdict TwoWayRules::folderFound(FrameStack& at, const WalkEntry& entry) {
     return WalkVerdict::kSettled;
   }
   if (entry.standing && entry.standing->type == FileType::kFolder) return WalkVerdict::kGoOn;
+  if (levels_.back().isUnread) return WalkVerdict::kSettled;
   if (entry.standing) {
     const PresentVerdict verdict = decidePresent(questionOf(entry));
     const bool isBack = verdict == PresentVerdict::kCopyBack;
@@ -270,8 +285,11 @@ WalkVerdict TwoWayRules::folderFound(FrameStack& at, const WalkEntry& entry) {
   if (!isDeletionDue(at, entry)) return WalkVerdict::kGoOn;
   const Place place = at.sourcePlace(entry.name);
   const auto entries = FolderProof(run_).entriesOf(place.folder, place.name, place.path);
-  if (!entries) complain("read all of", place.path, entries.error());
-  return entries && *entries ? addDeletion(at, entry, **entries) : WalkVerdict::kGoOn;
+  if (!entries) {
+    failed(at, entry, entries.error());
+    return WalkVerdict::kSettled;
+  }
+  return *entries ? addDeletion(at, entry, **entries) : WalkVerdict::kGoOn;
 }
 
 // A folder that the user renamed: its flag tells its old name, which is gone here and stands there.
@@ -282,7 +300,8 @@ std::optional<std::string> TwoWayRules::oldNameOf(FrameStack& at, const WalkEntr
   const auto folder = run_.files.openFolder(frame.source.get(), entry.name);
   if (!folder) return {};
   FolderFlags flags(run_.files, run_.info.uuidString, at.sourcePlace(entry.name).path);
-  if (flags.checkTheFolderStateAtPath(folder->get()) != FolderState::kRenamed) return {};
+  if (const auto state = flags.checkTheFolderStateAtPath(folder->get()); !state || *state != FolderState::kRenamed)
+    return {};
   const std::string& above = level.fromOldPath ? *level.fromOldPath : at.sourcePath();
   if (paths::parent(flags.originalPath()) != above) return {};
   const std::string old = flags.getOrginalFolderNameAtPath();

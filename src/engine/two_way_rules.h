@@ -70,7 +70,8 @@ class TwoWayRules : public WalkRules {
     // Where the two were before a folder above them was renamed.
     std::optional<std::string> fromOldPath;
     std::optional<std::string> toOldPath;
-    bool isKept = true;  // false: around a single file
+    bool isKept = true;     // false: around a single file
+    bool isUnread = false;  // one of the lists could not be read
     // Of the entries, those that are the same on both sides with all that they hold.
     std::size_t inStep = 0;
     std::size_t lastInStep = 0;  // where the last of them stands in the listing
@@ -85,8 +86,9 @@ class TwoWayRules : public WalkRules {
   void noteSettled(const FrameStack& at, Level& level);
   void readLists(FrameStack& at, Level& level);
   void followRename(FrameStack& at, Level& level);
-  void flagFolders(FrameStack& at, Level& level, bool isNew);
-  void flag(int folder, const std::string& path);
+  void noteUnread(Level& level, const std::string& path, const Error& error);
+  bool flagFolders(FrameStack& at, Level& level, bool isNew);
+  bool flag(int folder, const std::string& path);
   Result<void> writeList(SyncedEntries& list, int folder, SyncedEntries::Durability durability);
   void writeListAtEnd(SyncedEntries& list, int folder, const std::string& path);
   bool unlistBeforeReplacing(FrameStack& at, const WalkEntry& entry, const FileStatus& winner);

@@ -462,8 +462,8 @@ TEST_F(TwoWayDeletion, BesideAListOrFlagThatCannotBeRead_WaitsForTheNextRun) {
   EXPECT_EQ(readFile(job.tree / "t/edited"), "text 1");
   EXPECT_EQ(job.side("s").size() - job.side("t").size(), 1U) << job.log;
   fs::remove_all(job.tree / "t/d");
-  for (const int nth : {1, 2, 3, 4}) runWhile(list, nth, 1);
   runWhile(flag, 2, FaultyFileCalls::kAlways);
+  for (const int nth : {1, 2, 3, 4}) runWhile(list, nth, 1);
   EXPECT_FALSE(exists(job.tree / "t/gone") || exists(job.tree / "t/d"));
   job.prepare = nullptr;
   ASSERT_TRUE(job.run()) << job.log;
