@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "platform/folder_watcher.h"
+#include "platform/root_looks.h"
 
 namespace lumisk {
 namespace {
@@ -69,7 +70,11 @@ class FileEventStreams::Loop : public FolderWatcherSink {
   explicit Loop(Settings settings)
       : settings_(std::move(settings)),
         wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-        watcher_(*this, settings_.addWatch),
+        watcher_(*this, settings_.addWatch, [this](const std::string& path) { looks_.ask(path); }),
+        looks_(settings_.lookAtRoot,
+               [this](const std::string& path, std::optional<FileIdentity> folder) {
+                 post([this, path, folder] { watcher_.rootFound(path, folder); });
+               }),
         thread_([this] { run(); }) {}
   ~Loop() override {
     perform([this] { isEnding_ = true; });
@@ -114,6 +119,7 @@ class FileEventStreams::Loop : public FolderWatcherSink {
   std::mutex commandsLock_;
   std::vector<std::function<void()>> commands_;
   FolderWatcher watcher_;
+  RootLooks looks_;
   std::map<std::uint16_t, std::shared_ptr<FileEventStream::State>> streams_;
   std::uint16_t nextId_ = 0;
   SteadyTime rootsDue_{};
@@ -158,6 +164,7 @@ void FileEventStreams::Loop::begin(const std::shared_ptr<FileEventStream::State>
   while (streams_.count(nextId_) != 0) ++nextId_;
   stream->id = nextId_++;
   streams_[stream->id] = stream;
+  looks_.beginRound();
   for (const WatchedRoot& root : stream->roots) watcher_.addRoot(stream->id, root);
 }
 
@@ -202,6 +209,7 @@ SteadyTime FileEventStreams::Loop::nextDue() const {
 
 void FileEventStreams::Loop::runTimers(SteadyTime now) {
   if (now >= rootsDue_) {
+    looks_.beginRound();
     watcher_.checkRoots();
     rootsDue_ = now + settings_.rootInterval;
   }

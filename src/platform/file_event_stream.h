@@ -4,9 +4,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/file_calls.h"
 
 namespace lumisk {
 
@@ -46,7 +49,8 @@ struct FileEventOptions {
 // A folder is watched before it is listed, so that nothing falls between the two. Symbolic links below the roots are
 // not followed; file systems mounted below them belong to them, unless they hold no files of users. Roots are looked at
 // once a second: one that was removed, made again, mounted over or replaced is watched anew and told as changed. Where
-// the kernel's queue overflows, all roots are told as changed.
+// the kernel's queue overflows, all roots are told as changed. A root that does not answer (on a server that has gone)
+// is left alone until it does, and keeps no other waiting.
 class FileEventStreams {
  public:
   struct Settings {
@@ -54,6 +58,8 @@ class FileEventStreams {
     std::chrono::nanoseconds rescanInterval = std::chrono::seconds(60);
     // The kernel's calls, for tests that refuse them: nullptr is the kernel.
     std::function<int(int instance, const char* path, std::uint32_t mask)> addWatch{};
+    // Finds the folder at a path, if there is one; may never return. For tests that hang; empty asks the system.
+    std::function<std::optional<FileIdentity>(const std::string& path)> lookAtRoot{};
   };
   FileEventStreams() : FileEventStreams(Settings{}) {}
   explicit FileEventStreams(Settings settings);

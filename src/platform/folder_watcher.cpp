@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/inotify.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -31,9 +30,10 @@ bool contains(const std::vector<MountEntry>& mounts, const MountEntry& one) {
 
 }  // namespace
 
-FolderWatcher::FolderWatcher(FolderWatcherSink& sink, AddWatch addWatch)
+FolderWatcher::FolderWatcher(FolderWatcherSink& sink, AddWatch addWatch, LookAtRoot lookAtRoot)
     : sink_(sink),
       addWatch_(std::move(addWatch)),
+      lookAtRoot_(std::move(lookAtRoot)),
       mountInfo_(::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)),
       eventBuffer_(kEventBuffer) {
   if (!addWatch_) addWatch_ = ::inotify_add_watch;
@@ -115,7 +115,10 @@ void FolderWatcher::addRoot(std::uint16_t stream, const WatchedRoot& root) {
   const Index node = tree_.addRoot(root.path);
   tree_[node].stream = stream;
   roots_[node].isRecursive = root.isRecursive;
-  await(node);
+  // As await() does, but that it is scanned when it is known to answer.
+  tree_[node].isWaiting = true;
+  ++tallyOf(node).waiting;
+  lookAtRoot_(root.path);
 }
 
 void FolderWatcher::removeStream(std::uint16_t stream) {
@@ -131,14 +134,23 @@ void FolderWatcher::removeStream(std::uint16_t stream) {
 }
 
 void FolderWatcher::checkRoots() {
-  for (auto& [node, root] : roots_)
-    if (!tree_[node].isWaiting) checkRoot(node, root);
+  for (const auto& [node, root] : roots_)
+    if (!root.isFound || !tree_[node].isWaiting) lookAtRoot_(tree_[node].name);
 }
 
-void FolderWatcher::checkRoot(Index node, Root& root) {
-  struct stat status {};
-  const bool isPresent = ::stat(tree_[node].name.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-  const bool isSame = root.identity == FileIdentity{status.st_dev, status.st_ino};
+void FolderWatcher::rootFound(const std::string& path, std::optional<FileIdentity> folder) {
+  for (auto& [node, root] : roots_) {
+    if (tree_[node].name != path) continue;
+    if (!std::exchange(root.isFound, true))
+      waiting_.push_back(node);
+    else if (!tree_[node].isWaiting)
+      checkRoot(node, root, folder);
+  }
+}
+
+void FolderWatcher::checkRoot(Index node, Root& root, std::optional<FileIdentity> folder) {
+  const bool isPresent = folder.has_value();
+  const bool isSame = root.identity == folder.value_or(FileIdentity{});
   const bool wasPresent = std::exchange(root.isPresent, isPresent);
   if (isPresent == wasPresent && (isSame || !isPresent)) return;
   forgetBelow(node);
@@ -149,6 +161,7 @@ void FolderWatcher::checkRoot(Index node, Root& root) {
 
 void FolderWatcher::restart() {
   for (auto& [node, root] : roots_) {
+    if (!root.isFound) continue;
     forgetBelow(node);
     await(node);
     tellChange(node);

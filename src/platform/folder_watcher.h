@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -30,7 +31,9 @@ class FolderWatcherSink {
 class FolderWatcher {
  public:
   using AddWatch = std::function<int(int instance, const char* path, std::uint32_t mask)>;
-  FolderWatcher(FolderWatcherSink& sink, AddWatch addWatch);
+  // Looks at a root some time, and calls rootFound() with what is there. May never come back to it.
+  using LookAtRoot = std::function<void(const std::string& path)>;
+  FolderWatcher(FolderWatcherSink& sink, AddWatch addWatch, LookAtRoot lookAtRoot);
 
   [[nodiscard]] int descriptor() const { return instance_.get(); }
   [[nodiscard]] int mountDescriptor() const { return mountInfo_.get(); }  // POLLPRI: mountsChanged()
@@ -42,6 +45,7 @@ class FolderWatcher {
   // Goes on with the folders that are to be watched, for some milliseconds; whether there are more.
   bool scanSome();
   void checkRoots();
+  void rootFound(const std::string& path, std::optional<FileIdentity> folder);
   void rescan();   // marks those that could not be watched, for scanSome()
   void restart();  // watches everything anew and tells all roots: what happened in between is unknown
   void mountsChanged();
@@ -59,6 +63,7 @@ class FolderWatcher {
   using Index = WatchedTree::Index;
   struct Root {
     bool isRecursive = true;
+    bool isFound = false;  // looked at: it is touched no sooner
     bool isPresent = false;
     FileIdentity identity;
   };
@@ -94,13 +99,14 @@ class FolderWatcher {
   void setUnreached(Index node, bool isUnreached);
   void forget(Index node);       // and all below it
   void forgetBelow(Index node);  // and its own watch
-  void checkRoot(Index node, Root& root);
+  void checkRoot(Index node, Root& root, std::optional<FileIdentity> folder);
   void readMounts();
   void resync(Index root, const std::string& place);
   Tally& tallyOf(Index node) { return tallies_[tree_[tree_.rootOf(node)].stream]; }
 
   FolderWatcherSink& sink_;
   AddWatch addWatch_;
+  LookAtRoot lookAtRoot_;
   Descriptor instance_;
   Descriptor mountInfo_;
   std::vector<char> eventBuffer_;  // from the heap: aligned for any event

@@ -3,10 +3,13 @@
 #include <sys/inotify.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cerrno>
 #include <condition_variable>
 #include <filesystem>
+#include <future>
 #include <mutex>
+#include <optional>
 #include <random>
 #include <set>
 
@@ -104,6 +107,37 @@ class FileEventStreamTest : public ::testing::Test {
   const std::string root = tree / "root";
   FileEventStreams streams{quick()};
 };
+
+// A server that has gone, for as long as it likes: neither another stream nor the end of one waits for it.
+TEST_F(FileEventStreamTest, RootsThatDoNotAnswer_KeepNoOtherWaiting) {
+  std::promise<void> comesBack;
+  const auto isBack = comesBack.get_future().share();
+  std::atomic<bool> hangs = false;
+  auto settings = quick();
+  settings.lookAtRoot = [&, isBack](const std::string& path) -> std::optional<FileIdentity> {
+    if (hangs && path != root) isBack.wait();
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+    return FileIdentity{status.st_dev, status.st_ino};
+  };
+  std::optional<FileEventStreams> all(settings);
+  Listener hanging(*all, {{tree / "out"}});
+  hangs = true;
+  std::optional<FileEventStream> neverStands(std::in_place, *all, std::vector<WatchedRoot>{{tree / "elsewhere"}},
+                                             FileEventObserver{[](const auto&) {}});
+  Listener listener(*all, {{root}});
+  fs::rename(root, tree / "moved");
+  fs::create_directory(root);
+  EXPECT_TRUE(listener.hears(root)) << "what replaced the root was not found";
+  writeFile(root + "/new", "x");
+  EXPECT_TRUE(listener.hears(root));
+  neverStands.reset();
+  hangs = false;
+  comesBack.set_value();
+  fs::rename(tree / "out", tree / "gone");
+  fs::create_directory(tree / "out");
+  EXPECT_TRUE(hanging.hears(tree / "out")) << "a root that answers again is left alone";
+}
 
 TEST_F(FileEventStreamTest, EachKindOfChange_IsToldOfItsFolder) {
   Listener listener(streams, {{root}});
