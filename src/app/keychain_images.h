@@ -14,6 +14,9 @@ class KeychainImages : public ImageMounter {
     return lumisk::mountTheLumiskDMGFileAtPath(path);
   }
   bool detachImage(const std::string& path) override { return detachImageAt(path); }
+  bool isInImage(const std::string& folder, const std::string& path) override {
+    return lumisk::isInImage(folder, path);
+  }
   bool isAKeychainDMGAtPath(const std::string& path) override { return lumisk::isAKeychainDMGAtPath(path); }
 };
 

@@ -46,8 +46,7 @@ Result<ImageFolder> ImageFolder::make(FileCalls& files, const std::string& runti
   if (status.owner != process::userId() || (status.mode & 0077) != 0) {
     return fail("use the folder", runtimeFolder, EPERM, "others may write or look into it");
   }
-  const std::string path =
-      paths::join(runtimeFolder, fmt::format("{:x}-{}", image.identity.device, image.identity.inode));
+  const std::string path = paths::join(runtimeFolder, image_folder::nameFor(image.identity));
   LUMISK_CHECK(makeFolder(files, path, kOnlyOurs));
   return ImageFolder(files, path, imagePath);
 }
@@ -133,6 +132,10 @@ Result<void> makeMountPoint(FileCalls& files, const std::string& mountPoint) {
   LUMISK_CHECK(files.listFolder(folder.get(), entries));
   if (!entries.empty() || mountAt(mountPoint)) return fail("mount at", mountPoint, EBUSY, "something else is there");
   return {};
+}
+
+std::string nameFor(const FileIdentity& image) {
+  return fmt::format("{:x}-{}", image.device, image.inode);
 }
 
 void removeMountPoint(FileCalls& files, const std::string& mountPoint) {

@@ -45,6 +45,8 @@ class ImageFolder {
 
 namespace image_folder {
 
+// Of an image's folder, below any runtime folder.
+[[nodiscard]] std::string nameFor(const FileIdentity& image);
 [[nodiscard]] Result<std::vector<ImageFolder>> all(FileCalls& files, const std::string& runtimeFolder);
 [[nodiscard]] std::optional<MountEntry> mountAt(const std::string& path);
 // ENOENT, or why this file is no image of ours.

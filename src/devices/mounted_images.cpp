@@ -9,12 +9,14 @@
 #include "devices/image_commands.h"
 #include "devices/image_folder.h"
 #include "jobs/job_record.h"
+#include "platform/block_device.h"
 #include "platform/byte_text.h"
 #include "platform/child_process.h"
 #include "platform/durable_file.h"
 #include "platform/home_folder.h"
 #include "platform/paths.h"
 #include "platform/process.h"
+#include "platform/volume.h"
 
 namespace lumisk {
 namespace {
@@ -68,6 +70,20 @@ int amountDMGFileAtPath(const std::string& imagePath, const std::string& passwor
 
 int createDMGFileAtPath(const std::string& basePath, const std::string& password, const std::string& volumesName) {
   return statusOfTool(image_commands::create(imageToolPath(), volumesName, basePath), password);
+}
+
+bool isInImage(const std::string& folder, const std::string& imagePath) {
+  const auto mount = volume::mountHolding(folder);
+  const auto beside = realFileCalls().openRoot(paths::parent(imagePath));
+  const auto image =
+      beside ? realFileCalls().status(beside->get(), paths::lastComponent(imagePath)) : fail(beside.error());
+  if (!mount || !image) return false;
+  // Our tool mounts the blocks that a daemon shows; others mount the file itself.
+  const auto files = block_device::filesBelow(volume::deviceOf(*mount).number);
+  return std::any_of(files.begin(), files.end(), [&](const std::string& file) {
+    return isSameFile(file, imagePath) ||
+           paths::lastComponent(paths::parent(file)) == image_folder::nameFor(image->identity);
+  });
 }
 
 bool isAKeychainDMGAtPath(const std::string& imagePath) {

@@ -44,11 +44,22 @@ std::optional<HostRoom> hostRoomOf(FileCalls& files, const std::string& imagePat
 void ImageTarget::mountIfNeeded() {
   if (info_.dmgPath.empty() || !info_.bAutoMount) return;
   auto folder = services_.files.openRoot(info_.targetPaths.front());
-  const bool isThere = folder.has_value();
+  const bool isThere = folder && isInImage();
   if (isThere && takesData(services_.files, folder->get())) return;
-  if (isThere) folder->reset();
+  if (folder) folder->reset();
   const bool isMounted = services_.images.mountTheLumiskDMGFileAtPath(info_.dmgPath);
   isMountedHere_ = isMounted && !isThere && detachesImages(services_, info_);
+}
+
+bool ImageTarget::isInImage() const {
+  return services_.images.isInImage(info_.targetPaths.front(), info_.dmgPath);
+}
+
+// Plain folders take data as well, but nothing in them is encrypted.
+std::string ImageTarget::placeProblem() const {
+  const std::string& target = info_.targetPaths.front();
+  if (info_.dmgPath.empty() || !services_.files.openRoot(target) || isInImage()) return "";
+  return shown(target) + " is not the folder in the image, it stands in its place: " + absenceProblem();
 }
 
 std::string ImageTarget::absenceProblem() const {

@@ -32,6 +32,8 @@ class ImageTarget {
   void mountIfNeeded();  // when the target is not there, or what is there takes no data
   // Why a target in the image is not there; "" of a job without one.
   [[nodiscard]] std::string absenceProblem() const;
+  // Why the target must not be written to: it stands where the image's volume would be. Or "".
+  [[nodiscard]] std::string placeProblem() const;
   // Why nothing may be written into the image, or "".
   [[nodiscard]] std::string roomProblem() const;
   [[nodiscard]] bool hasRoomFor(std::uint64_t bytes) const;
@@ -39,6 +41,8 @@ class ImageTarget {
   [[nodiscard]] bool isToBeDetached() const { return isMountedHere_; }
 
  private:
+  [[nodiscard]] bool isInImage() const;
+
   const WorkerServices& services_;
   const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info_;
   bool isMountedHere_ = false;

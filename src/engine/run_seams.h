@@ -55,6 +55,8 @@ class ImageMounter {
   virtual ~ImageMounter() = default;
   virtual bool mountTheLumiskDMGFileAtPath(const std::string& path) = 0;
   virtual bool detachImage(const std::string& path) = 0;  // all that was written is in the image then
+  // Whether the folder lies on the volume inside, and not where that would be.
+  virtual bool isInImage(const std::string& folder, const std::string& path) = 0;
   // Whether the keychain can open the image without asking.
   virtual bool isAKeychainDMGAtPath(const std::string& path) = 0;
 };
@@ -64,6 +66,7 @@ class NoImages : public ImageMounter {
  public:
   bool mountTheLumiskDMGFileAtPath(const std::string&) override { return false; }
   bool detachImage(const std::string&) override { return false; }
+  bool isInImage(const std::string&, const std::string&) override { return true; }
   bool isAKeychainDMGAtPath(const std::string&) override { return false; }
 };
 

@@ -239,7 +239,8 @@ bool RunSequence::mountImage() {
   image_.mountIfNeeded();
   result_.detachesImage = image_.isToBeDetached();
   run_.hasRoomFor = [this](std::uint64_t bytes) { return image_.hasRoomFor(bytes); };
-  const std::string problem = image_.roomProblem();
+  std::string problem = image_.placeProblem();
+  if (problem.empty()) problem = image_.roomProblem();
   if (!problem.empty()) refuse(run_.info.targetPaths.front(), problem);
   return problem.empty();
 }

@@ -166,6 +166,20 @@ Facts factsOfEntry(const std::string& sysPath) {
   return factsOfFolder(sysPath, 0);
 }
 
+std::vector<std::string> filesBelow(std::uint64_t device, const std::string& sysFolder) {
+  std::vector<std::string> files;
+  const auto number = std::to_string(major(device)) + ":" + std::to_string(minor(device));
+  std::vector<fs::path> waiting{fs::path(sysFolder) / "dev" / "block" / number};
+  while (!waiting.empty()) {
+    const fs::path entry = std::move(waiting.back());
+    waiting.pop_back();
+    if (std::string file = lineOf(entry / "loop" / "backing_file"); !file.empty()) files.push_back(std::move(file));
+    std::error_code error;
+    for (const auto& below : fs::directory_iterator(entry / "slaves", error)) waiting.push_back(below.path());
+  }
+  return files;
+}
+
 std::vector<Disk> disks(const std::string& sysFolder) {
   std::vector<Disk> found;
   std::error_code error;

@@ -29,6 +29,9 @@ struct Disk {
 // drives and the boot partitions of built-in cards are none. By name.
 [[nodiscard]] std::vector<Disk> disks(const std::string& sysFolder = "/sys");
 
+// The files that loop devices show below the device, through layers of the device mapper. loop(4)
+[[nodiscard]] std::vector<std::string> filesBelow(std::uint64_t device, const std::string& sysFolder = "/sys");
+
 // What the volume on the device calls itself: the names that udev keeps as links, else, when the device may be read,
 // what stands in its superblock. Empty when neither is to be had. `node`: the device's file, may be empty.
 [[nodiscard]] std::string uuid(std::uint64_t device, const std::string& node);

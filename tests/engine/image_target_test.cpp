@@ -93,6 +93,19 @@ TEST_F(JobInAnImage, DiskThatFillsUpMeanwhile_KeepsTheFileOut) {
   f.stop();
 }
 
+TEST_F(JobInAnImage, FolderWhereTheImageWouldBe_ReceivesNothing) {
+  makeTree(f.tree.path(), {{"image", Dir{{"target", Dir{}}}}});
+  f.images.isMounted = false;
+  const RunReport report = f.runOnce();
+  EXPECT_TRUE(report.refused && report.targetProblem);
+  EXPECT_THAT(report.problemText, HasSubstr("is not the folder in the image"));
+  EXPECT_THAT(f.images.mounted, ElementsAre(f.job.dmgPath)) << "mounting it might have helped";
+  EXPECT_THAT(listing(f.tree / "image/target"), IsEmpty());
+  f.images.onMount = [this] { f.images.isMounted = true; };
+  EXPECT_TRUE(f.runOnce().completed);
+  f.stop();
+}
+
 TEST_F(JobInAnImage, ThatCannotBeMounted_SaysWhy) {
   f.images.onMount = [] {};
   const RunReport report = f.runOnce();

@@ -20,6 +20,7 @@ class RecordingImages : public ImageMounter {
     if (onMount) onMount();
     return true;
   }
+  bool isInImage(const std::string&, const std::string&) override { return isMounted; }
   bool isAKeychainDMGAtPath(const std::string&) override { return keychainOpens; }
   bool detachImage(const std::string& path) override {
     detached.push_back(path);
@@ -29,6 +30,7 @@ class RecordingImages : public ImageMounter {
   std::vector<std::string> mounted;
   std::function<void()> onMount;
   bool keychainOpens = false;
+  bool isMounted = true;
 };
 
 // One worker with a home of its own, a clock that never waits, and everything that it tells anybody. What is recorded

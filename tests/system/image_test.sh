@@ -103,6 +103,11 @@ expectStatus 0 "$lumisk" image detach "$second"
 expectStatus 1 "$lumisk" run waiting
 grep -q "no password is kept" "$scratch/err" && [ "$(wc -l <"$scratch/err")" -le 2 ] || fail "said $(cat "$scratch/err")"
 [ ! -e "$secondAt" ] || fail "written beside the image"
+mkdir -p "$secondAt/backup"
+expectStatus 2 "$lumisk" run waiting
+grep -q "stands in its place" "$scratch/err" || fail "said $(cat "$scratch/err")"
+[ -z "$(ls -A "$secondAt/backup")" ] || fail "written unencrypted where the image would be"
+rm -r "$secondAt"
 startDaemon
 expectStatus 0 "$lumisk" image mount "$second" <<<first
 waitFor 60 test -e "$secondAt/backup/little/one" || fail "the job does not run when its image is mounted"
