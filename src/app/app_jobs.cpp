@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 
 #include "app/job_list_check.h"
 #include "app/quorvel_app_members.h"
@@ -72,6 +73,7 @@ std::vector<std::string> QuorvelAppObject::Members::noteStoppedRuns(const std::v
   events.drain();
   std::vector<std::string> names;
   const std::string now = storedDate(services.schedule.worker.clock.now());
+  std::optional<JobStore::Gathering> gathering(std::in_place, store);
   for (const std::string& uuid : wereRunning) {
     const std::int32_t index = store.indexOfUuid(uuid);
     auto* const scheduler = schedulerOf(uuid);
@@ -85,6 +87,7 @@ std::vector<std::string> QuorvelAppObject::Members::noteStoppedRuns(const std::v
       stopped[kLastRanTimeKey] = now;
     });
   }
+  gathering.reset();
   tellTrouble();
   return names;
 }

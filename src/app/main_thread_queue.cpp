@@ -9,6 +9,7 @@ struct MainThreadQueue::State {
   std::mutex mutex;
   std::deque<std::function<void()>> queue;
   bool loopIsAsked = false;
+  Around around;  // main thread
 
   std::function<void()> take() {
     const std::lock_guard guard(mutex);
@@ -20,7 +21,9 @@ struct MainThreadQueue::State {
   }
 };
 
-MainThreadQueue::MainThreadQueue(MainLoop& loop) : loop_(loop), state_(std::make_shared<State>()) {}
+MainThreadQueue::MainThreadQueue(MainLoop& loop, Around around) : loop_(loop), state_(std::make_shared<State>()) {
+  state_->around = std::move(around);
+}
 
 MainThreadQueue::~MainThreadQueue() {
   const std::lock_guard guard(state_->mutex);
@@ -48,7 +51,13 @@ void MainThreadQueue::drain() {
 }
 
 void MainThreadQueue::drain(State& state) {
-  while (const auto work = state.take()) work();
+  const auto first = state.take();
+  if (!first) return;
+  const auto all = [&] {
+    first();
+    while (const auto work = state.take()) work();
+  };
+  state.around ? state.around(all) : all();
 }
 
 }  // namespace lumisk

@@ -11,7 +11,9 @@ namespace lumisk {
 // know all that has happened before it goes on. What has not been done when the queue goes is dropped.
 class MainThreadQueue {
  public:
-  explicit MainThreadQueue(MainLoop& loop);
+  // `around` is given all that is done in one go, to do it; empty: it is just done.
+  using Around = std::function<void(const std::function<void()>& work)>;
+  explicit MainThreadQueue(MainLoop& loop, Around around = {});
   ~MainThreadQueue();
   MainThreadQueue(const MainThreadQueue&) = delete;
   MainThreadQueue& operator=(const MainThreadQueue&) = delete;

@@ -64,6 +64,7 @@ struct QuorvelAppObject::Members {
   void changed();
   void progressed();
   void tellTrouble();
+  void storeOnce(const std::function<void()>& work);
 
   QuorvelAppObject& app;
   AppServices services;

@@ -52,7 +52,7 @@ QuorvelAppObject::Members::Members(QuorvelAppObject& application, AppServices ap
     : app(application),
       services(std::move(appServices)),
       store(services.defaults, services.schedule.worker.clock),
-      events(services.loop),
+      events(services.loop, [this](const auto& work) { storeOnce(work); }),
       tasks(services.loop),
       m_controlObject(services.defaults, withSettings(services.schedule, services.defaults)),
       arrived(services.unmount, [this](const VolumeNotice& notice) { dialogs().showVolumeNotice(notice); }) {
@@ -216,6 +216,15 @@ void QuorvelAppObject::Members::changed() {
 
 void QuorvelAppObject::Members::progressed() {
   for (const auto& observer : jobObservers) observer.progressed();
+}
+
+// Many runs begin in one second, and each writing writes all jobs.
+void QuorvelAppObject::Members::storeOnce(const std::function<void()>& work) {
+  {
+    const JobStore::Gathering gathering(store);
+    work();
+  }
+  tellTrouble();
 }
 
 // A store that cannot be written is said once, not at every event.

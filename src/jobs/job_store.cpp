@@ -30,6 +30,7 @@ JobStore::JobStore(UserDefaults& defaults, const Clock& clock) : defaults_(defau
 void JobStore::initializePreferenceInfo() {
   const std::lock_guard guard(m_lock);
   m_preferenceInfo.clear();
+  ungathered_.reset();
   wasRead_ = false;
   m_tempInfo = newJobDefaults(clock_.now());
   m_currentInfo = m_tempInfo;
@@ -39,6 +40,7 @@ void JobStore::initializePreferenceInfo() {
 void JobStore::destroyPreferenceInfo() {
   const std::lock_guard guard(m_lock);
   m_preferenceInfo.clear();
+  ungathered_.reset();
   wasRead_ = false;
   m_currentInfo = {};
   m_tempInfo = {};
@@ -46,12 +48,14 @@ void JobStore::destroyPreferenceInfo() {
 
 bool JobStore::readPreferenceInfo() {
   const std::lock_guard guard(m_lock);
+  if (!writeGathered()) return false;
   const auto found = appendStored();
   return found ? succeeded() && *found : failed(found.error());
 }
 
 bool JobStore::reloadPreferenceInfo() {
   const std::lock_guard guard(m_lock);
+  if (!writeGathered()) return false;
   Array before = std::exchange(m_preferenceInfo, {});
   m_nIndex = -1;
   const auto found = appendStored();
@@ -87,8 +91,29 @@ bool JobStore::replaceJobs(Array next) {
   if (refused) return failed({"save the jobs", defaults_.path(), 0, "the stored jobs could not be read before"});
   warnAboutKept(keptUnder);
   m_preferenceInfo = std::move(next);
+  ungathered_.reset();
   wasRead_ = true;
   return succeeded();
+}
+
+void JobStore::beginGathering() {
+  const std::lock_guard guard(m_lock);
+  ++gatherings_;
+}
+
+void JobStore::endGathering() {
+  const std::lock_guard guard(m_lock);
+  --gatherings_;
+  (void)writeGathered();  // lastError() tells
+}
+
+bool JobStore::writeGathered() {
+  if (!ungathered_) return true;
+  Array before = std::move(*ungathered_);
+  ungathered_.reset();
+  if (replaceJobs(m_preferenceInfo)) return true;
+  m_preferenceInfo = std::move(before);
+  return false;
 }
 
 void JobStore::initializeStatus() {
@@ -148,7 +173,7 @@ bool JobStore::deletePreferenceInfo(std::int32_t index) {
 
 bool JobStore::changeJob(std::int32_t index, const std::function<void(Dictionary&)>& edit) {
   const std::lock_guard guard(m_lock);
-  succeeded();
+  if (gatherings_ == 0) succeeded();  // else what the last writing came to is still to be told
   if (!isIndex(index)) return false;
   const PropertyList& before = m_preferenceInfo[static_cast<std::size_t>(index)];
   if (before.kind() != PropertyList::Kind::kDictionary)
@@ -156,6 +181,11 @@ bool JobStore::changeJob(std::int32_t index, const std::function<void(Dictionary
   PropertyList after = before;
   edit(after.mutableDictionary());
   if (after == before) return true;
+  if (gatherings_ > 0) {
+    if (!ungathered_) ungathered_ = m_preferenceInfo;
+    m_preferenceInfo[static_cast<std::size_t>(index)] = std::move(after);
+    return true;
+  }
   Array next = m_preferenceInfo;
   next[static_cast<std::size_t>(index)] = std::move(after);
   return replaceJobs(std::move(next));
@@ -175,6 +205,10 @@ void JobStore::init_tempInfo(bool keepSources) {
 }
 
 bool JobStore::getDataBit(std::int32_t index, std::uint32_t& bits) {
+  {
+    const std::lock_guard guard(m_lock);
+    if (!writeGathered()) return false;
+  }
   const auto stored = defaults_.object(kJobArrayKey);
   if (!stored) return failed(stored.error());
   succeeded();
@@ -190,6 +224,7 @@ bool JobStore::setDataBit(std::int32_t, std::uint32_t) {
 
 bool JobStore::setFirstCopyFlag(std::int32_t index) {
   const std::lock_guard guard(m_lock);
+  if (!writeGathered()) return false;
   PropertyList changed;
   const auto written = defaults_.change([&](Dictionary& defaults) {
     const auto stored = defaults.find(kJobArrayKey);

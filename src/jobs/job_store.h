@@ -57,6 +57,20 @@ class JobStore {
   // `edit` runs under m_lock.
   bool changeJob(std::int32_t index, const std::function<void(PropertyList::Dictionary&)>& edit);
 
+  // While one lives, changeJob() changes the jobs in memory alone, and what it changed is written once, when the last
+  // of them goes, or one within another, or before anything else is written or read. Where that fails the jobs are what
+  // they were before, as ever. On the main thread.
+  class Gathering {
+   public:
+    explicit Gathering(JobStore& store) : store_(store) { store_.beginGathering(); }
+    ~Gathering() { store_.endGathering(); }
+    Gathering(const Gathering&) = delete;
+    Gathering& operator=(const Gathering&) = delete;
+
+   private:
+    JobStore& store_;
+  };
+
   // Puts a changed array in the place of the one that it was made from, in one step; false, with nothing changed, when
   // the jobs are no longer `expected`.
   bool replaceAll(const PropertyList::Array& expected, PropertyList::Array next);
@@ -103,7 +117,10 @@ class JobStore {
   using Array = PropertyList::Array;
   using Dictionary = PropertyList::Dictionary;
 
+  void beginGathering();
+  void endGathering();
   // With m_lock held.
+  bool writeGathered();
   Result<bool> appendStored();  // whether there was something to append
   bool replaceJobs(Array next);
   void mirrorFirstCopy(std::int32_t index, const PropertyList& stored);
@@ -121,8 +138,10 @@ class JobStore {
   const Clock& clock_;
   std::mutex m_lock;
   Array m_preferenceInfo;
-  bool wasRead_ = false;   // m_preferenceInfo holds all that is stored
-  std::mutex reportLock_;  // guards what follows; taken after m_lock
+  bool wasRead_ = false;  // m_preferenceInfo holds all that is stored
+  int gatherings_ = 0;
+  std::optional<Array> ungathered_;  // what is stored, while m_preferenceInfo is ahead of it
+  std::mutex reportLock_;            // guards what follows; taken after m_lock
   Error lastError_;
   std::vector<std::string> warnings_;
 };

@@ -108,6 +108,36 @@ TEST_F(Store, JobsAddedStoredAndDeleted_StandInOrder_InMemoryAndOnDisk) {
   EXPECT_EQ(store.jobs(), before);
 }
 
+TEST_F(Store, GatheredChanges_AreWrittenOnceAndBeforeAnythingElse) {
+  for (const char* name : {"a", "b"}) ASSERT_TRUE(add(name));
+  const auto setLastRan = [&](std::int32_t index, const std::string& when) {
+    return store.changeJob(index, [&](Dictionary& job) { job[kLastRanTimeKey] = when; });
+  };
+  const auto lastRan = [&](std::size_t index) { return stored()[kJobArrayKey].at(index)[kLastRanTimeKey].text(); };
+  std::uint32_t bits = 0;
+  {
+    const JobStore::Gathering gathering(store);
+    EXPECT_TRUE(setLastRan(0, "first") && setLastRan(1, "first"));
+    EXPECT_EQ(lastRan(0) + lastRan(1), "");
+    EXPECT_EQ(store.job(1)[kLastRanTimeKey].text(), "first");
+    EXPECT_TRUE(store.getDataBit(0, bits));
+    EXPECT_EQ(lastRan(1), "first") << "something was read before it was written";
+    EXPECT_TRUE(setLastRan(0, "second"));
+    EXPECT_EQ(lastRan(0), "first");
+    EXPECT_TRUE(add("c"));
+    EXPECT_EQ(lastRan(0), "second");
+    EXPECT_TRUE(setLastRan(2, "third"));
+  }
+  EXPECT_EQ(lastRan(2), "third");
+  const FullDisk full;
+  {
+    const JobStore::Gathering gathering(store);
+    EXPECT_TRUE(setLastRan(0, "never"));
+  }
+  EXPECT_NE(store.lastError().operation, "");
+  EXPECT_EQ(store.job(0)[kLastRanTimeKey].text(), "second");
+}
+
 TEST_F(Store, MakingAndEditingAJob_SetItsModifyTime_OtherChangesDoNot) {
   ASSERT_TRUE(add("a"));
   clock.advance(std::chrono::seconds(60));
