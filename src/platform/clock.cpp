@@ -2,8 +2,9 @@
 
 #include <sys/prctl.h>
 
-#include <algorithm>
 #include <thread>
+
+#include "platform/overslept.h"
 
 namespace lumisk {
 
@@ -13,16 +14,13 @@ using std::chrono::nanoseconds;
 
 // Of a thread that has asked for exact sleeps.
 thread_local bool sleepsExactly = false;
-thread_local nanoseconds overslept{0};
+thread_local Overslept overslept;
 
-// A sleep lasts some 30 microseconds longer than asked for, until the thread runs again. The next is shorter by that,
-// at most by all of it, so that many short pauses last as long as they are meant to.
 void sleepExactly(nanoseconds duration) {
   const auto begin = std::chrono::steady_clock::now();
-  const nanoseconds wanted = std::max(nanoseconds(0), duration - overslept);
+  const nanoseconds wanted = overslept.instead(duration);
   if (wanted.count() > 0) std::this_thread::sleep_for(wanted);
-  const nanoseconds late = std::chrono::steady_clock::now() - begin - wanted;
-  overslept = std::min(late + overslept - (duration - wanted), duration);
+  overslept.paused(duration, std::chrono::steady_clock::now() - begin);
 }
 
 class SystemClock final : public Clock {

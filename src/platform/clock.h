@@ -18,7 +18,9 @@ class Clock {
 Clock& systemClock();
 
 // Asks the kernel to end this thread's sleeps as exactly as it can (a timer slack of 1 ns instead of 50 microseconds),
-// for pauses that are shorter than the usual slack. prctl(2), PR_SET_TIMERSLACK.
+// for pauses that are shorter than the usual slack (prctl(2), PR_SET_TIMERSLACK). From then on what a sleep of the
+// system clock takes too long on this thread is taken off the next ones, so that many pauses last as long as asked for
+// together; at most one whole pause is owed, so that after a long interruption the thread does not hurry.
 void askForExactSleeps();
 
 }  // namespace lumisk

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "platform/overslept.h"
+
 namespace lumisk {
 namespace {
 
@@ -34,6 +36,23 @@ class InZone {
 };
 
 constexpr const char* kBerlin = "CET-1CEST,M3.5.0,M10.5.0/3";
+
+TEST(Overslept, PausesThatLastTooLong_AreMadeUpForByTheNext) {
+  using std::chrono::microseconds;
+  const microseconds pause(80);
+  Overslept overslept;
+  microseconds total(0);
+  for (int i = 0; i < 100; ++i) {  // each lasts 30 longer than asked
+    const auto lasted = std::chrono::duration_cast<microseconds>(overslept.instead(pause)) + microseconds(30);
+    overslept.paused(pause, lasted);
+    total += lasted;
+  }
+  EXPECT_EQ(total, 100 * pause + microseconds(30));
+  overslept.paused(pause, seconds(3));  // interrupted: no more than the next pause is left out for it
+  EXPECT_EQ(overslept.instead(pause).count(), 0);
+  overslept.paused(pause, seconds(0));
+  EXPECT_EQ(overslept.instead(pause), pause);
+}
 
 TEST(CalendarDate, Description_IsInTheLocalZone) {
   const InZone zone(kBerlin);
