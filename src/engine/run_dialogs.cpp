@@ -1,5 +1,7 @@
 #include "engine/run_dialogs.h"
 
+#include <utility>
+
 namespace lumisk {
 
 RunMessages RunDialogs::showEnd(const RunReport& report, bool lastProblemWasTarget) {
@@ -28,8 +30,9 @@ RunMessages RunDialogs::decide(const RunReport& report, bool lastProblemWasTarge
   end.neededShowFinishDialog = memory_.neededShowFinishDialog;
   end.runByFindTarget = request_.runByFindTarget;
   end.suppressed = needSuppressWarningMessage();
-  end.pathDialogIsOff = services_.getDataBit && (services_.getDataBit(request_.jobIndex) & kPathDialogOffBit) != 0;
-  end.imageNeedsItsUser = imageNeedsItsUser(report);
+  end.pathDialogIsOff = isPathDialogOff();
+  // Asking the keychain may wait for it: only where the answer matters.
+  end.imageNeedsItsUser = (report.sourceProblem || report.targetProblem) && imageNeedsItsUser();
   return decideRunMessages(end);
 }
 
@@ -50,14 +53,22 @@ void RunDialogs::showNoSpace() {
   run_.dialogs.showMessage(run_.info.name, kWarningTitle, kNoSpaceMessage);
 }
 
+void RunDialogs::showFolderNotMade(const std::string& path) {
+  if (run_.dryRun || std::exchange(isFolderTold_, true)) return;
+  if (isPathDialogOff() || needSuppressWarningMessage() || imageNeedsItsUser()) return;
+  run_.dialogs.showPathProblem({kTargetMessage, path, run_.info.name, request_.jobIndex});
+}
+
 bool RunDialogs::needSuppressWarningMessage() const {
   return services_.preference && services_.preference("SGSuppressErrorMessages").boolean();
 }
 
-// Asking the keychain may wait for it: only where the answer matters.
-bool RunDialogs::imageNeedsItsUser(const RunReport& report) const {
-  const bool hasProblem = report.sourceProblem || report.targetProblem;
-  return hasProblem && !run_.info.dmgPath.empty() && !services_.images.isAKeychainDMGAtPath(run_.info.dmgPath);
+bool RunDialogs::isPathDialogOff() const {
+  return services_.getDataBit && (services_.getDataBit(request_.jobIndex) & kPathDialogOffBit) != 0;
+}
+
+bool RunDialogs::imageNeedsItsUser() const {
+  return !run_.info.dmgPath.empty() && !services_.images.isAKeychainDMGAtPath(run_.info.dmgPath);
 }
 
 }  // namespace lumisk

@@ -16,18 +16,21 @@ class RunDialogs {
   RunMessages showEnd(const RunReport& report, bool lastProblemWasTarget);
   // Once for each time that the target fills up, not after every run: that it was shown is stored with the job.
   void showCapacity(const RunTarget& target, PropertyList::Dictionary& jobKeys);
-  void showNoSpace();  // once in the worker's life
+  void showNoSpace();                               // once in the worker's life
+  void showFolderNotMade(const std::string& path);  // once in a run: the log has them all
 
  private:
   [[nodiscard]] RunMessages decide(const RunReport& report, bool lastProblemWasTarget) const;
   [[nodiscard]] HeldDeletions heldDeletions(const RunReport& report) const;
   [[nodiscard]] bool needSuppressWarningMessage() const;
-  [[nodiscard]] bool imageNeedsItsUser(const RunReport& report) const;
+  [[nodiscard]] bool isPathDialogOff() const;
+  [[nodiscard]] bool imageNeedsItsUser() const;
 
   const WorkerServices& services_;
   RunMemory& memory_;
   const RunRequest& request_;
   RunState& run_;
+  bool isFolderTold_ = false;
 };
 
 }  // namespace lumisk

@@ -13,7 +13,6 @@ constexpr const char* kIncompleteMessage =
     "Please view the file \"~/Log/Qel Lumisk.log\" about detailed info";
 constexpr const char* kMonitorMessage =
     "Qel Lumisk will now monitor your source and target folders and keep their contents synchronized.";
-constexpr const char* kTargetMessage = "Destination folder isn't writable or does not exist.";
 constexpr const char* kSourceMessage = "Source folder isn't readable or does not exist.";
 
 bool hasProblem(const RunReport& report) {

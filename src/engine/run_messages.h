@@ -38,6 +38,7 @@ struct RunMessages {
 [[nodiscard]] std::optional<int> checkIfNeedShowWarnningWindow(const SpaceStatus& space, int capacityPercentage);
 [[nodiscard]] std::string capacityWarning(const std::string& target, int usedPercent);
 
+inline constexpr const char* kTargetMessage = "Destination folder isn't writable or does not exist.";
 inline constexpr const char* kWarningTitle = "Warning";
 inline constexpr const char* kNoSpaceMessage =
     "You may have an incomplete backup because there is not enough free space.";

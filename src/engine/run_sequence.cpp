@@ -79,6 +79,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
       request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
   run_.postProgress = std::move(postProgress);
   run_.onOutOfSpace = [this] { dialogs_.showNoSpace(); };
+  run_.onFolderNotMade = [this](const std::string& path) { dialogs_.showFolderNotMade(path); };
 }
 
 // Nothing is copied in a dry run; what would be is counted all the same.
@@ -325,6 +326,7 @@ void RunSequence::walkFile(const Pair& pair, RunTarget& target, SourceKind kind)
   if (!destination) {
     run_.log.write("%s: ERROR: Failed to create the directory \"%s\"\n", run_.info.name.c_str(),
                    shown(destination.error().path).c_str());
+    dialogs_.showFolderNotMade(destination.error().path);
     return run_.noteError(RunError::kDirectoryCreation);
   }
   if (deletions_) deletions_->carry(target.path, {pair.source, *destination});
