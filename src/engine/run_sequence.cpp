@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <set>
 
 #include "engine/folder_path.h"
 #include "engine/full_path.h"
 #include "engine/type_filter.h"
+#include "engine/wait_aside.h"
 #include "jobs/job_checks.h"
 #include "platform/paths.h"
 #include "platform/workspace.h"
@@ -446,13 +448,32 @@ void RunSequence::settle() {
   memory_.settled = wasSettled && run_.written.isEmpty();
   // A stop is not made to wait for a slow disk; the next run waits for what this one leaves.
   if (run_.mustStop()) return;
-  auto settled = run_.written.settle();
-  if (settled && !wasSettled) settled = targets_.syncAll();
+  const auto settled = bringToDisk(!wasSettled);
   memory_.settled = settled.has_value();
-  if (settled) return;
+  if (settled || run_.mustStop()) return;
   run_.log.write("%s: ERROR: Failed to write everything to the disk: %s\n", run_.info.name.c_str(),
                  settled.error().text().c_str());
   run_.noteError(RunError::kFileCopy);
+}
+
+// On a thread of its own, since nobody can call a disk off: whoever stops the run, the main thread above all, does not
+// wait for it.
+Result<void> RunSequence::bringToDisk(bool withTargets) {
+  if (run_.written.isEmpty() && !withTargets) return {};
+  auto folders = withTargets ? targets_.duplicates() : Result<std::vector<Descriptor>>();
+  if (!folders) return fail(folders.error());
+  struct Held {
+    FileCalls& files;
+    WrittenData written;
+    std::vector<Descriptor> folders;
+  };
+  auto held = std::make_shared<Held>(Held{run_.files, run_.written.take(), std::move(*folders)});
+  auto work = [held = std::move(held)]() -> Result<void> {
+    LUMISK_CHECK(held->written.settle());
+    for (const Descriptor& folder : held->folders) LUMISK_CHECK(held->files.syncFileSystem(folder.get()));
+    return {};
+  };
+  return waitAside(std::move(work), [this] { return run_.mustStop(); });
 }
 
 void RunSequence::fillReport() {

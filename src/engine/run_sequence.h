@@ -94,6 +94,7 @@ class RunSequence {
   void noteProblem(const std::string& path, const std::string& text);
 
   void settle();
+  Result<void> bringToDisk(bool withTargets);
   void fillReport();
   void noteCompletion();
   void notePass();

@@ -80,9 +80,13 @@ RunTarget* RunTargets::find(const FileIdentity& identity) {
   return nullptr;
 }
 
-Result<void> RunTargets::syncAll() {
-  for (auto& target : targets_) LUMISK_CHECK(run_.files.syncFileSystem(target->folder.get()));
-  return {};
+Result<std::vector<Descriptor>> RunTargets::duplicates() {
+  std::vector<Descriptor> folders;
+  for (auto& target : targets_) {
+    LUMISK_TRY(Descriptor folder, run_.files.duplicate(target->folder.get()));
+    folders.push_back(std::move(folder));
+  }
+  return folders;
 }
 
 Result<SourceKind> checkSource(FileCalls& files, const std::string& path) {

@@ -39,7 +39,8 @@ class RunTargets {
   Result<RunTarget*> usable(const std::string& path);
   [[nodiscard]] RunTarget* first();  // of the first path; nullptr when it could not be opened
   // Waits until everything that was written before is on the disk, whoever wrote it.
-  Result<void> syncAll();
+  // Of each, a descriptor for whoever brings it to the disk.
+  Result<std::vector<Descriptor>> duplicates();
 
  private:
   Result<void> openOne(const std::string& path);

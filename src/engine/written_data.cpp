@@ -1,6 +1,7 @@
 #include "engine/written_data.h"
 
 #include <cerrno>
+#include <utility>
 
 namespace lumisk {
 namespace {
@@ -53,6 +54,16 @@ Result<void> WrittenData::settle() {
   wroteAnything_ = tooMany_ = false;
   lost_.reset();
   return settled;
+}
+
+WrittenData WrittenData::take() {
+  WrittenData taken(files_);
+  taken.wroteAnything_ = std::exchange(wroteAnything_, false);
+  taken.tooMany_ = std::exchange(tooMany_, false);
+  taken.pending_ = std::exchange(pending_, {});
+  taken.fileSystems_ = std::exchange(fileSystems_, {});
+  taken.lost_ = std::exchange(lost_, {});
+  return taken;
 }
 
 // Data first: a name that is on the disk then leads to whole data.

@@ -27,6 +27,8 @@ class WrittenData {
   [[nodiscard]] bool isEmpty() const { return !wroteAnything_; }
   // Waits until all of it is on the disk; starts over empty, also when it fails: the system tells an error once only.
   Result<void> settle();
+  // All of it, for whoever settles it elsewhere; empty from then on.
+  [[nodiscard]] WrittenData take();
 
  private:
   struct Pending {

@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <future>
 
 #include "engine/run_messages.h"
 #include "support/faulty_file_calls.h"
@@ -289,6 +291,39 @@ TEST_F(RunTest, DataThatDoNotReachTheDisk_MakeItIncomplete) {
   EXPECT_EQ(files.count(FileCall::kSyncFileSystem), 1);
   EXPECT_TRUE(f.runOnce().completed);
   EXPECT_EQ(files.count(FileCall::kSyncFileSystem), 1);
+}
+
+// Nobody can call a disk off, but whoever stops a run need not wait for it.
+TEST(Run, StoppedDuringItsLastSync_EndsBeforeTheDiskDoes) {
+  static FaultyFileCalls files;  // outlives the sync
+  WorkerFixture f(files);
+  for (int i = 0; i < 20; ++i) writeFile(f.tree / "source/" + std::to_string(i), "text");
+  const auto begun = std::make_shared<std::promise<void>>();
+  std::promise<void> ends;
+  files.before(FileCall::kSyncFileSystem, [begun, end = ends.get_future().share()] {
+    begun->set_value();
+    end.wait();
+  });
+  f.worker().start();
+  f.worker().setCopyMethod(CopyMethod::kNormal);
+  EXPECT_EQ(begun->get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
+  auto stopped = std::async(std::launch::async, [&f] { f.stop(); });
+  EXPECT_EQ(stopped.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+  ends.set_value();
+  stopped.wait();
+  EXPECT_FALSE(f.worker().lastReport().completed);
+}
+
+TEST_F(RunTest, FolderThatCannotBeMade_IsShownOnceInARun) {
+  makeTree(f.tree / "source", {{"e", Dir{}}});
+  files.fail(FileCall::kMakeFolder, EROFS, {.name = "[de]", .times = FaultyFileCalls::kAlways});
+  EXPECT_EQ(f.runOnce().errorCode, RunError::kDirectoryCreation);
+  ASSERT_EQ(f.dialogs.pathProblems.size(), 1U);
+  EXPECT_EQ(f.dialogs.pathProblems.front().message, kTargetMessage);
+  EXPECT_EQ(f.dialogs.pathProblems.front().path, f.tree / "target/source/d");
+  f.dataBit = kPathDialogOffBit;
+  f.runOnce();
+  EXPECT_EQ(f.dialogs.pathProblems.size(), 1U) << "the user did not want to see it";
 }
 
 TEST_F(RunTest, CancelInTheMiddleOfAFile_LeavesTheEarlierVersionAndNoRest) {
