@@ -29,6 +29,10 @@ bool isXmlCharacter(char32_t c) {
 
 // A line ends in a line feed, whatever the file says (XML 1.0, 2.11).
 void appendCharacters(std::string& text, std::string_view raw) {
+  if (raw.find('\r') == std::string_view::npos) {
+    text += raw;
+    return;
+  }
   for (std::size_t i = 0; i < raw.size(); ++i) {
     if (raw[i] != '\r') {
       text += raw[i];
@@ -178,7 +182,9 @@ Result<void> XmlScanner::reference(std::string& into) {
 Result<std::string> XmlScanner::text() {
   std::string result;
   while (true) {
-    const auto plain = rest().substr(0, rest().find_first_of("<&"));
+    const auto all = rest();
+    const auto* const mark = std::find_if(all.begin(), all.end(), [](char c) { return c == '<' || c == '&'; });
+    const auto plain = all.substr(0, static_cast<std::size_t>(mark - all.begin()));
     appendCharacters(result, plain);
     position_ += plain.size();
     if (isAt("&")) {

@@ -16,10 +16,12 @@ TEST(IsValidUtf8, EdgesOfTheEncoding_AreTold) {
   for (const char* good : {"", "plain", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
                            "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"}) {
     EXPECT_TRUE(isValidUtf8(good)) << displayText(good);
+    EXPECT_TRUE(isValidUtf8(std::string("a long plain begin") + good + "and end")) << displayText(good);
   }
   for (const char* bad : {"\x80", "\xC0\x80", "\xC1\xBF", "\xC3", "\xC3(", "\xE0\x9F\xBF", "\xE2\x82", "\xED\xA0\x80",
                           "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF", "a\xE2\x82\xACz\xA0"}) {
     EXPECT_FALSE(isValidUtf8(bad)) << displayText(bad);
+    EXPECT_FALSE(isValidUtf8(std::string("a long plain begin") + bad + "and end")) << displayText(bad);
   }
 }
 
