@@ -84,7 +84,8 @@ class FolderListeningTest : public ::testing::Test {
   void start() {
     EXPECT_TRUE(f.worker().start());
     observer.onStanding();
-    EXPECT_TRUE(eventually([&] { return ends(false) == 1; }));
+    // The two notifications of its end come one after the other.
+    EXPECT_TRUE(eventually([&] { return ends(false) == 1 && ends(true) == 0; }));
   }
   void report(const std::vector<std::string>& folders) { observer.eventCallback(folders); }
   // Finished passes, or finished runs of the whole job.
