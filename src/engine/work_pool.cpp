@@ -38,15 +38,19 @@ void WorkPool::work() {
   for (;;) {
     waiting_.wait(lock, [this] { return ends_ || !tasks_.empty(); });
     if (ends_) return;
-    // Whoever added it keeps it until it is done, and may take it apart from then on.
-    Task& task = *tasks_.front();
-    const bool isWaiting = task.state_ == Task::State::kWaiting;
-    if (isWaiting) task.state_ = Task::State::kRunning;
-    tasks_.pop_front();
-    if (!isWaiting) continue;
-    runUnlocked(task, lock);
-    done_.notify_all();
+    if (runNext(lock)) done_.notify_all();
   }
+}
+
+// Whoever added a task keeps it until it is done, and may take it apart from then on.
+bool WorkPool::runNext(std::unique_lock<std::mutex>& lock) {
+  while (!tasks_.empty() && tasks_.front()->state_ != Task::State::kWaiting) tasks_.pop_front();
+  if (tasks_.empty()) return false;
+  Task& task = *tasks_.front();
+  task.state_ = Task::State::kRunning;
+  tasks_.pop_front();
+  runUnlocked(task, lock);
+  return true;
 }
 
 void WorkPool::runUnlocked(Task& task, std::unique_lock<std::mutex>& lock) {
@@ -73,7 +77,9 @@ void WorkPool::add(std::shared_ptr<Task> task) {
 void WorkPool::finish(Task& task) {
   std::unique_lock lock(mutex_);
   if (task.state_ == Task::State::kWaiting) runUnlocked(task, lock);
-  done_.wait(lock, [&] { return task.state_ == Task::State::kDone; });
+  // Rather than wait for a thread that is at it, the run's own does what comes next.
+  while (task.state_ != Task::State::kDone)
+    if (!runNext(lock)) done_.wait(lock);
   if (task.thrown_) std::rethrow_exception(task.thrown_);
 }
 

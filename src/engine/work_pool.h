@@ -51,6 +51,7 @@ class WorkPool {
 
  private:
   void work();
+  bool runNext(std::unique_lock<std::mutex>& lock);
   void runUnlocked(Task& task, std::unique_lock<std::mutex>& lock);
 
   std::mutex mutex_;

@@ -7,8 +7,8 @@ namespace lumisk::programStart {
 // next file that is opened gets such a number, and what is meant for the stream is written into it.
 void openMissingStreams();
 
-// As many descriptors as the process may have, within reason: each run may hold some two hundred, and an application may
-// have many runs at once. getrlimit(2).
+// As many descriptors as the process may have, within reason: each run may hold some two hundred, and an application
+// may have many runs at once. getrlimit(2).
 void allowManyDescriptors();
 
 // For programs with many threads that seldom allocate: few places from which they do. mallopt(3). Before the first

@@ -3,9 +3,13 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <random>
+#include <stdexcept>
+#include <thread>
 
 #include "engine/directory_walk.h"
 #include "support/faulty_file_calls.h"
@@ -261,6 +265,26 @@ TEST(WorkPoolTest, TaskThatThrows_ThrowsWhereItIsFinished) {
     pool.add(task);
     EXPECT_THROW(pool.finish(*task), std::runtime_error);
   }
+}
+
+TEST(WorkPoolTest, WhoWaitsForATask_DoesWhatComesNextMeanwhile) {
+  struct Calling : WorkPool::Task {
+    explicit Calling(std::function<void()> function) : call(std::move(function)) {}
+    void run() override { call(); }
+    std::function<void()> call;
+  };
+  std::atomic<bool> isBegun{false}, isHelped{false};
+  const auto first = std::make_shared<Calling>([&] {
+    isBegun = true;
+    while (!isHelped) std::this_thread::yield();
+  });
+  const auto second = std::make_shared<Calling>([&] { isHelped = true; });
+  WorkPool pool(1);
+  pool.add(first);
+  while (!isBegun) std::this_thread::yield();
+  pool.add(second);
+  pool.finish(*first);
+  EXPECT_TRUE(pool.isDone(*second));
 }
 
 }  // namespace
