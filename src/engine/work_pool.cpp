@@ -44,10 +44,8 @@ void WorkPool::work() {
 
 // Whoever added a task keeps it until it is done, and may take it apart from then on.
 bool WorkPool::runNext(std::unique_lock<std::mutex>& lock) {
-  while (!tasks_.empty() && tasks_.front()->state_ != Task::State::kWaiting) tasks_.pop_front();
   if (tasks_.empty()) return false;
   Task& task = *tasks_.front();
-  task.state_ = Task::State::kRunning;
   tasks_.pop_front();
   runUnlocked(task, lock);
   return true;
@@ -65,6 +63,14 @@ void WorkPool::runUnlocked(Task& task, std::unique_lock<std::mutex>& lock) {
   task.state_ = Task::State::kDone;
 }
 
+// What is done must not stay in the row: it may hold descriptors, and threads that get no processor take nothing off
+// it.
+bool WorkPool::takeOut(const Task& task) {
+  if (task.state_ != Task::State::kWaiting) return false;
+  std::erase_if(tasks_, [&](const auto& each) { return each.get() == &task; });
+  return true;
+}
+
 void WorkPool::add(std::shared_ptr<Task> task) {
   if (threads_.empty()) return;  // finish() does it
   {
@@ -76,7 +82,7 @@ void WorkPool::add(std::shared_ptr<Task> task) {
 
 void WorkPool::finish(Task& task) {
   std::unique_lock lock(mutex_);
-  if (task.state_ == Task::State::kWaiting) runUnlocked(task, lock);
+  if (takeOut(task)) runUnlocked(task, lock);
   // Rather than wait for a thread that is at it, the run's own does what comes next.
   while (task.state_ != Task::State::kDone)
     if (!runNext(lock)) done_.wait(lock);
@@ -85,7 +91,7 @@ void WorkPool::finish(Task& task) {
 
 void WorkPool::drop(Task& task) {
   std::unique_lock lock(mutex_);
-  if (task.state_ == Task::State::kWaiting) task.state_ = Task::State::kDone;
+  if (takeOut(task)) task.state_ = Task::State::kDone;
   done_.wait(lock, [&] { return task.state_ == Task::State::kDone; });
 }
 

@@ -51,13 +51,14 @@ class WorkPool {
 
  private:
   void work();
+  bool takeOut(const Task& task);
   bool runNext(std::unique_lock<std::mutex>& lock);
   void runUnlocked(Task& task, std::unique_lock<std::mutex>& lock);
 
   std::mutex mutex_;
   std::condition_variable waiting_;  // a task was added, or the end has come
   std::condition_variable done_;
-  std::deque<std::shared_ptr<Task>> tasks_;  // also such as were taken out of turn
+  std::deque<std::shared_ptr<Task>> tasks_;  // that nobody has begun
   bool ends_ = false;
   std::vector<std::thread> threads_;
 };
