@@ -54,7 +54,7 @@ struct DiskImages::Working {
   Descriptor lock;
 };
 
-DiskImages::DiskImages(FileCalls& files, Clock& clock, ImageMounter& mounter, std::string runtimeFolder)
+DiskImages::DiskImages(FileCalls& files, Clock& clock, ImageBlocksMounter& mounter, std::string runtimeFolder)
     : files_(files), clock_(clock), mounter_(mounter), runtimeFolder_(std::move(runtimeFolder)) {}
 
 std::string DiskImages::standardRuntimeFolder() {
@@ -118,7 +118,7 @@ Result<std::string> DiskImages::mountInside(const Working& work) {
   LUMISK_TRY(std::string mountPoint, mounter_.mount(work.folder.blocksPath(), name));
   const auto noted = work.folder.note(mountPoint);
   if (noted) return mountPoint;
-  (void)mounter_.unmount(mountPoint, ImageMounter::How::kAtOnce);
+  (void)mounter_.unmount(mountPoint, ImageBlocksMounter::How::kAtOnce);
   return fail(noted.error());
 }
 
@@ -142,7 +142,7 @@ Result<void> DiskImages::unmountInside(const Working& work, const OpenImage& ima
     return fail("detach", image.imagePath, EIO, "its storage daemon had ended; what was written last may be lost");
   }
   LUMISK_CHECK(flushed);
-  return mounter_.unmount(image.mountPoint, ImageMounter::How::kWhenUnused);
+  return mounter_.unmount(image.mountPoint, ImageBlocksMounter::How::kWhenUnused);
 }
 
 Result<void> DiskImages::flush(const std::string& mountPoint) {
@@ -212,7 +212,7 @@ Result<void> DiskImages::close(const Working& work) {
 // What a crash has left: a mount without a daemon, a daemon without a mount, or the blocks of a dead daemon.
 Result<void> DiskImages::recover(const Working& work, const std::optional<OpenImage>& left) {
   if (left && isMountPoint(left->mountPoint)) {
-    LUMISK_CHECK(mounter_.unmount(left->mountPoint, ImageMounter::How::kAtOnce));
+    LUMISK_CHECK(mounter_.unmount(left->mountPoint, ImageBlocksMounter::How::kAtOnce));
   }
   if (work.folder.isDaemonRunning()) return close(work);
   if (isMountPoint(work.folder.blocksPath())) {

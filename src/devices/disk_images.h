@@ -27,9 +27,9 @@ struct OpenImage {
 // same user sees and closes what another opened; a lock there lets one at a time work on an image.
 class DiskImages {
  public:
-  DiskImages(FileCalls& files, Clock& clock, ImageMounter& mounter)
+  DiskImages(FileCalls& files, Clock& clock, ImageBlocksMounter& mounter)
       : DiskImages(files, clock, mounter, standardRuntimeFolder()) {}
-  DiskImages(FileCalls& files, Clock& clock, ImageMounter& mounter, std::string runtimeFolder);
+  DiskImages(FileCalls& files, Clock& clock, ImageBlocksMounter& mounter, std::string runtimeFolder);
   static std::string standardRuntimeFolder();  // /run/lumisk-images, or one in the user's own runtime folder
 
   struct NewImage {
@@ -63,7 +63,7 @@ class DiskImages {
 
   FileCalls& files_;
   Clock& clock_;
-  ImageMounter& mounter_;
+  ImageBlocksMounter& mounter_;
   const std::string runtimeFolder_;
 };
 

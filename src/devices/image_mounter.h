@@ -8,9 +8,9 @@
 namespace lumisk {
 
 // Who mounts the blocks of an open image: only root can, so that everybody else asks somebody.
-class ImageMounter {
+class ImageBlocksMounter {
  public:
-  virtual ~ImageMounter() = default;
+  virtual ~ImageBlocksMounter() = default;
   // Why nothing can be mounted here at all, or success.
   virtual Result<void> isReady() = 0;
   // The mount point, which it makes, by the name of the volume. EBUSY when something else is there.
@@ -23,7 +23,7 @@ class ImageMounter {
 };
 
 // For root, by the system's tools.
-class RootImageMounter final : public ImageMounter {
+class RootImageMounter final : public ImageBlocksMounter {
  public:
   explicit RootImageMounter(FileCalls& files, std::string volumesFolder = "/Volumes")
       : files_(files), volumesFolder_(std::move(volumesFolder)) {}

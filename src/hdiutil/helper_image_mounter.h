@@ -6,7 +6,7 @@
 namespace lumisk {
 
 // For everybody who is not root: the root helper mounts what the user's own storage daemon shows, nosuid and nodev.
-class HelperImageMounter final : public ImageMounter {
+class HelperImageMounter final : public ImageBlocksMounter {
  public:
   Result<void> isReady() override;
   Result<std::string> mount(const std::string& blocksPath, const std::string& name) override;

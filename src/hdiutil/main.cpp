@@ -15,8 +15,8 @@ int main(int count, char** arguments) {
   std::error_code error;
   lumisk::RootImageMounter ownRights(lumisk::realFileCalls());
   lumisk::HelperImageMounter helper;
-  lumisk::ImageMounter& mounter = lumisk::process::isRoot() ? static_cast<lumisk::ImageMounter&>(ownRights)
-                                                            : static_cast<lumisk::ImageMounter&>(helper);
+  lumisk::ImageBlocksMounter& mounter = lumisk::process::isRoot() ? static_cast<lumisk::ImageBlocksMounter&>(ownRights)
+                                                                  : static_cast<lumisk::ImageBlocksMounter&>(helper);
   lumisk::DiskImages images(lumisk::realFileCalls(), lumisk::systemClock(), mounter);
   lumisk::HdiutilIo io{std::cout, std::cerr, [] { return std::string(std::istreambuf_iterator<char>(std::cin), {}); },
                        std::filesystem::current_path(error).string()};
