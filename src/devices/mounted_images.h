@@ -16,8 +16,8 @@ Result<std::string> runImageTool(const std::vector<std::string>& arguments,
 int amountDMGFileAtPath(const std::string& imagePath, const std::string& password);
 int createDMGFileAtPath(const std::string& basePath, const std::string& password, const std::string& volumesName);
 
-// Whether the folder lies on the volume inside the image: that is mounted, by our tool or by another one, and the folder
-// is not one that stands where it would be.
+// Whether the folder lies on the volume inside the image: that is mounted, by our tool or by another one, and the
+// folder is not one that stands where it would be.
 [[nodiscard]] bool isInImage(const std::string& folder, const std::string& imagePath);
 
 // Whether the user's keychain holds the password of the image.

@@ -75,7 +75,7 @@ std::optional<CloneEnd> readCloneEnd(const std::string& jobFile) {
                   status["kDifferences"].unsignedInteger()};
 }
 
-CloneProgress readCloneProgress(const std::string& jobFile) {
+RunningClone readRunningClone(const std::string& jobFile) {
   const PropertyList status = statusOf(jobFile, CloneStatusFile::kProgress);
   return {status["kEntries"].unsignedInteger(), status["kBytes"].unsignedInteger(), status["kCurrentFile"].text()};
 }

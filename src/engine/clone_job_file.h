@@ -49,11 +49,11 @@ struct CloneEnd {
 // Nothing while the clone goes on; so is a file that cannot be read.
 [[nodiscard]] std::optional<CloneEnd> readCloneEnd(const std::string& jobFile);
 
-struct CloneProgress {
+struct RunningClone {
   std::uint64_t entries = 0;
   std::uint64_t bytes = 0;
   std::string currentFile;
 };
-[[nodiscard]] CloneProgress readCloneProgress(const std::string& jobFile);
+[[nodiscard]] RunningClone readRunningClone(const std::string& jobFile);
 
 }  // namespace lumisk

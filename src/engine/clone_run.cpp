@@ -159,7 +159,7 @@ double CloneRun::checkCloneStatusWithDict(const PropertyList::Dictionary& job) {
     const auto usedFrom = static_cast<double>(from.total() - from.free());
     if (usedFrom > 0) percent = static_cast<double>(to.total() - to.free()) / usedFrom * 100.0;
   }
-  const CloneProgress state = readCloneProgress(file);
+  const RunningClone state = readRunningClone(file);
   auto message = JobProgressMessage::messageWithJobName(info_.name, state.currentFile, percent, 0.0);
   message.entries = report_.counts.entries = state.entries;
   message.bytes = report_.counts.bytes = state.bytes;
