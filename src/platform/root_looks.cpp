@@ -6,6 +6,7 @@
 #include <deque>
 #include <mutex>
 #include <set>
+#include <system_error>
 #include <thread>
 
 namespace lumisk {
@@ -50,8 +51,12 @@ void RootLooks::beginRound() {
   const std::lock_guard lock(state_->mutex);
   const bool isStuck = !state_->asked.empty() && state_->looking == state_->threads;
   if (state_->threads > 0 && (!isStuck || state_->threads == kMostThreads)) return;
-  ++state_->threads;
-  std::thread([state = state_] { work(state); }).detach();
+  try {
+    std::thread([state = state_] { work(state); }).detach();
+    ++state_->threads;
+  } catch (const std::system_error&) {
+    // The system has none to give at the moment: the next round asks again.
+  }
 }
 
 void RootLooks::ask(const std::string& path) {

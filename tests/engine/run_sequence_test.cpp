@@ -295,7 +295,7 @@ TEST_F(RunTest, DataThatDoNotReachTheDisk_MakeItIncomplete) {
 
 // Nobody can call a disk off, but whoever stops a run need not wait for it.
 TEST(Run, StoppedDuringItsLastSync_EndsBeforeTheDiskDoes) {
-  static FaultyFileCalls files;  // outlives the sync
+  static FaultyFileCalls& files = *new FaultyFileCalls;  // outlives the sync, which may outlive the test
   WorkerFixture f(files);
   for (int i = 0; i < 20; ++i) writeFile(f.tree / "source/" + std::to_string(i), "text");
   const auto begun = std::make_shared<std::promise<void>>();
