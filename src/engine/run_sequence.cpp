@@ -450,7 +450,7 @@ void RunSequence::settle() {
   if (run_.mustStop()) return;
   const auto settled = bringToDisk(!wasSettled);
   memory_.settled = settled.has_value();
-  if (settled || run_.mustStop()) return;
+  if (settled || settled.error().code == ECANCELED) return;
   run_.log.write("%s: ERROR: Failed to write everything to the disk: %s\n", run_.info.name.c_str(),
                  settled.error().text().c_str());
   run_.noteError(RunError::kFileCopy);

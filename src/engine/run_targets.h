@@ -38,8 +38,7 @@ class RunTargets {
   // opened may have been unmounted or replaced meanwhile.
   Result<RunTarget*> usable(const std::string& path);
   [[nodiscard]] RunTarget* first();  // of the first path; nullptr when it could not be opened
-  // Waits until everything that was written before is on the disk, whoever wrote it.
-  // Of each, a descriptor for whoever brings it to the disk.
+  // Of each, a descriptor of its own: for whoever brings to the disk what anybody wrote there.
   Result<std::vector<Descriptor>> duplicates();
 
  private:
