@@ -1,6 +1,7 @@
 #include "engine/image_target.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "engine/path_texts.h"
 #include "platform/paths.h"
@@ -55,10 +56,13 @@ bool ImageTarget::isInImage() const {
   return services_.images.isInImage(info_.targetPaths.front(), info_.dmgPath);
 }
 
-// Plain folders take data as well, but nothing in them is encrypted.
+// Plain folders take data as well, but nothing in them is encrypted. What cannot be opened stands there all the same.
 std::string ImageTarget::placeProblem() const {
+  if (info_.dmgPath.empty()) return "";
   const std::string& target = info_.targetPaths.front();
-  if (info_.dmgPath.empty() || !services_.files.openRoot(target) || isInImage()) return "";
+  const auto folder = services_.files.openRoot(target);
+  const bool isAbsent = !folder && folder.error().code == ENOENT;
+  if (isAbsent || isInImage()) return "";
   return shown(target) + " is not the folder in the image, it stands in its place: " + absenceProblem();
 }
 
