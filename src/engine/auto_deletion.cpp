@@ -49,6 +49,7 @@ Result<DeletionPlan> AutoDeletion::plan() {
   disbelieveVanished(scope_);
   DeletionPlan planned;
   while (!run_.mustStop()) {
+    lookAgainAfterPause();
     LUMISK_TRY(const auto pair, list.readPair());
     if (!pair) break;
     ++planned.pairs;
@@ -73,6 +74,7 @@ void AutoDeletion::carryOut(const DeletionPlan& plan) {
 AutoDeletion::Passed AutoDeletion::deleteListed(FileList& list, const DeletionPlan& plan) {
   Passed passed;
   while (!run_.mustStop()) {
+    lookAgainAfterPause();
     const auto pair = list.readPair();
     if (!pair) complainAboutList(pair.error());
     if (!pair || !*pair) break;
@@ -88,6 +90,10 @@ AutoDeletion::Passed AutoDeletion::deleteListed(FileList& list, const DeletionPl
       ++passed.deleted;
   }
   return passed;
+}
+
+void AutoDeletion::lookAgainAfterPause() {
+  if (run_.waitWhilePaused()) source_.reset();
 }
 
 // Nothing when the destination is to stay.

@@ -62,6 +62,7 @@ class AutoDeletion {
     std::uint64_t records = 0;
     std::uint64_t deleted = 0;
   };
+  void lookAgainAfterPause();
   Result<std::optional<Doomed>> judge(const FileList::Pair& pair);
   Result<bool> isGone(std::size_t root, const std::vector<std::string>& components);
   Result<std::optional<Doomed>> findDestination(const std::string& path);

@@ -25,6 +25,7 @@ std::uint64_t countBelow(RunState& run, int parent, const std::string& name) {
   std::uint64_t count = 0;
   std::vector<std::string> waiting{name};
   while (!waiting.empty() && !run.mustStop()) {
+    run.waitWhilePaused();
     const std::string relative = std::move(waiting.back());
     waiting.pop_back();
     const auto folder = openFolderBelow(run.files, parent, relative);

@@ -50,6 +50,7 @@ void copyFileThreadObject::Members::endListened(const RunRequest& request, const
     const ConditionLock::Guard guard(m_conditionLock);
     isPassing = false;
     if (!m_bBusy) m_bCanceled = false;
+    if (!m_bBusy && m_conditionLock.condition() != kRequested) pause.clear();
     if (m_currentInfo.uuidString == request.info.uuidString && m_currentInfo.name == request.info.name) {
       takeRunKeys(result.report.jobKeys, m_currentInfo);
       if (!result.report.completed) m_currentInfo.lastBeginTime = storedDate(request.begin);

@@ -84,7 +84,7 @@ RunResult copyFileThreadObject::Members::perform(const RunRequest& request) {
 
 RunResult copyFileThreadObject::Members::runSequence(const RunRequest& request, JobLog& log) {
   if (request.info.jobType == JobType::kClone) return runClone(request, log);
-  RunSequence sequence(services, memory, request, RunSwitches{m_bTerminateThread, m_bCanceled}, log,
+  RunSequence sequence(services, memory, request, RunSwitches{m_bTerminateThread, m_bCanceled, &pause}, log,
                        [this](const JobProgressMessage& message) { postProgress(message); });
   return sequence.run();
 }
@@ -96,6 +96,7 @@ void copyFileThreadObject::Members::endRun(const RunRequest& request, const RunR
     lastReport.request = request.number;
     if (!request.options.dryRun) keepResult(request, result);
     m_bCanceled = false;
+    pause.clear();
     if (result.end == RunResult::End::kTerminated) return;
     if (!m_bTerminateThread) {
       m_bBusy = false;

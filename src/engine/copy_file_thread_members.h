@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "engine/copy_file_thread_object.h"
+#include "engine/pause_switch.h"
 #include "engine/run_sequence.h"
 #include "platform/condition_lock.h"
 
@@ -54,6 +55,7 @@ struct copyFileThreadObject::Members {
   bool takeListened(RunRequest& request, const std::vector<std::string>& folders);
   void endListened(const RunRequest& request, const RunResult& result);
   void setCopyingState(bool copying);
+  void cancel();
 
   void post(const char* name, std::any object, PropertyList::Dictionary userInfo = {});
   void postProgress(const JobProgressMessage& message) { post(kProgressNotification, message); }
@@ -80,6 +82,7 @@ struct copyFileThreadObject::Members {
   // Guarded by m_conditionLock; the two that a run looks at between entries are read without it.
   std::atomic<bool> m_bTerminateThread{true};
   std::atomic<bool> m_bCanceled{false};
+  PauseSwitch pause;  // set only while a run or pass is requested or under way that is not to end
   bool m_bThreadDied = true;
   bool m_bBusy = false;
   bool isPassing = false;  // a pass over listened folders is under way

@@ -33,7 +33,7 @@ copyFileThreadObject::copyFileThreadObject(WorkerServices services)
   if (!m.listening) m.listening = std::make_unique<NoListening>();
   m.cancelEvent = m.services.notifications.observe(kCancelNotification, [&m](const Notification& notification) {
     const auto* index = std::any_cast<std::int32_t>(&notification.object);
-    if (index && *index == m.m_nJobIndex) m.m_bCanceled = true;
+    if (index && *index == m.m_nJobIndex) m.cancel();
   });
 }
 
@@ -116,6 +116,7 @@ bool copyFileThreadObject::postMessage(int message) {
   ConditionLock::Guard guard(m.m_conditionLock);
   if (m.m_bTerminateThread) return false;
   m.m_bTerminateThread = true;
+  m.pause.clear();
   guard.release(kRequested);
   return true;
 }
@@ -125,8 +126,11 @@ std::uint64_t copyFileThreadObject::setCopyMethod(CopyMethod method) {
   ConditionLock::Guard guard(m.m_conditionLock);
   m.m_nCopyMethod = method;
   if (m.m_bTerminateThread) return 0;  // an ended thread stays ended
-  // What was cancelled before this request was another run.
-  if (!m.m_bBusy && !m.isPassing) m.m_bCanceled = false;
+  // What was cancelled or paused before this request was another run.
+  if (!m.m_bBusy && !m.isPassing) {
+    m.m_bCanceled = false;
+    m.pause.clear();
+  }
   const std::uint64_t request = ++m.lastRequest;
   guard.release(kRequested);
   return request;
@@ -139,8 +143,37 @@ void copyFileThreadObject::setFirstCopy() {
 
 void copyFileThreadObject::setCancelFlag(bool cancelled) {
   Members& m = *members_;
+  if (cancelled) return m.cancel();
   const ConditionLock::Guard guard(m.m_conditionLock);
-  m.m_bCanceled = cancelled;
+  m.m_bCanceled = false;
+}
+
+void copyFileThreadObject::Members::cancel() {
+  const ConditionLock::Guard guard(m_conditionLock);
+  m_bCanceled = true;
+  pause.clear();
+}
+
+PauseAnswer copyFileThreadObject::pauseRun() {
+  Members& m = *members_;
+  const ConditionLock::Guard guard(m.m_conditionLock);
+  const bool runs = m.m_bBusy || m.isPassing || m.m_conditionLock.condition() == kRequested;
+  if (!runs || m.m_bTerminateThread || m.m_bCanceled) return PauseAnswer::kNotRunning;
+  // Its helper runs without us.
+  if (m.m_currentInfo.jobType == JobType::kClone) return PauseAnswer::kCannotBePaused;
+  m.pause.set();
+  return PauseAnswer::kDone;
+}
+
+bool copyFileThreadObject::resumeRun() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  const bool wasPaused = members_->pause.isSet();
+  members_->pause.clear();
+  return wasPaused;
+}
+
+bool copyFileThreadObject::isPaused() {
+  return members_->pause.isSet();
 }
 
 void copyFileThreadObject::setRunOptions(RunOptions options) {

@@ -34,6 +34,12 @@ inline constexpr const char* kLearnedNotification = "SyncObjectLearnedNotificati
 // "RUNJOBKEYS", a dictionary: keys of the stored job that the run has changed, to be stored as they are.
 inline constexpr const char* kRunJobKeysKey = "RUNJOBKEYS";
 
+enum class PauseAnswer {
+  kDone,
+  kNotRunning,      // or it is about to end
+  kCannotBePaused,  // a clone: another process carries it
+};
+
 // The worker of one job: a thread that sleeps until it is told to run the job, runs it, writes the job's log, posts
 // notifications and shows the end-of-run dialogs.
 //
@@ -59,6 +65,11 @@ class copyFileThreadObject {
   // Requests a run. A request that comes while a run is under way is lost. A cancellation counts from here on. The
   // request's number, from 1, which the report of its run carries; 0 when no thread runs that could take it up.
   std::uint64_t setCopyMethod(CopyMethod method);
+  // The run or pass that is requested or under way stands still, with all its threads, at its next entry, chunk of data
+  // or folder of deletions, until it goes on, is cancelled or the worker is stopped. It keeps its locks on the targets.
+  PauseAnswer pauseRun();
+  bool resumeRun();  // false when it was not paused
+  [[nodiscard]] bool isPaused();
   void setFirstCopy();  // until a run completes, runs leave no source out and compare sizes as well
   void setCancelFlag(bool cancelled);
   void setRunOptions(RunOptions options);  // for the runs requested from now on

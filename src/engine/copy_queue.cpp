@@ -74,6 +74,7 @@ class CopyQueue::Batch : public WorkPool::Task {
   }
 
   Result<FileTransport::Filled> carry(FileTransport& transport, const LaggingCopy& copy) const {
+    queue_.run_.waitWhilePaused();
     if (queue_.run_.mustStop()) return fail("copy", copy.entry.name, ECANCELED);
     return FileCopier::carryAside(transport, queue_.run_.files, sourceOf(copy), copy.entry.source, destinationOf(copy));
   }

@@ -100,6 +100,7 @@ Result<bool> DataCopy::copyAroundHoles(const Job& job) {
 Result<std::uint64_t> DataCopy::copySpan(const Job& job, std::uint64_t length) {
   std::uint64_t copied = 0;
   while (copied < length || length == 0) {
+    run_.waitWhilePaused();
     if (run_.mustStop()) return fail("copy", job.from.place.path, ECANCELED);
     LUMISK_TRY(const std::size_t size, copyChunk(job, length == 0 ? buffer_.size() : length - copied));
     if (size == 0) break;

@@ -16,6 +16,7 @@ std::uint64_t countBelow(RunState& run, const Descriptor& folder, int layer) {
   if (!names) return 0;
   std::uint64_t count = names->size();
   for (std::size_t i = 0; i < names->size() && !run.mustStop(); ++i) {
+    run.waitWhilePaused();
     ++run.m_nFileCount;
     if (layer <= 1 || !isFolder(run.files, folder.get(), *names, i)) continue;
     const std::string name(names->name(i));

@@ -18,6 +18,7 @@ class DirectoryWalk::Walker {
     if (run_.mustStop() || !roots_.open(source, destinationPath, layer)) return false;
     folders_.entered();
     while (!walk_.stack.isEmpty()) {
+      run_.waitWhilePaused();
       const FolderFrame& frame = walk_.stack.top();
       const bool isDone = frame.isLost || !frame.hasNext() || run_.mustStop();
       isDone ? folders_.leave() : step(mode);

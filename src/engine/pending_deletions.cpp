@@ -48,7 +48,9 @@ void PendingDeletions::carryOut(RunState& run, Trash& trash, int root, const std
   for (auto first = deletions_.begin(); first != deletions_.end() && !run.mustStop();) {
     const auto last =
         std::find_if(first, deletions_.end(), [&](const PendingDeletion& one) { return one.folder != first->folder; });
-    carryOutFolder(run, trash, root, rootPath, {first, last}, confirm);
+    // Not within a folder: what has been proven for it would grow old.
+    run.waitWhilePaused();
+    if (!run.mustStop()) carryOutFolder(run, trash, root, rootPath, {first, last}, confirm);
     first = last;
   }
   deletions_.clear();

@@ -69,6 +69,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   if (services.threads > 0 && request.options.pace == PaceKind::kFull) run_.pool = &pool_.emplace(services.threads);
   run_.terminate = &switches.m_bTerminateThread;
   run_.cancelled = &switches.m_bCanceled;
+  run_.pause = switches.pause;
   run_.dryRun = request.options.dryRun;
   run_.onEntry = run_.dryRun ? countingOutcomes() : request.options.onEntry;
   run_.begin = request.begin;

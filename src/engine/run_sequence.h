@@ -20,6 +20,7 @@ namespace lumisk {
 struct RunSwitches {
   const std::atomic<bool>& m_bTerminateThread;
   const std::atomic<bool>& m_bCanceled;
+  PauseSwitch* pause = nullptr;  // null: this run cannot be paused
 };
 
 struct RunResult {

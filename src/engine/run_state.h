@@ -11,6 +11,7 @@
 #include "engine/job_log.h"
 #include "engine/job_progress_message.h"
 #include "engine/pace.h"
+#include "engine/pause_switch.h"
 #include "engine/two_way_rule.h"
 #include "engine/written_data.h"
 #include "jobs/job_views.h"
@@ -74,6 +75,12 @@ struct RunState {
   [[nodiscard]] bool mustStop() const {
     return (terminate && terminate->load(std::memory_order_relaxed)) ||
            (cancelled && cancelled->load(std::memory_order_relaxed));
+  }
+  PauseSwitch* pause = nullptr;  // the worker's; may be missing
+  // While the run is paused and not to end. For all its threads, where nothing that was proven is about to be used.
+  // True when it has waited: what was asked before is old.
+  bool waitWhilePaused() const {
+    return pause && pause->isSet() && pause->wait([this] { return mustStop(); });
   }
 
   bool dryRun = false;                        // decide and report, change nothing

@@ -93,7 +93,10 @@ std::optional<scheduleThreadObject::Members::PlannedRun> scheduleThreadObject::M
   const bool forced = std::exchange(m_bImmediateEvent, false);
   PlannedRun run;
   run.options = std::exchange(requested, std::nullopt);
-  if (!isDue(base, now, forced, scans)) return std::nullopt;
+  if (!isDue(base, now, forced, scans)) {
+    isToPause = false;
+    return std::nullopt;
+  }
   isRunning = true;
   isGiven = isUnwanted = false;
   // Who asks for a run of a real-time job with options gets an ordinary one: a rehearsal must not leave the mark of a
@@ -170,6 +173,7 @@ void scheduleThreadObject::Members::noteGiven() {
   {
     const ConditionLock::Guard guard(m_conditionLock);
     isGiven = true;
+    if (std::exchange(isToPause, false) && !isUnwanted) (void)m_copyFileThreadObject.pauseRun();
     if (!std::exchange(isUnwanted, false)) return;
     index = m_nJobIndex;
   }
@@ -188,6 +192,7 @@ void scheduleThreadObject::Members::refuseRun() {
 // Before it began.
 void scheduleThreadObject::Members::giveUpRun() {
   const ConditionLock::Guard guard(m_conditionLock);
+  isToPause = false;
   if (std::exchange(isRunning, false)) countEnd(0, cancelledReport());
 }
 
@@ -248,6 +253,7 @@ void scheduleThreadObject::Members::endThread() {
   ConditionLock::Guard guard(m_conditionLock);
   isRunning = false;
   m_bCopyfile = false;
+  isToPause = false;
   if (std::exchange(requested, std::nullopt)) {
     m_bImmediateEvent = false;
     countEnd(0, cancelledReport());

@@ -73,6 +73,7 @@ struct scheduleThreadObject::Members {
   bool isRunning = false;    // a run that this thread has decided on is under way
   bool isGiven = false;      // ... and the worker has been given it: it hears of a cancel itself
   bool isUnwanted = false;   // ... and was cancelled before that
+  bool isToPause = false;    // a run that the worker has not been given yet
   bool m_bTerminateThread = true;
   bool m_bThreadDied = true;
   QUORVELPREFERENCEINFOtag_SchedulePart m_currentInfo;

@@ -156,12 +156,37 @@ bool scheduleThreadObject::cancelRequestedRun() {
   const ConditionLock::Guard guard(m.m_conditionLock);
   if (m.isRunning && !m.isGiven) return m.isUnwanted = true;
   if (!m.requested) return false;
+  m.isToPause = false;
   m.requested.reset();
   m.m_bImmediateEvent = false;
   RunReport report;
   report.cancelled = true;
   m.countEnd(0, report);
   return true;
+}
+
+// The worker's lock is taken under this one, and never the other way round.
+PauseAnswer scheduleThreadObject::pauseRun() {
+  Members& m = *members_;
+  const ConditionLock::Guard guard(m.m_conditionLock);
+  const bool isComing = m.m_bImmediateEvent || (m.isRunning && !m.isGiven && !m.isUnwanted);
+  if (!isComing || m.m_bTerminateThread) return m.m_copyFileThreadObject.pauseRun();
+  if (m.m_currentInfo.jobType == JobType::kClone) return PauseAnswer::kCannotBePaused;
+  m.isToPause = true;
+  (void)m.m_copyFileThreadObject.pauseRun();  // a pass that is under way before it
+  return PauseAnswer::kDone;
+}
+
+bool scheduleThreadObject::resumeRun() {
+  Members& m = *members_;
+  const ConditionLock::Guard guard(m.m_conditionLock);
+  const bool wasToPause = std::exchange(m.isToPause, false);
+  return m.m_copyFileThreadObject.resumeRun() || wasToPause;
+}
+
+bool scheduleThreadObject::isPaused() {
+  const ConditionLock::Guard guard(members_->m_conditionLock);
+  return members_->isToPause || members_->m_copyFileThreadObject.isPaused();
 }
 
 void scheduleThreadObject::setCopyingState(bool copying) {

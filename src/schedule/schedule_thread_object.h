@@ -20,8 +20,8 @@ struct ScheduleServices {
 // The scheduler of one job: a thread that decides when the job is due and has its worker, which it owns, run it.
 //
 // Threads: everything public may be called from any thread but the scheduler's and the worker's own; from the worker's,
-// only setImmediateEvent(), setCopyingState() and isNowCopyingFile(). stop() blocks until both threads have ended.
-// m_conditionLock guards every flag: 0 made, 10 waiting, 12 ended, 13 the run has ended or a stop was requested.
+// only setImmediateEvent(), setCopyingState(), isNowCopyingFile() and isPaused(). stop() blocks until both threads have
+// ended. m_conditionLock guards every flag: 0 made, 10 waiting, 12 ended, 13 the run has ended or a stop was requested.
 class scheduleThreadObject : public RunScheduler {
  public:
   explicit scheduleThreadObject(ScheduleServices services);
@@ -44,6 +44,10 @@ class scheduleThreadObject : public RunScheduler {
   // A run that the worker has not been given: one that is only requested has ended then, cancelled; one that has been
   // decided on is cancelled as it begins.
   bool cancelRequestedRun();
+  // Of a run or pass; one that is only requested stands still as soon as it begins. See copyFileThreadObject.
+  PauseAnswer pauseRun();
+  bool resumeRun();  // false when it was not paused
+  [[nodiscard]] bool isPaused();
   void setCopyingState(bool copying) override;
   [[nodiscard]] bool isNowCopyingFile();
   [[nodiscard]] bool isStarted();  // the thread runs and has not been asked to stop

@@ -146,6 +146,21 @@ TEST_F(ScheduleThread, CancelBeforeTheWorkerHasTheRun_IsNotLost) {
   EXPECT_FALSE(scheduler().endedRuns().last.cancelled) << "the next run was cancelled, too";
 }
 
+TEST_F(ScheduleThread, PauseOfARunThatIsOnlyRequested_HoldsItWhenItBegins) {
+  start();
+  EXPECT_EQ(scheduler().pauseRun(), PauseAnswer::kNotRunning);
+  gate.set(true);
+  ASSERT_TRUE(scheduler().requestRun({}));
+  EXPECT_EQ(scheduler().pauseRun(), PauseAnswer::kDone);
+  gate.waitForRun();
+  EXPECT_TRUE(scheduler().isPaused());
+  gate.set(false);
+  EXPECT_TRUE(scheduler().resumeRun());
+  EXPECT_FALSE(scheduler().resumeRun());
+  sleep->waitUntilAsleep();
+  EXPECT_TRUE(scheduler().endedRuns().last.completed);
+}
+
 TEST_F(ScheduleThread, OtherWorkerOfTheSameName_EndsNothing) {
   start();
   gate.set(true);
@@ -203,9 +218,12 @@ TEST_F(ScheduleThread, RunningSources_AreListedDuringTheRun) {
 
 TEST_F(ScheduleThread, Clone_IsRefusedAndNobodyWaits) {
   kit.job.jobType = JobType::kClone;
+  PauseAnswer paused{};
+  onPreference = [&] { paused = scheduler().pauseRun(); };
   start();
-  ASSERT_TRUE(scheduler().requestRun({}));
+  ASSERT_TRUE(scheduler().setImmediateEvent());
   sleep->waitUntilAsleep();
+  EXPECT_EQ(paused, PauseAnswer::kCannotBePaused);
   EXPECT_TRUE(scheduler().endedRuns().last.refused);
   EXPECT_FALSE(scheduler().isNowCopyingFile());
 }
@@ -275,6 +293,8 @@ TEST_F(ScheduleThread, AnyInterleaving_NothingIsStuck) {
   others.push_back(repeat([&] { (void)scheduler_->requestRun({}); }));
   others.push_back(repeat([&] { (void)scheduler_->fetchCurrentInfo(jobs, 0); }));
   others.push_back(repeat([&] { scheduler_->postMessage(1); }));
+  others.push_back(repeat([&] { (void)(scheduler_->pauseRun() == PauseAnswer::kDone && scheduler_->isPaused()); }));
+  others.push_back(repeat([&] { scheduler_->resumeRun(); }));
   others.push_back(repeat([&] { (void)scheduler_->endedRuns(); }));
   for (int i = 0; i < 50; ++i) {
     scheduler_->start();
