@@ -91,15 +91,6 @@ TEST_P(FileCallsConformance, Name_ThatIsNoEntryOfTheFolder_IsRefused) {
   EXPECT_EQ(treeListing(tree.path()), (std::vector<std::string>{"d/", "d/f", "f"}));
 }
 
-TEST_P(FileCallsConformance, Error_OfAName_CarriesIt) {
-  const TempTree tree;
-  const auto root = open(tree);
-  const auto missing = files().status(root.get(), "missing");
-  ASSERT_FALSE(missing);
-  EXPECT_EQ(missing.error().code, ENOENT);
-  EXPECT_EQ(missing.error().path, "missing");
-}
-
 TEST_P(FileCallsConformance, OpenRoot_PathLongerThanOneCallTakes_Opens) {
   const TempTree tree;
   auto at = open(tree);
@@ -114,14 +105,6 @@ TEST_P(FileCallsConformance, OpenRoot_PathLongerThanOneCallTakes_Opens) {
   ASSERT_TRUE(opened) << opened.error().text();
   EXPECT_EQ(files().statusOf(opened->get())->identity, files().statusOf(at.get())->identity);
   EXPECT_EQ(codeOf(files().openRoot(path + "/missing")), ENOENT);
-}
-
-TEST_P(FileCallsConformance, OpenParent_OfAFolder_IsTheFolderAbove) {
-  const TempTree tree{{"d", Dir{}}};
-  const auto root = open(tree);
-  const auto parent = files().openParent(files().openFolder(root.get(), "d")->get());
-  ASSERT_TRUE(parent);
-  EXPECT_EQ(files().statusOf(parent->get())->identity, files().statusOf(root.get())->identity);
 }
 
 TEST_P(FileCallsConformance, ListFolder_ManyEntriesOfAllKinds_GivesEachOnceEveryTime) {
@@ -163,14 +146,6 @@ TEST_P(FileCallsConformance, Status_OfAFile_IsWhatTheSystemSays) {
   EXPECT_EQ(files().statusOf(files().openFile(root.get(), "f")->get())->identity, status.identity);
   EXPECT_FALSE(status.isMountRoot);
   EXPECT_TRUE(files().status(files().openRoot("/")->get(), "proc")->isMountRoot);
-}
-
-TEST_P(FileCallsConformance, SpaceOf_AFolder_IsWithinTheTotal) {
-  const TempTree tree;
-  const auto space = files().spaceOf(open(tree).get());
-  ASSERT_TRUE(space);
-  EXPECT_GT(space->total, 0U);
-  EXPECT_LE(space->available, space->total);
 }
 
 TEST_P(FileCallsConformance, MayReadAndWrite_AsAnotherUser_FollowThePermissions) {
@@ -249,36 +224,6 @@ TEST_P(FileCallsConformance, Data_WrittenAndSought_ReadsBack) {
   EXPECT_EQ(codeOf(files().seek(writing->get(), ~0ULL)), EOVERFLOW);
 }
 
-TEST_P(FileCallsConformance, Holes_InAFile_AreFound) {
-  const TempTree tree;
-  const auto root = open(tree);
-  const auto file = files().createFile(root.get(), "f", 0600);
-  constexpr std::uint64_t kMegabyte = 1 << 20;
-  ASSERT_TRUE(files().seek(file->get(), kMegabyte));
-  ASSERT_TRUE(files().write(file->get(), bytesOf("data")));
-  ASSERT_TRUE(files().truncate(file->get(), 3 * kMegabyte));
-  EXPECT_EQ(files().seekData(file->get(), 0), kMegabyte);
-  EXPECT_LT(files().seekHole(file->get(), kMegabyte).value_or(~0ULL), 2 * kMegabyte);
-  EXPECT_EQ(codeOf(files().seekData(file->get(), 2 * kMegabyte)), ENXIO);
-  EXPECT_LT(files().statusOf(file->get())->blocks * 512, kMegabyte);
-}
-
-TEST_P(FileCallsConformance, CopyInTheKernel_CarriesTheBytes) {
-  const TempTree tree{{"f", File{"0123456789"}}};
-  const auto root = open(tree);
-  const auto from = files().openFile(root.get(), "f");
-  const auto to = files().createFile(root.get(), "copy", 0600);
-  ASSERT_TRUE(files().seek(from->get(), 4));
-  EXPECT_EQ(files().copyRange(from->get(), to->get(), 100), 6U);
-  EXPECT_EQ(files().copyRange(from->get(), to->get(), 100), 0U);
-  EXPECT_EQ(readFile(tree / "copy"), "456789");
-  const auto clone = files().createFile(root.get(), "clone", 0600);
-  if (const auto cloned = files().cloneFile(from->get(), clone->get()); cloned)
-    EXPECT_EQ(readFile(tree / "clone"), "0123456789");
-  else
-    EXPECT_EQ(cloned.error().code, EOPNOTSUPP);
-}
-
 TEST_P(FileCallsConformance, Rename_OntoAnExistingName_ReplacesOnlyWhenAllowed) {
   const TempTree tree{{"a", File{"a"}}, {"b", File{"b"}}, {"d", Dir{}}, {"e", Dir{}}, {"l", Link{"nowhere"}}};
   const auto root = open(tree);
@@ -290,24 +235,6 @@ TEST_P(FileCallsConformance, Rename_OntoAnExistingName_ReplacesOnlyWhenAllowed) 
   ASSERT_TRUE(files().rename(root.get(), "b", root.get(), "c", Replace::kNever));
   ASSERT_TRUE(files().rename(root.get(), "c", files().openFolder(root.get(), "d")->get(), "f", Replace::kNever));
   ExpectTreeExactly(tree.path(), Dir{{"d", Dir{{"f", File{"a"}}}}, {"e", Dir{}}, {"l", Link{"nowhere"}}});
-}
-
-TEST_P(FileCallsConformance, Exchange_OfTwoNames_SwapsWhatTheyName) {
-  const TempTree tree{{"a", File{"a"}}, {"d", Dir{{"f", File{"f"}}}}};
-  const auto root = open(tree);
-  ASSERT_TRUE(files().exchange(root.get(), "a", root.get(), "d"));
-  ExpectTreeExactly(tree.path(), Dir{{"a", Dir{{"f", File{"f"}}}}, {"d", File{"a"}}});
-  EXPECT_EQ(codeOf(files().exchange(root.get(), "a", root.get(), "missing")), ENOENT);
-}
-
-TEST_P(FileCallsConformance, SymbolicLink_OfTheGreatestLength_ReadsBack) {
-  const TempTree tree{{"f", File{""}}};
-  const auto root = open(tree);
-  const std::string text(4095, 't');
-  ASSERT_TRUE(files().makeLink(text, root.get(), "l"));
-  EXPECT_EQ(files().readLink(root.get(), "l"), text);
-  EXPECT_EQ(codeOf(files().makeLink("x", root.get(), "l")), EEXIST);
-  EXPECT_EQ(codeOf(files().readLink(root.get(), "f")), EINVAL);
 }
 
 TEST_P(FileCallsConformance, Metadata_SetByDescriptorAndOnALink_IsKept) {
@@ -323,34 +250,6 @@ TEST_P(FileCallsConformance, Metadata_SetByDescriptorAndOnALink_IsKept) {
   EXPECT_EQ(files().status(root.get(), "f")->mode, 02710U);
   EXPECT_EQ(files().status(root.get(), "f")->modified, (FileTime{-5, 999'999'999}));
   EXPECT_EQ(files().status(root.get(), "l")->modified, (FileTime{77, 8}));
-}
-
-TEST_P(FileCallsConformance, Attributes_OfAnySize_AreKept) {
-  const TempTree tree{{"d", Dir{}}};
-  const auto root = open(tree);
-  const auto folder = files().openFolder(root.get(), "d");
-  const std::string large(3000, '\0');
-  if (codeOf(files().setAttribute(folder->get(), "user.large", large)) == EOPNOTSUPP) GTEST_SKIP() << "no attributes";
-  ASSERT_TRUE(files().setAttribute(folder->get(), "user.empty", ""));
-  auto names = *files().listAttributes(folder->get());
-  std::erase_if(names, [](const std::string& name) { return name.rfind("user.", 0) != 0; });
-  std::sort(names.begin(), names.end());
-  EXPECT_EQ(names, (std::vector<std::string>{"user.empty", "user.large"}));
-  EXPECT_EQ(files().attribute(folder->get(), "user.large"), large);
-  EXPECT_EQ(files().attribute(folder->get(), "user.empty"), "");
-  ASSERT_TRUE(files().removeAttribute(folder->get(), "user.large"));
-  EXPECT_EQ(codeOf(files().attribute(folder->get(), "user.large")), ENODATA);
-}
-
-TEST_P(FileCallsConformance, LockExclusively_HeldByAnotherDescriptor_FailsUntilItGoes) {
-  const TempTree tree{{"f", File{""}}};
-  const auto root = open(tree);
-  auto first = files().openFile(root.get(), "f");
-  const auto second = files().openFile(root.get(), "f");
-  ASSERT_TRUE(files().lockExclusively(first->get()));
-  EXPECT_EQ(codeOf(files().lockExclusively(second->get())), EWOULDBLOCK);
-  first->reset();
-  EXPECT_TRUE(files().lockExclusively(second->get()));
 }
 
 // Where the file system itself cannot refuse to replace.

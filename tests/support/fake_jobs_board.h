@@ -8,6 +8,17 @@
 
 namespace lumisk::test {
 
+// A job of this name, from "/s/name" to "/t/name", that is started by hand.
+inline BoardJob boardJob(const std::string& name, WallTime now) {
+  QUORVELPREFERENCEINFO job = newJobDefaults(now);
+  job.name = name;
+  job.uuidString = "uuid-" + name;
+  job.sourcePaths = {"/s/" + name};
+  job.targetPaths = {"/t/" + name};
+  job.scheduling_method = SchedulingMethod::kNone;
+  return {job.uuidString, jobToDictionary(job), false, {}};
+}
+
 // Jobs in memory, and what was asked of them.
 class FakeJobsBoard : public JobsBoard {
  public:
