@@ -144,23 +144,6 @@ TEST_F(DialogDeskTest, End_AnswersWhatIsAskedAndWhatComesAfter) {
   EXPECT_FALSE(desk.ask("t", "m", "Yes", "No"));
 }
 
-TEST_F(DialogDeskTest, HeldDeletions_GoWhenTheRunCouldBeStarted) {
-  std::optional<std::string> refusal = "it is running";
-  std::string released;
-  desk.setRelease([&](const HeldDeletions& held) {
-    released = held.jobUuid;
-    return refusal;
-  });
-  desk.showHeldDeletions({"job", "UUID", 30, {"/t/a"}});
-  const auto id = desk.items().front().id;
-  EXPECT_EQ(desk.releaseDeletions(id), refusal);
-  EXPECT_EQ(desk.items().size(), 1U);
-  refusal.reset();
-  EXPECT_EQ(desk.releaseDeletions(id), std::nullopt);
-  EXPECT_EQ(released, "UUID");
-  EXPECT_TRUE(desk.items().empty());
-}
-
 // A whole run.
 
 TEST_F(DialogDeskTest, DeletionsHeldByARun_AreToldWithTheirPaths) {

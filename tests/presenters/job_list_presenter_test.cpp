@@ -13,15 +13,7 @@ using namespace test;
 
 class JobListTest : public HomeFixture {
  protected:
-  BoardJob makeJob(const std::string& name) {
-    QUORVELPREFERENCEINFO job = newJobDefaults(clock.now());
-    job.name = name;
-    job.uuidString = "uuid-" + name;
-    job.sourcePaths = {"/s/" + name};
-    job.targetPaths = {"/t/" + name};
-    job.scheduling_method = SchedulingMethod::kNone;
-    return {job.uuidString, jobToDictionary(job), false, {}};
-  }
+  BoardJob makeJob(const std::string& name) { return boardJob(name, clock.now()); }
   static void set(BoardJob& job, const char* key, PropertyList value) {
     job.stored.mutableDictionary()[key] = std::move(value);
   }

@@ -58,15 +58,13 @@ class JobsBoardsTest : public AppFixture {
 };
 
 TEST_F(JobsBoardsTest, LocalBoard_ChangesTheJobsOfThisProcess) {
-  storeThree();
-  launch();
+  launchThree();
   LocalJobsBoard board(*app, clock);
   checkChanges(board);
 }
 
 TEST_F(JobsBoardsTest, EditOfARunningJob_WaitsForItsRunBesideTheWindows) {
-  storeThree();
-  launch();
+  launchThree();
   int waited = 0;
   LocalJobsBoard board(*app, clock, [&](const std::function<bool()>& isOver) {
     ++waited;
@@ -125,16 +123,14 @@ TEST_F(JobsBoardsTest, FileListOfAJob_FollowsItsName_AndIsNobodyElses) {
 }
 
 TEST_F(JobsBoardsTest, InstanceBoard_ChangesTheJobsOverTheMessageServer) {
-  storeThree();
-  launch();
+  launchThree();
   InstanceJobsBoard board(
       loop, clock, [] {}, [this](const auto& work) { waitServing(work); });
   checkChanges(board);
 }
 
 TEST_F(JobsBoardsTest, Observers_HearOfChangesAsLongAsTheyHoldOn) {
-  storeThree();
-  launch();
+  launchThree();
   LocalJobsBoard board(*app, clock);
   std::vector<BoardChange> told;
   auto observation = board.observe([&](BoardChange change) { told.push_back(change); });
@@ -150,8 +146,7 @@ TEST_F(JobsBoardsTest, Observers_HearOfChangesAsLongAsTheyHoldOn) {
 
 TEST_F(JobsBoardsTest, SecondStart_ShowsTheWindowOfTheFirstWhereThereIsOne) {
   EXPECT_EQ(askOtherInstance(), OtherInstance::kNone);
-  storeThree();
-  launch();
+  launchThree();
   OtherInstance found{};
   waitServing([&] { found = askOtherInstance(); });
   EXPECT_EQ(found, OtherInstance::kWithoutWindows);

@@ -60,16 +60,13 @@ TEST(FileManagerActions, SwitchedOn_StartTheseProgramsWhateverTheirFolderIsCalle
 
 TEST(LoginItem, SwitchedOff_StaysOffAtLaterStarts) {
   const test::TempTree tree;
-  setenv("XDG_CONFIG_HOME", tree.path().c_str(), 1);
-  setenv("LUMISK_HOME", tree.path().c_str(), 1);
+  const test::ScopedVariable config("XDG_CONFIG_HOME", tree.path()), home("LUMISK_HOME", tree.path());
   EXPECT_FALSE(isStartedAtLogin());
   EXPECT_TRUE(setStartedAtLogin("/bin/lumisk", true));
   EXPECT_TRUE(isStartedAtLogin());
   EXPECT_TRUE(setStartedAtLogin("/bin/lumisk", false));
   (void)enterLoginItem("/bin/lumisk");
   EXPECT_FALSE(isStartedAtLogin());
-  unsetenv("LUMISK_HOME");
-  unsetenv("XDG_CONFIG_HOME");
 }
 
 }  // namespace

@@ -49,6 +49,7 @@ class RestorePresenterTest : public HomeFixture {
             [this](Background::Work work) { loop.perform(std::move(work)); }};
   }
   ~RestorePresenterTest() override {
+    restore.reset();
     for (std::thread& thread : threads) thread.join();
   }
   template <class Condition>
@@ -57,12 +58,21 @@ class RestorePresenterTest : public HomeFixture {
     loop.serveUntil([&] { return condition() || std::chrono::steady_clock::now() > deadline; });
     ASSERT_TRUE(condition());
   }
-  void settle(RestorePresenter& restore) {
-    serveUntil([&] { return !restore.isLooking() && !restore.isListing() && !restore.isRestoring(); });
+  void settle() {
+    serveUntil([this] { return !restore->isLooking() && !restore->isListing() && !restore->isRestoring(); });
   }
-  static std::vector<std::string> names(const RestorePresenter& restore) {
+  void show(const std::string& path) {
+    restore->showPath(path);
+    settle();
+  }
+  // What ends once it has been put back.
+  void putBack() {
+    restore->putBack(0);
+    settle();
+  }
+  std::vector<std::string> names() const {
     std::vector<std::string> names;
-    for (const RestoreEntry& entry : restore.entries()) names.push_back(entry.name + (entry.isGone ? " (gone)" : ""));
+    for (const RestoreEntry& entry : restore->entries()) names.push_back(entry.name + (entry.isGone ? " (gone)" : ""));
     return names;
   }
 
@@ -76,44 +86,42 @@ class RestorePresenterTest : public HomeFixture {
   PropertyList::Array jobs;
   std::vector<std::string> opened;
   std::vector<std::thread> threads;
+  std::optional<RestorePresenter> restore{services()};
 };
 
 TEST_F(RestorePresenterTest, FileOfAJob_IsFoundBrowsedAndPutBack) {
-  RestorePresenter restore(services());
-  restore.showJob("uuid");
-  settle(restore);
-  EXPECT_THAT(names(restore), ::testing::ElementsAre("d", "a.txt", "gone.txt (gone)"));
-  restore.select(tree / "docs/a.txt");
-  settle(restore);
-  ASSERT_EQ(restore.versions().size(), 1U);
-  EXPECT_EQ(restore.versions()[0].kind, "Latest copy");
-  EXPECT_EQ(restore.versions()[0].date, "1970-01-01 01:16");
-  restore.putBack(0);
-  EXPECT_TRUE(restore.isRestoring());
-  settle(restore);
-  ASSERT_TRUE(restore.lastEnd());
-  EXPECT_TRUE(restore.lastEnd()->isGood) << restore.lastEnd()->text;
+  restore->showJob("uuid");
+  settle();
+  EXPECT_THAT(names(), ::testing::ElementsAre("d", "a.txt", "gone.txt (gone)"));
+  restore->select(tree / "docs/a.txt");
+  settle();
+  ASSERT_EQ(restore->versions().size(), 1U);
+  EXPECT_EQ(restore->versions()[0].kind, "Latest copy");
+  EXPECT_EQ(restore->versions()[0].date, "1970-01-01 01:16");
+  restore->putBack(0);
+  EXPECT_TRUE(restore->isRestoring());
+  settle();
+  ASSERT_TRUE(restore->lastEnd());
+  EXPECT_TRUE(restore->lastEnd()->isGood) << restore->lastEnd()->text;
   ExpectTreeExactly(tree / "docs", Dir{{"a.txt", File{"good", 0600, 1000}}, {"d", Dir{{"b", File{"b", 0644, 500}}}}});
   // What it replaced is a version by now.
-  ASSERT_EQ(restore.versions().size(), 2U);
-  EXPECT_EQ(restore.versions()[0].kind.substr(0, 12), "In the Trash");
-  EXPECT_EQ(restore.versions()[1].note, "as it is now");
+  ASSERT_EQ(restore->versions().size(), 2U);
+  EXPECT_EQ(restore->versions()[0].kind.substr(0, 12), "In the Trash");
+  EXPECT_EQ(restore->versions()[1].note, "as it is now");
   EXPECT_TRUE(PluginList(pluginList).restoredPlaces().empty());
 }
 
 TEST_F(RestorePresenterTest, DeletedFileOfAPath_IsPutElsewhere_AndOpenedAsAReadOnlyCopy) {
-  RestorePresenter restore(services());
-  restore.showPath(tree / "docs/gone.txt");
-  settle(restore);
-  EXPECT_EQ(restore.folder(), tree / "docs");
+  show(tree / "docs/gone.txt");
+  EXPECT_EQ(restore->folder(), tree / "docs");
   makeTree(tree.path(), {{"else", Dir{}}});
-  restore.putInto(0, tree / "else");
-  settle(restore);
-  EXPECT_TRUE(restore.lastEnd()->isGood) << restore.lastEnd()->text;
+  restore->putInto(0, tree / "else");
+  settle();
+  EXPECT_TRUE(restore->lastEnd()->isGood) << restore->lastEnd()->text;
   EXPECT_EQ(readFile(tree / "else/gone.txt"), "gone");
   EXPECT_FALSE(exists(tree / "docs/gone.txt"));
-  restore.open(0);
-  settle(restore);
+  restore->open(0);
+  settle();
   ASSERT_EQ(opened.size(), 1U);
   EXPECT_EQ(std::filesystem::path(opened[0]).filename(), "gone.txt");
   EXPECT_EQ(readFile(opened[0]), "gone");
@@ -123,18 +131,13 @@ TEST_F(RestorePresenterTest, DeletedFileOfAPath_IsPutElsewhere_AndOpenedAsAReadO
 TEST_F(RestorePresenterTest, JobsOfTheseSources_AreHeldOffWhileItRestores) {
   std::vector<std::string> heldOff;
   files.before(FileCall::kCreateFile, [&] { heldOff = PluginList(pluginList).restoredPlaces(); });
-  RestorePresenter restore(services());
-  restore.showPath(tree / "docs/a.txt");
-  settle(restore);
-  restore.putBack(0);
-  settle(restore);
+  show(tree / "docs/a.txt");
+  putBack();
   EXPECT_THAT(heldOff, ::testing::ElementsAre(tree / "docs/a.txt"));
 }
 
 TEST_F(RestorePresenterTest, WindowClosedInTheMiddle_LeavesTheFileAsItWasAndHoldsNothingOff) {
-  auto restore = std::make_unique<RestorePresenter>(services());
-  restore->showPath(tree / "docs/a.txt");
-  settle(*restore);
+  show(tree / "docs/a.txt");
   std::atomic<bool> isCopying{false}, mayGoOn{false};
   files.before(FileCall::kCreateFile, [&] {
     isCopying = true;
@@ -153,34 +156,29 @@ TEST_F(RestorePresenterTest, WindowClosedInTheMiddle_LeavesTheFileAsItWasAndHold
 TEST_F(RestorePresenterTest, RunThatWritesToTheTarget_IsNotDisturbed) {
   const auto folder = realFileCalls().openRoot(tree / "t");
   ASSERT_TRUE(realFileCalls().lockExclusively(folder->get()));
-  RestorePresenter restore(services());
-  restore.showPath(tree / "docs/a.txt");
-  settle(restore);
-  restore.putBack(0);
-  settle(restore);
-  EXPECT_FALSE(restore.lastEnd()->isGood);
+  show(tree / "docs/a.txt");
+  putBack();
+  EXPECT_FALSE(restore->lastEnd()->isGood);
   EXPECT_EQ(readFile(tree / "docs/a.txt"), "spoiled");
 }
 
 TEST_F(RestorePresenterTest, Browsing_ReadsNoDiskOnTheMainThread) {
   const auto mainThread = std::this_thread::get_id();
-  RestorePresenter restore(services());
   files.before(FileCall::kOpenRoot, [&] { EXPECT_NE(std::this_thread::get_id(), mainThread); },
                {.times = FaultyFileCalls::kAlways});
-  for (const auto& step : std::vector<std::function<void()>>{[&] { restore.showPath(tree / "docs/a.txt"); },
-                                                             [&] { restore.up(); }, [&] { restore.showJob("uuid"); }}) {
+  for (const auto& step :
+       std::vector<std::function<void()>>{[&] { restore->showPath(tree / "docs/a.txt"); }, [&] { restore->up(); },
+                                          [&] { restore->showJob("uuid"); }}) {
     step();
-    settle(restore);
+    settle();
   }
 }
 
 TEST_F(RestorePresenterTest, PathOfNoJob_SaysSo) {
-  RestorePresenter restore(services());
-  restore.showPath("/nowhere/x");
-  settle(restore);
-  EXPECT_EQ(restore.hint(), "No job copies this, so there are no versions of it.");
-  restore.putBack(0);
-  EXPECT_FALSE(restore.isRestoring());
+  show("/nowhere/x");
+  EXPECT_EQ(restore->hint(), "No job copies this, so there are no versions of it.");
+  restore->putBack(0);
+  EXPECT_FALSE(restore->isRestoring());
 }
 
 }  // namespace

@@ -10,7 +10,9 @@ namespace lumisk::test {
 // Shows nothing and answers as it is told.
 class SilentDialogs : public UserDialogs {
  public:
-  void showAlert(const std::string&, const std::string&) override {}
+  void showAlert(const std::string& title, const std::string& message) override {
+    alerts.push_back(title + ": " + message);
+  }
   void showMessage(const std::string&, const std::string&, const std::string&) override {}
   void showPathProblem(const PathProblem&) override {}
   void showFinish(const FinishDialog&) override {}
@@ -21,7 +23,7 @@ class SilentDialogs : public UserDialogs {
     return answer;
   }
   bool answer = false;
-  std::vector<std::string> asked;
+  std::vector<std::string> alerts, asked;
 };
 
 }  // namespace lumisk::test

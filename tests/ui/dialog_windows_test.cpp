@@ -4,39 +4,23 @@
 #include <QDialog>
 #include <QLabel>
 #include <QListWidget>
-#include <QPushButton>
 #include <QRadioButton>
-#include <QTest>
 #include <thread>
 
 #include "presenters/dialog_texts.h"
 #include "presenters/notice_watch.h"
-#include "support/fake_jobs_board.h"
 #include "support/worker_fixture.h"
 #include "ui/text.h"
+#include "ui/window_fixture.h"
 
 namespace lumisk::test {
 namespace {
 
-using namespace std::chrono_literals;
-
 class DialogWindowsTest : public ::testing::Test {
  protected:
-  template <class Condition>
-  void serveUntil(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + 1min;
-    while (!condition() && std::chrono::steady_clock::now() < deadline) QTest::qWait(1);
-    ASSERT_TRUE(condition());
-  }
   QDialog* onlyWindow() {
-    serveUntil([&] { return desk.items().size() == 1 && windows.windowOf(desk.items()[0].id); });
+    EXPECT_TRUE(comes([&] { return desk.items().size() == 1 && windows.windowOf(desk.items()[0].id); }));
     return windows.windowOf(desk.items()[0].id);
-  }
-  static QPushButton* button(QWidget* window, const QString& text) {
-    for (QPushButton* const each : window->findChildren<QPushButton*>())
-      if (each->text() == text) return each;
-    ADD_FAILURE() << text.toStdString();
-    return nullptr;
   }
   static QString allText(const QWidget* window) {
     QString text;
@@ -94,8 +78,8 @@ TEST_F(ConflictOfARun, AnsweredInItsWindow_IsCarriedOut) {
   QDialog* const window = onlyWindow();
   EXPECT_TRUE(allText(window).contains(QStringLiteral("both")));
   choose(window, ConflictChoice::kTargetWins);
-  QTest::mouseClick(button(window, QStringLiteral("OK")), Qt::LeftButton);
-  serveUntil([&] { return ends > 0; });
+  QTest::mouseClick(buttonOf(window, QStringLiteral("OK")), Qt::LeftButton);
+  ASSERT_TRUE(comes([&] { return ends > 0; }));
   EXPECT_EQ(source(), "of the target");
   EXPECT_EQ(target(), "of the target");
   worker->stop();
@@ -104,7 +88,7 @@ TEST_F(ConflictOfARun, AnsweredInItsWindow_IsCarriedOut) {
 TEST_F(ConflictOfARun, WindowThatIsClosed_KeepsBothVersions) {
   start();
   QTest::keyClick(onlyWindow(), Qt::Key_Escape);
-  serveUntil([&] { return ends > 0; });
+  ASSERT_TRUE(comes([&] { return ends > 0; }));
   worker->stop();
   EXPECT_EQ(source(), "of the source");
   EXPECT_EQ(target(), "of the source");
@@ -135,7 +119,8 @@ TEST_F(DialogWindowsTest, Messages_OfOneJob_ChangeOneWindowThatTakesNoFocus) {
 TEST_F(DialogWindowsTest, QuestionOfTheMainThread_IsAnsweredByTheKeyboard) {
   const auto answerWith = [&](const QString& text) {
     QMetaObject::invokeMethod(
-        &windows, [this, text] { QTest::keyClick(button(windows.windowOf(desk.items()[0].id), text), Qt::Key_Space); },
+        &windows,
+        [this, text] { QTest::keyClick(buttonOf(windows.windowOf(desk.items()[0].id), text), Qt::Key_Space); },
         Qt::QueuedConnection);
   };
   answerWith(QStringLiteral("OK"));
@@ -152,16 +137,16 @@ TEST_F(DialogWindowsTest, HeldDeletions_AreListed_LetThroughOrKept) {
   desk.showHeldDeletions(held);
   QDialog* window = onlyWindow();
   EXPECT_EQ(window->findChild<QListWidget*>()->count(), 2);
-  QTest::mouseClick(button(window, QStringLiteral("Keep them")), Qt::LeftButton);
+  QTest::mouseClick(buttonOf(window, QStringLiteral("Keep them")), Qt::LeftButton);
   EXPECT_TRUE(desk.items().empty());
   EXPECT_TRUE(board.calls.empty());
   desk.showHeldDeletions(held);
   window = onlyWindow();
   board.refusal = "the job is running";
-  QTest::mouseClick(button(window, QStringLiteral("Delete them now")), Qt::LeftButton);
+  QTest::mouseClick(buttonOf(window, QStringLiteral("Delete them now")), Qt::LeftButton);
   EXPECT_TRUE(allText(window).contains(QStringLiteral("the job is running")));
   board.refusal.reset();
-  QTest::mouseClick(button(window, QStringLiteral("Delete them now")), Qt::LeftButton);
+  QTest::mouseClick(buttonOf(window, QStringLiteral("Delete them now")), Qt::LeftButton);
   EXPECT_EQ(board.calls.back(), "allow deletions of uuid-1");
   EXPECT_TRUE(desk.items().empty());
 }

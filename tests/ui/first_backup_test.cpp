@@ -1,26 +1,16 @@
-#include <gtest/gtest.h>
-
-#include <QPushButton>
-#include <QTest>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
-#include "platform/real_file_calls.h"
 #include "presenters/local_jobs_board.h"
-#include "support/home_fixture.h"
-#include "support/silent_dialogs.h"
 #include "ui/choice_card.h"
 #include "ui/job_editor_window.h"
 #include "ui/local_desktop.h"
 #include "ui/target_section.h"
+#include "ui/window_fixture.h"
 
 namespace lumisk {
 namespace {
 
 using namespace test;
-
-constexpr int kPatience = 120'000;
 
 // The whole application, from an empty home folder on; only the system's folder dialog is answered by the test, and the
 // stick is a folder.
@@ -43,18 +33,10 @@ class FirstBackupTest : public HomeFixture {
     QTest::mouseClick(widget, Qt::LeftButton);
     ++clicks;
   }
-  template <class Condition>
-  static bool comes(Condition condition) {
-    return QTest::qWaitFor(condition, kPatience);
-  }
   // Wherever on the stick it is.
   [[nodiscard]] std::string copied(const std::string& name) const {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(tree / "Stick")) {
-      if (entry.path().filename() != name) continue;
-      std::ostringstream text;
-      text << std::ifstream(entry.path()).rdbuf();
-      return text.str();
-    }
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(tree / "Stick"))
+      if (entry.path().filename() == name) return readFile(entry.path());
     return {};
   }
 

@@ -1,23 +1,13 @@
 #include "ui/job_editor_window.h"
 
-#include <gtest/gtest.h>
-
 #include <QAbstractButton>
 #include <QAbstractScrollArea>
 #include <QComboBox>
-#include <QDropEvent>
-#include <QMimeData>
 #include <QSpinBox>
-#include <QTest>
 #include <QTimeEdit>
 
-#include "platform/real_file_calls.h"
 #include "presenters/job_kinds.h"
 #include "presenters/schedule_sentence.h"
-#include "support/fake_clock.h"
-#include "support/fake_jobs_board.h"
-#include "support/home_fixture.h"
-#include "support/silent_dialogs.h"
 #include "ui/choice_card.h"
 #include "ui/pie_chart.h"
 #include "ui/preferences_window.h"
@@ -25,6 +15,7 @@
 #include "ui/sources_section.h"
 #include "ui/target_section.h"
 #include "ui/volumes_window.h"
+#include "ui/window_fixture.h"
 
 namespace lumisk {
 namespace {
@@ -38,7 +29,7 @@ void settle() {
   }
 }
 
-class JobEditorWindowTest : public HomeFixture {
+class JobEditorWindowTest : public WindowFixture {
  protected:
   JobEditorWindowTest() { addJobEditor(windows, seams()); }
 
@@ -105,11 +96,6 @@ class JobEditorWindowTest : public HomeFixture {
   std::vector<std::string> chosenFolders{tree / "s"};
   std::string chosenTarget = tree / "t", toldPassword;
   VolumeList volumes{{volume("t"), volume("o")}, {{"Disk 4.0 GB", "/dev/sdb"}}};
-  FakeJobsBoard board;
-  FakeClock clock;
-  MainLoop loop;
-  SilentDialogs dialogs;
-  WindowSet windows{board, clock, realFileCalls(), loop, dialogs};
   QPointer<QWidget> window;
 };
 
@@ -142,6 +128,10 @@ TEST_F(JobEditorWindowTest, EveryKindMadeByHand_IsStoredAsItWasEntered) {
     EXPECT_EQ(job.targetPaths, std::vector<std::string>{tree / "t"});
     EXPECT_EQ(scheduleSentence(job), "every Monday and Wednesday at 21:05");
     EXPECT_EQ(board.calls.back(), "start " + job.uuidString);
+    EXPECT_EQ(job.name.substr(0, 6), kind.type == JobType::kClone ? "o to t" : "s to t");
+    EXPECT_TRUE(job.bFirstCopy && job.bActive && job.bMoveFileTrash && !job.uuidString.empty());
+    EXPECT_EQ(job.fileConflictType, ConflictChoice::kNewerWins);
+    EXPECT_TRUE(job.otherKeys.contains(kComputerNameKey));
     EXPECT_FALSE(window) << "it closes";
   }
   EXPECT_EQ(board.added.size(), jobKinds().size());
@@ -195,12 +185,7 @@ TEST_F(JobEditorWindowTest, Problem_StandsAtItsFieldAndNothingIsStored) {
   EXPECT_EQ(section<TargetSection>()->problemText(), "");
   EXPECT_TRUE(canSave());
 
-  QMimeData dragged;
-  dragged.setUrls({QUrl::fromLocalFile(QString::fromStdString(tree / "t"))});
-  QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(path, &enter);
-  QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(path, &drop);
+  dropOn(path, QByteArray::fromStdString("file://" + tree / "t"));
   settle();
   EXPECT_EQ(path->text().toStdString(), tree / "t");
 }
@@ -266,14 +251,7 @@ TEST_F(JobEditorWindowTest, JobChangedBySomebodyElse_IsStoredOnlyWhenTheUserSays
 TEST_F(JobEditorWindowTest, DroppedFolder_KeepsTheBytesOfItsName) {
   makeTree(tree.path(), {{"odd\xff", Dir{}}});
   open();
-  QMimeData data;
-  data.setData(QStringLiteral("text/uri-list"), QByteArray::fromStdString("file://" + tree.path() + "/odd%FF\r\n"));
-  QWidget* const target = section<SourcesSection>();
-  QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(target, &enter);
-  ASSERT_TRUE(enter.isAccepted());
-  QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(target, &drop);
+  dropOn(section<SourcesSection>(), QByteArray::fromStdString("file://" + tree.path() + "/odd%FF\r\n"));
   settle();
   clickVolume(section<TargetSection>(), "t");
   click("save");

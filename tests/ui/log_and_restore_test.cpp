@@ -1,26 +1,17 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTest>
 #include <QTreeWidget>
 #include <filesystem>
 #include <fstream>
 
 #include "log/log_file.h"
-#include "platform/real_file_calls.h"
-#include "support/fake_clock.h"
-#include "support/fake_jobs_board.h"
-#include "support/home_fixture.h"
-#include "support/silent_dialogs.h"
-#include "ui/windows.h"
+#include "ui/window_fixture.h"
 
 namespace lumisk::test {
 namespace {
 
-using namespace std::chrono_literals;
-
-class LogAndRestoreTest : public HomeFixture {
+class LogAndRestoreTest : public WindowFixture {
  protected:
   LogAndRestoreTest() {
     makeTree(tree.path(), {{"docs", Dir{{"a.txt", File{"spoiled", 0644, 9000}}}},
@@ -33,24 +24,8 @@ class LogAndRestoreTest : public HomeFixture {
     board.list = {{"uuid", jobToDictionary(job), false, {}}};
     addAllWindows(windows);
   }
-  template <class Condition>
-  void serveUntil(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + 1min;
-    while (!condition() && std::chrono::steady_clock::now() < deadline) QTest::qWait(1);
-    ASSERT_TRUE(condition());
-  }
-  static QPushButton* button(QWidget* window, const QString& text) {
-    for (QPushButton* const each : window->findChildren<QPushButton*>())
-      if (each->text().remove(QLatin1Char('&')) == text) return each;
-    return nullptr;
-  }
 
   TempTree tree;
-  FakeClock clock;
-  MainLoop loop;
-  SilentDialogs dialogs;
-  FakeJobsBoard board;
-  WindowSet windows{board, clock, realFileCalls(), loop, dialogs};
 };
 
 TEST_F(LogAndRestoreTest, LogWindow_FollowsFiltersAndClears) {
@@ -58,17 +33,17 @@ TEST_F(LogAndRestoreTest, LogWindow_FollowsFiltersAndClears) {
   QWidget* const window = windows.openLog("uuid");
   auto* const lines = window->findChild<QPlainTextEdit*>();
   std::ofstream(jobLogPath("docs"), std::ios::app) << "one\ntwo: ERROR: it failed\n";
-  serveUntil([&] { return lines->toPlainText() == QStringLiteral("one\ntwo: ERROR: it failed"); });
+  ASSERT_TRUE(comes([&] { return lines->toPlainText() == QStringLiteral("one\ntwo: ERROR: it failed"); }));
   std::ofstream(jobLogPath("docs"), std::ios::app) << "three\n";
-  serveUntil([&] { return lines->toPlainText().endsWith(QStringLiteral("three")); });
+  ASSERT_TRUE(comes([&] { return lines->toPlainText().endsWith(QStringLiteral("three")); }));
   QTest::keyClicks(window->findChild<QLineEdit*>(), QStringLiteral("error"));
   EXPECT_EQ(lines->toPlainText(), QStringLiteral("two: ERROR: it failed"));
   std::ofstream(jobLogPath("docs"), std::ios::app) << "another error\n";
-  serveUntil([&] { return lines->toPlainText() == QStringLiteral("two: ERROR: it failed\nanother error"); });
-  QTest::mouseClick(button(window, QStringLiteral("Clear")), Qt::LeftButton);
+  ASSERT_TRUE(comes([&] { return lines->toPlainText() == QStringLiteral("two: ERROR: it failed\nanother error"); }));
+  QTest::mouseClick(buttonOf(window, QStringLiteral("Clear")), Qt::LeftButton);
   EXPECT_FALSE(lines->toPlainText().isEmpty()) << "the answer was no";
   dialogs.answer = true;
-  QTest::mouseClick(button(window, QStringLiteral("Clear")), Qt::LeftButton);
+  QTest::mouseClick(buttonOf(window, QStringLiteral("Clear")), Qt::LeftButton);
   EXPECT_EQ(lines->toPlainText(), QString());
   EXPECT_EQ(std::filesystem::file_size(jobLogPath("docs")), 0U);
 }
@@ -78,17 +53,17 @@ TEST_F(LogAndRestoreTest, RestoreWindow_PutsAVersionBack) {
   QWidget* const window = windows.openRestoreOfJob("uuid");
   auto* const entries = window->findChild<QListWidget*>();
   auto* const versions = window->findChild<QTreeWidget*>();
-  serveUntil([&] { return entries->count() == 1; });
+  ASSERT_TRUE(comes([&] { return entries->count() == 1; }));
   entries->setFocus();
   QTest::keyClick(entries, Qt::Key_Down);
   QTest::keyClick(entries, Qt::Key_Home);
-  QPushButton* const back = button(window, QStringLiteral("Put back"));
-  serveUntil([&] {
+  QPushButton* const back = buttonOf(window, QStringLiteral("Put back"));
+  ASSERT_TRUE(comes([&] {
     const auto* const first = versions->topLevelItem(0);
     return back->isEnabled() && first && first->toolTip(0).endsWith(QStringLiteral("t/docs/a.txt"));
-  });
+  }));
   QTest::mouseClick(back, Qt::LeftButton);
-  serveUntil([&] { return readFile(tree / "docs/a.txt") == "good"; });
+  ASSERT_TRUE(comes([&] { return readFile(tree / "docs/a.txt") == "good"; }));
   ExpectTreeExactly(tree / "docs", Dir{{"a.txt", File{"good", 0600, 1000}}});
   window->close();
 }

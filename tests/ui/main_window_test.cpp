@@ -1,33 +1,23 @@
 #include "ui/main_window.h"
 
 #include <QAction>
-#include <QDropEvent>
 #include <QLabel>
 #include <QListWidget>
-#include <QMimeData>
-#include <QPushButton>
 #include <QSignalSpy>
 #include <QTableView>
-#include <QTest>
 #include <QToolButton>
 
-#include "platform/real_file_calls.h"
-#include "support/fake_clock.h"
-#include "support/fake_jobs_board.h"
-#include "support/home_fixture.h"
-#include "support/silent_dialogs.h"
 #include "ui/desktop.h"
 #include "ui/job_commands.h"
 #include "ui/jobs_model.h"
+#include "ui/window_fixture.h"
 
 namespace lumisk {
 namespace {
 
 using namespace test;
 
-constexpr int kPatience = 60'000;  // of what comes by itself
-
-class MainWindowTest : public HomeFixture {
+class MainWindowTest : public WindowFixture {
  protected:
   MainWindowTest() {
     addAllWindows(windows);
@@ -37,24 +27,12 @@ class MainWindowTest : public HomeFixture {
     });
   }
   void addJobs(const std::vector<std::string>& names) {
-    for (const std::string& name : names) {
-      QUORVELPREFERENCEINFO job = newJobDefaults(clock.now());
-      job.name = name;
-      job.uuidString = "uuid-" + name;
-      job.sourcePaths = {"/s/" + name};
-      job.targetPaths = {"/t/" + name};
-      job.scheduling_method = SchedulingMethod::kNone;
-      board.list.push_back({job.uuidString, jobToDictionary(job), false, {}});
-    }
+    for (const std::string& name : names) board.list.push_back(boardJob(name, clock.now()));
   }
   MainWindow& open() {
     window = static_cast<MainWindow*>(windows.showMain());
     EXPECT_TRUE(QTest::qWaitForWindowActive(window));
     return *window;
-  }
-  template <class Condition>
-  static bool comes(Condition condition) {
-    return QTest::qWaitFor(condition, kPatience);
   }
   // As a person does: in the middle of the row.
   void clickRow(int row, Qt::KeyboardModifiers modifiers = {}) {
@@ -68,11 +46,6 @@ class MainWindowTest : public HomeFixture {
     }
   }
 
-  FakeJobsBoard board;
-  FakeClock clock;
-  MainLoop loop;
-  SilentDialogs dialogs;
-  WindowSet windows{board, clock, realFileCalls(), loop, dialogs};
   std::vector<WindowRequest> edited;
   MainWindow* window = nullptr;
 };
@@ -85,6 +58,11 @@ TEST_F(MainWindowTest, Commands_ReachTheSelectedJobsByMouseAndKeyboard) {
   clickRow(1);
   clickTool(window->commands().startOrStop);
   EXPECT_EQ(std::exchange(board.calls, {}), Calls{"start uuid-b"});
+  board.list[1].running = true;
+  board.observers.tell(BoardChange::kProgress);
+  ASSERT_TRUE(comes([&] { return window->commands().startOrStop->text() == QStringLiteral("&Stop"); }));
+  clickTool(window->commands().startOrStop);
+  EXPECT_EQ(std::exchange(board.calls, {}), Calls{"stop uuid-b"});
   QTest::keyClick(&window->table(), Qt::Key_Down);
   QTest::keyClick(&window->table(), Qt::Key_D, Qt::ControlModifier);
   EXPECT_EQ(std::exchange(board.calls, {}), Calls{"disable uuid-c"});
@@ -98,30 +76,9 @@ TEST_F(MainWindowTest, Commands_ReachTheSelectedJobsByMouseAndKeyboard) {
   EXPECT_EQ(dialogs.asked.size(), 2u);
 }
 
-TEST_F(MainWindowTest, RunningJob_IsStoppedByTheSameButton) {
-  addJobs({"a"});
-  board.list[0].running = true;
-  open();
-  EXPECT_EQ(window->commands().startOrStop->text(), QStringLiteral("&Stop"));
-  clickTool(window->commands().startOrStop);
-  EXPECT_EQ(board.calls, Calls{"stop uuid-a"});
-}
-
-TEST_F(MainWindowTest, WithoutAJob_OneClickBeginsTheFirst) {
-  open();
-  QTest::mouseClick(window->findChild<QPushButton*>(QStringLiteral("firstJob")), Qt::LeftButton);
-  EXPECT_EQ(edited, std::vector<WindowRequest>{WindowRequest{}});
-}
-
 TEST_F(MainWindowTest, DroppedFolders_BeginAJobOfTheirBytes) {
   open();
-  QMimeData data;
-  data.setData(QStringLiteral("text/uri-list"), "file:///old/caf%E9\r\nfile:///new/%C3%A9");
-  QDragEnterEvent enter({50, 50}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(window, &enter);
-  EXPECT_TRUE(enter.isAccepted());
-  QDropEvent drop(QPointF(50, 50), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-  QApplication::sendEvent(window, &drop);
+  dropOn(window, "file:///old/caf%E9\r\nfile:///new/%C3%A9");
   ASSERT_EQ(edited.size(), 1u);
   EXPECT_EQ(edited[0].paths, (std::vector<std::string>{"/old/caf\xE9", "/new/\xC3\xA9"}));
 }

@@ -1,20 +1,13 @@
 #include "ui/windows.h"
 
-#include <QTest>
-#include <QWidget>
-
-#include "platform/real_file_calls.h"
-#include "support/fake_clock.h"
-#include "support/fake_jobs_board.h"
-#include "support/home_fixture.h"
-#include "support/silent_dialogs.h"
+#include "ui/window_fixture.h"
 
 namespace lumisk {
 namespace {
 
 using namespace test;
 
-class WindowSetTest : public HomeFixture {
+class WindowSetTest : public WindowFixture {
  protected:
   WindowSetTest() {
     windows.add(WindowKind::kLog, [this](UiContext&, const WindowRequest& request) {
@@ -22,11 +15,6 @@ class WindowSetTest : public HomeFixture {
       return new QWidget;
     });
   }
-  FakeJobsBoard board;
-  FakeClock clock;
-  MainLoop loop;
-  SilentDialogs dialogs;
-  WindowSet windows{board, clock, realFileCalls(), loop, dialogs};
   std::vector<std::string> made;
 };
 
