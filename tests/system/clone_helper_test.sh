@@ -4,13 +4,6 @@
 . "$(dirname "$0")/helper_lib.sh"
 for tool in rsync setcap setfacl; do command -v $tool >/dev/null || skip "no $tool"; done
 
-endAll() {
-  endHelper
-  cleanup
-}
-trap endAll EXIT
-startBus
-startHelper
 source=$scratch/source
 target=$scratch/target
 mountNew "$source" 200M ext4 -L "The source"
@@ -73,18 +66,13 @@ expectEqual
 [ -e "$home/jobs/a job_1.plist" ] || fail "no progress was told"
 [ "$(($(stat -c %b "$target/d/sparse") * 512))" -lt 1000000 ] || fail "a sparse file was filled"
 
-# Changed, updated in place, verified.
-echo more >>"$source/d/one"
-rm -r "$source/lib/"[a-b]* && echo fresh >"$source/lib/fresh" && chmod 700 "$source/d/deep"
-expectClone 0 kVerify=yes
-expectEqual
-[ "$(end kDifferences)" = 0 ] || fail "$(end kDifferences) differences"
-
 # Erased first.
 uuid=$(blkid -p -s UUID -o value "$device")
-expectClone 0 kFormatVolume=yes
+rm -r "$source/lib/"[a-b]*
+expectClone 0 kFormatVolume=yes kVerify=yes
 expectEqual
 [ "$(blkid -p -s UUID -o value "$device")" != "$uuid" ] || fail "the target was not erased"
+[ "$(end kDifferences)" = 0 ] || fail "$(end kDifferences) differences"
 [ "$(blkid -p -s LABEL -o value "$device")" = "The source" ] || fail "the target does not have the source's label"
 
 # A cancel in the job file: the volume stays sound and the next clone completes it.
@@ -108,21 +96,4 @@ wait $killed
 expectClone 0
 expectEqual
 
-# Other file systems, updated in place and erased.
-umount "$source"
-mount -o loop,ro "$source.image" "$source"
-tree=$source
-for type in xfs btrfs; do
-  source=$scratch/$type
-  target=$scratch/$type-target
-  mountNew "$source" 400M $type
-  mountNew "$target" 400M $type
-  cp -a "$tree/d" "$source/" && rm -r "$source/d/deep/er"/* && touch "$target/extra"
-  device=$(findmnt -no SOURCE "$target")
-  expectClone 0
-  expectEqual
-  expectClone 0 kFormatVolume=yes kVerify=yes
-  expectEqual
-  [ "$(blkid -p -s TYPE -o value "$device")" = $type ] || fail "a $type volume became another"
-done
 finish

@@ -7,16 +7,11 @@ command -v rsync >/dev/null || skip "no rsync"
 
 madeLibrary=
 [ -e /Library ] || { mkdir /Library && madeLibrary=yes; } || skip "no place for the helper"
-endAll() {
-  endHelper
+endMore() {
   umount /Library 2>/dev/null
   [ -n "$madeLibrary" ] && rmdir /Library
-  cleanup
 }
-trap endAll EXIT
 mount --bind "$scratch/root/Library" /Library || skip "no mounts of its own"
-startBus
-startHelper
 source=$scratch/source
 target=$scratch/target
 mountNew "$source" 600M ext4 -L source

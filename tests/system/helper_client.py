@@ -3,16 +3,12 @@
 helper_client.py SOCKET command NAME [XML-PATH]   prints the error code of the response
                         keys NAME KEY=TEXT...     the same with other keys; "yes" stands for true
                         version                   prints code and version
-                        frame LENGTH [FILE]       announces LENGTH bytes and sends those of the file (or as many blanks)
-                        slow                      sends one byte a second; prints how it was answered
-                        crowd NUMBER              connects so often, and holds on until standard input ends
                         clone XML-PATH            prints the code, and "ended" once the helper's pipe has come to its end
 """
 import plistlib
 import socket
 import struct
 import sys
-import time
 
 PREFIX = "com.apple.dts.BetterAuthorizationSample."
 FORM = bytes(32)
@@ -63,37 +59,6 @@ def request(name, path=None, more=()):
     return FORM + struct.pack("=I", len(body)) + body
 
 
-def frame(s, length, file):
-    body = open(file, "rb").read() if file else b" " * min(length, 1 << 21)
-    send(s, FORM + struct.pack("=I", length) + body)
-    return code(s)
-
-
-def slow(s):
-    try:
-        for byte in request("GetVersion"):
-            s.send(bytes([byte]))
-            time.sleep(1)
-    except (BrokenPipeError, ConnectionResetError):
-        pass
-    return code(s)
-
-
-def crowd(path, number):
-    held = []
-    for _ in range(number):
-        s = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        s.setblocking(False)
-        try:
-            s.connect(path)
-            held.append(s)
-        except BlockingIOError:  # the queue is full: some are taken, some are turned away
-            time.sleep(0.001)
-    print("holding", flush=True)
-    sys.stdin.read()
-    return len(held) > 0
-
-
 def clone(s, path):
     send(s, request("GetUIDs", path))
     answer = response(s)
@@ -107,13 +72,7 @@ def clone(s, path):
 
 
 def main(path, what, *rest):
-    if what == "crowd":
-        return crowd(path, int(rest[0]))
     s = connect(path)
-    if what == "frame":
-        return frame(s, int(rest[0]), rest[1] if len(rest) > 1 else None)
-    if what == "slow":
-        return slow(s)
     if what == "clone":
         return clone(s, rest[0])
     if what == "version":

@@ -92,3 +92,9 @@ expectAnswer() {
   answer=$(ask "$@")
   [ "$answer" = "$wanted" ] || fail "answered '$answer' instead of '$wanted': $*"
 }
+
+# What a test has to undo besides.
+endMore() { :; }
+trap 'endMore; endHelper; cleanup' EXIT
+startBus
+startHelper

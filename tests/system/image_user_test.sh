@@ -7,16 +7,11 @@ for tool in qemu-storage-daemon qemu-img fusermount3; do command -v $tool >/dev/
 . "$(dirname "$0")/helper_lib.sh"
 
 daemonOf() { pgrep -f "filename=$1"; }
-endAll() {
+endMore() {
   umount -l /Volumes/* 2>/dev/null
   local pid
   for pid in $(daemonOf "$scratch"); do kill "$pid"; done
-  endHelper
-  cleanup
 }
-trap endAll EXIT
-startBus
-startHelper
 # As on any machine with a device manager, everybody may use FUSE.
 mknod "$scratch/fuse" c 10 229 && chmod 666 "$scratch/fuse" && mount --bind "$scratch/fuse" /dev/fuse
 mkdir -p /Volumes && mount -t tmpfs -o mode=755 none /Volumes || skip "no mounts of its own"

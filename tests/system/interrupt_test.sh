@@ -6,11 +6,7 @@ head -c 60000000 /dev/urandom >"$scratch/source/large"
 for signal in INT TERM; do
   "$lumisk" backup --pace gentle --json "$scratch/source" "$scratch/target" >"$scratch/out" 2>"$scratch/err" &
   running=$!
-  # The temporary file shows that the copy is under way.
-  for ((i = 0; i < 500; ++i)); do
-    [ -n "$(find "$scratch/target" -name '.lumisk-*' -size +100k 2>/dev/null)" ] && break
-    sleep 0.02
-  done
+  waitFor 60 isCopying "$scratch/target" || fail "the copy does not begin"
   kill -$signal $running
   wait $running
   status=$?
