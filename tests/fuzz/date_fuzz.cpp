@@ -1,18 +1,11 @@
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "fuzz.h"
 #include "platform/calendar_date.h"
 
 namespace {
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 void checkStoredForm(std::string_view text) {
   const auto date = lumisk::CalendarDate::parse(text);

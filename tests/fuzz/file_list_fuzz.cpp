@@ -1,6 +1,3 @@
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -8,6 +5,7 @@
 #include <vector>
 
 #include "engine/file_list.h"
+#include "fuzz.h"
 
 namespace {
 
@@ -15,12 +13,6 @@ using lumisk::FileList;
 using lumisk::FileListMode;
 
 constexpr std::size_t kHeaderSize = 20;
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 // In memory, since every list is synced; one folder for all runs, since the fuzzer ends without leaving.
 const std::string& scratchFolder() {

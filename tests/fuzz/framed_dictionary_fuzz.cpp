@@ -1,16 +1,7 @@
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
+#include "fuzz.h"
 #include "platform/framed_dictionary.h"
 
 namespace {
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 // What a reader makes of the stream when it arrives in pieces of one size, as the frames of what was read.
 std::string readInPieces(std::string_view stream, std::size_t size) {

@@ -1,11 +1,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz.h"
 #include "helper/bas_dictionary.h"
 #include "helper/helper_connection.h"
 #include "helper_service/helper_commands.h"
@@ -15,12 +13,6 @@ namespace {
 using namespace lumisk;
 
 constexpr const char* kScratch = "/dev/shm/lumisk-fuzz-helper";
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 CloneReport neverClone(const CloneOrder&, CloneObserver&) {
   require(false, "a clone was begun");

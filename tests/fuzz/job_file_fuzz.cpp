@@ -1,24 +1,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 
+#include "fuzz.h"
 #include "helper_service/job_file.h"
 #include "platform/untrusted_file.h"
 
 namespace {
 
 using namespace lumisk;
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
 
 // In memory; one folder for all runs, since the fuzzer ends without leaving.
 const std::string& jobPath() {

@@ -1,18 +1,5 @@
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
+#include "fuzz.h"
 #include "platform/property_list.h"
-
-namespace {
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "%s\n", what);
-  std::abort();
-}
-
-}  // namespace
 
 // Whatever can be read can be written, and what was written reads back as the same. (Texts are compared, because a real
 // that is not a number does not equal itself.)
