@@ -2,18 +2,12 @@
 # Peak resident memory of a first and of an unchanged backup of a million entries in 50,000 folders (as root).
 # Usage: bench/memory.sh [LUMISK] [FOLDERS] [ENTRIES-EACH]
 set -euo pipefail
-top=$(cd "$(dirname "$0")/.." && pwd)
+. "$(dirname "$0")/lib.sh"
 lumisk=${1:-$top/build/release/bin/lumisk}
 folders=${2:-50000}
 each=${3:-19}
-scratch=$(mktemp -d "${SCRATCH:-/tmp}/lumisk-memory-XXXXXX")
-export LUMISK_HOME=$scratch/home
-mkdir -p "$LUMISK_HOME" "$scratch/volume"
-trap 'cd /; umount "$scratch/volume" 2>/dev/null || true; rm -rf "$scratch"' EXIT
-truncate -s 24G "$scratch/image"
-mkfs.ext4 -q -N 2600000 "$scratch/image"
-mount -o loop "$scratch/image" "$scratch/volume"
-python3 - "$scratch/volume/source" "$folders" "$each" <<'PY'
+makeVolume ext4 24G -N 2600000
+python3 - "$volume/source" "$folders" "$each" <<'PY'
 import os, sys
 top, folders, each = sys.argv[1], int(sys.argv[2]), int(sys.argv[3])
 for d in range(folders):
@@ -22,7 +16,7 @@ for d in range(folders):
     for n in range(each):
         os.close(os.open("%s/entry%04d" % (folder, n), os.O_CREAT | os.O_WRONLY, 0o644))
 PY
-mkdir "$scratch/volume/target"
+mkdir "$volume/target"
 peak() {
   python3 - "$@" <<'PY'
 import resource, subprocess, sys
@@ -31,5 +25,5 @@ print("status %d, peak %.1f MB" % (status, resource.getrusage(resource.RUSAGE_CH
 PY
 }
 echo "entries: $((folders * (each + 1)))"
-echo "first copy:    $(peak "$lumisk" backup "$scratch/volume/source" "$scratch/volume/target")"
-echo "unchanged run: $(peak "$lumisk" backup "$scratch/volume/source" "$scratch/volume/target")"
+echo "first copy:    $(peak "$lumisk" backup "$volume/source" "$volume/target")"
+echo "unchanged run: $(peak "$lumisk" backup "$volume/source" "$volume/target")"
