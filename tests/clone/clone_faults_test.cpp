@@ -35,6 +35,13 @@ class CloneFaults : public ::testing::Test {
     EXPECT_EQ(differencesByRsync(source.path(), target.path()), "");
     EXPECT_FALSE(hasMark());
   }
+  // As after a power cut: "a" has its size and date, and not its bytes.
+  void cloneAndCutThePower() {
+    makeTree(source.path(), {{"a", File{"right", 0644, 1000}}, {"b", File{"other", 0644, 1000}}});
+    ASSERT_EQ(clone().end, End::kFinished);
+    ASSERT_TRUE(runQuietly("sleep 0.02; setfattr -n trusted.lumisk.clone -v $(date +%s.0) '" + target.path() + "'"));
+    makeTree(target.path(), {{"a", File{"wrong", 0644, 1000}}});
+  }
   [[nodiscard]] bool hasMark() const { return runQuietly("getfattr -n trusted.lumisk.clone '" + target.path() + "'"); }
 
   MountedVolume source, target;
@@ -85,12 +92,8 @@ TEST_F(CloneFaults, DataThatDoNotReachTheDisk_AreAFailureAndLeaveTheMark) {
   expectExact();
 }
 
-// As after a power cut: the file has its size and date, and not its bytes.
 TEST_F(CloneFaults, FileWithoutItsBytesAfterACrash_IsFoundByTheMark) {
-  makeTree(source.path(), {{"a", File{"right", 0644, 1000}}, {"b", File{"other", 0644, 1000}}});
-  ASSERT_EQ(clone().end, End::kFinished);
-  ASSERT_TRUE(runQuietly("sleep 0.02; setfattr -n trusted.lumisk.clone -v $(date +%s.0) '" + target.path() + "'"));
-  makeTree(target.path(), {{"a", File{"wrong", 0644, 1000}}});
+  cloneAndCutThePower();
   const CloneReport report = clone();
   EXPECT_EQ(report.copied, 1U);
   EXPECT_EQ(readFile(target / "a"), "right");
@@ -98,10 +101,7 @@ TEST_F(CloneFaults, FileWithoutItsBytesAfterACrash_IsFoundByTheMark) {
 }
 
 TEST_F(CloneFaults, DoubtThatACloneWithFailuresCouldNotSettle_IsLeftToTheNext) {
-  makeTree(source.path(), {{"a", File{"right", 0644, 1000}}});
-  ASSERT_EQ(clone().end, End::kFinished);
-  ASSERT_TRUE(runQuietly("sleep 0.02; setfattr -n trusted.lumisk.clone -v $(date +%s.0) '" + target.path() + "'"));
-  makeTree(target.path(), {{"a", File{"wrong", 0644, 1000}}});
+  cloneAndCutThePower();
   files.fail(FileCall::kOpenFile, EIO, {.name = "a"});
   EXPECT_EQ(clone().end, End::kFailed);
   expectExact();

@@ -95,12 +95,7 @@ TEST(LinkSets, FileThatStandsForAnother_IsTakenToTheEnd) {
 }
 
 MountEntry mountOf(const std::string& place, std::uint64_t device, const std::string& type = "ext4") {
-  MountEntry mount;
-  mount.mountPoint = place;
-  mount.device = device;
-  mount.id = device;
-  mount.fileSystem = type;
-  return mount;
+  return {place, type, {}, device, device};
 }
 
 class CloneRefusal : public ::testing::Test {

@@ -40,14 +40,8 @@ class Backup {
 
   // Everything that a file holds or a link says, anywhere outside the source.
   std::set<std::string> keptTexts() {
-    std::set<std::string> texts;
-    for (const char* place : {"t", "home"})
-      for (const auto& entry : fs::recursive_directory_iterator(tree / place)) {
-        if (entry.is_symlink())
-          texts.insert(fs::read_symlink(entry.path()));
-        else if (entry.is_regular_file())
-          texts.insert(readFile(entry.path()));
-      }
+    std::set<std::string> texts = textsBelow(tree / "t");
+    texts.merge(textsBelow(tree / "home"));
     return texts;
   }
 
@@ -71,16 +65,7 @@ class Editor {
     if (kind == 2) fs::create_directory(path);
     if (kind == 3) fs::create_symlink("link " + std::to_string(++count_), path);
   }
-  std::set<std::string> texts() const {
-    std::set<std::string> found;
-    for (const auto& entry : fs::recursive_directory_iterator(folder_)) {
-      if (entry.is_symlink())
-        found.insert(fs::read_symlink(entry.path()));
-      else if (entry.is_regular_file())
-        found.insert(readFile(entry.path()));
-    }
-    return found;
-  }
+  std::set<std::string> texts() const { return textsBelow(folder_); }
 
  private:
   void writeText(const std::string& path) {

@@ -37,12 +37,7 @@ class FakeCloner : public VolumeCloner {
 };
 
 MountEntry mountOf(const std::string& point, const std::string& device, std::uint64_t number) {
-  MountEntry mount;
-  mount.mountPoint = point;
-  mount.fileSystem = "ext4";
-  mount.source = device;
-  mount.device = number;
-  return mount;
+  return {point, "ext4", device, 0, number};
 }
 
 // Source and target are volumes to the clone; the target fills up by a tenth with every look.
@@ -135,15 +130,6 @@ TEST_F(CloneFixture, CloneThatFinishes_IsOrderedFollowedAndTold) {
   EXPECT_EQ(f.log(), "disk: Starting running clone job\ndisk: source volume: " + source() +
                          "\ndisk: target volume: " + target() + "\n" + ruler +
                          "\ndisk: Clone started\ndisk: Clone completion\n" + ruler + "\n\ndisk: Stop running\n\n");
-}
-
-TEST_F(CloneFixture, SecondRun_RemovesExtrasAndGoesOnWithTheSameThread) {
-  finishAt(3);
-  f.runOnce();
-  helper.isAlive = true;
-  finishAt(looks + 3);
-  EXPECT_TRUE(f.runOnce().completed);
-  EXPECT_EQ(helper.ordered["kCloneType"].integer(), 1);
 }
 
 TEST_F(CloneFixture, RunsThatNeverReachedTheTarget_LeaveItsExtrasToStay) {

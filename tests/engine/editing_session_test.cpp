@@ -38,10 +38,7 @@ class LeapingCalls : public FaultyFileCalls {
   // Once the file system's clock has moved on: what was stamped before the leap is dated before it.
   void leap(nanoseconds by) {
     const nanoseconds now = realNow();
-    const Descriptor folder = std::move(*realFileCalls().openRoot(scratch_.path()));
-    do {
-      writeFile(scratch_ / "tick", "");
-    } while (toNanoseconds(realFileCalls().status(folder.get(), "tick")->changed) <= now);
+    waitForTick(scratch_.path());
     const std::lock_guard lock(mutex_);
     leaps_.push_back({now, leaps_.back().ahead + by});
   }

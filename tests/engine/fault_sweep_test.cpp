@@ -43,57 +43,27 @@ bool isChange(FileCall call) {
 }
 
 const std::vector<int>& errorsOf(FileCall call) {
+  using enum FileCall;
+  struct Kind {
+    std::set<FileCall> calls;
+    std::vector<int> errors;
+  };
+  static const std::vector<Kind> kKinds{
+      {{kOpenRoot, kOpenFolder, kOpenParent, kOpenFile, kDuplicate},
+       {EIO, EACCES, ESTALE, EMFILE, ENAMETOOLONG, ENOTCONN}},
+      {{kMakeFolder, kCreateFile, kOpenFileForWriting, kMakeLink},
+       {ENOSPC, EIO, EACCES, EDQUOT, EROFS, ENAMETOOLONG, ESTALE}},
+      {{kRename, kExchange, kLink}, {EXDEV, ENOSPC, EIO, EPERM, EACCES, EDQUOT, EROFS, EMLINK, EBUSY, ESTALE}},
+      {{kWrite, kTruncate, kCopyRange, kCloneFile}, {ENOSPC, EIO, EDQUOT, EINTR, EFBIG, EXDEV}},
+      {{kClose, kStartSync, kSyncFile, kSyncFileSystem}, {EIO, ENOSPC, EDQUOT, EINTR}},
+      {{kSetOwner, kSetMode, kSetModified, kSetLinkOwner, kSetLinkModified, kRemoveAttribute},
+       {EPERM, EIO, EROFS, EOPNOTSUPP}},
+      {{kSetAttribute, kRemoveFile, kRemoveFolder}, {EACCES, EIO, EROFS, EBUSY}},
+      {{kLockExclusively}, {EWOULDBLOCK, ENOLCK, EINTR}}};
   static const std::vector<int> kLooking{EIO, EACCES, ESTALE, EINTR, ENOMEM};
-  static const std::vector<int> kOpening{EIO, EACCES, ESTALE, EMFILE, ENAMETOOLONG, ENOTCONN};
-  static const std::vector<int> kAdding{ENOSPC, EIO, EACCES, EDQUOT, EROFS, ENAMETOOLONG, ESTALE};
-  static const std::vector<int> kNaming{EXDEV, ENOSPC, EIO, EPERM, EACCES, EDQUOT, EROFS, EMLINK, EBUSY, ESTALE};
-  static const std::vector<int> kWriting{ENOSPC, EIO, EDQUOT, EINTR, EFBIG, EXDEV};
-  static const std::vector<int> kEnding{EIO, ENOSPC, EDQUOT, EINTR};
-  static const std::vector<int> kSetting{EPERM, EIO, EROFS, EOPNOTSUPP};
-  static const std::vector<int> kRemoving{EACCES, EIO, EROFS, EBUSY};
-  static const std::vector<int> kLocking{EWOULDBLOCK, ENOLCK, EINTR};
-  switch (call) {
-    case FileCall::kOpenRoot:
-    case FileCall::kOpenFolder:
-    case FileCall::kOpenParent:
-    case FileCall::kOpenFile:
-    case FileCall::kDuplicate:
-      return kOpening;
-    case FileCall::kMakeFolder:
-    case FileCall::kCreateFile:
-    case FileCall::kOpenFileForWriting:
-    case FileCall::kMakeLink:
-      return kAdding;
-    case FileCall::kRename:
-    case FileCall::kExchange:
-    case FileCall::kLink:
-      return kNaming;
-    case FileCall::kWrite:
-    case FileCall::kTruncate:
-    case FileCall::kCopyRange:
-    case FileCall::kCloneFile:
-      return kWriting;
-    case FileCall::kClose:
-    case FileCall::kStartSync:
-    case FileCall::kSyncFile:
-    case FileCall::kSyncFileSystem:
-      return kEnding;
-    case FileCall::kSetOwner:
-    case FileCall::kSetMode:
-    case FileCall::kSetModified:
-    case FileCall::kSetLinkOwner:
-    case FileCall::kSetLinkModified:
-    case FileCall::kRemoveAttribute:
-      return kSetting;
-    case FileCall::kSetAttribute:
-    case FileCall::kRemoveFile:
-    case FileCall::kRemoveFolder:
-      return kRemoving;
-    case FileCall::kLockExclusively:
-      return kLocking;
-    default:
-      return kLooking;
-  }
+  for (const auto& [calls, errors] : kKinds)
+    if (calls.count(call) > 0) return errors;
+  return kLooking;
 }
 
 // FileCalls of which the nth, or all from there on, go wrong; none where it is 0.

@@ -5,6 +5,7 @@
 #include "engine/copy_rule.h"
 #include "engine/file_copier.h"
 #include "support/faulty_file_calls.h"
+#include "support/own_home.h"
 #include "support/run_fixture.h"
 
 namespace lumisk::test {
@@ -38,15 +39,7 @@ inline void forbidForeignTrash(FaultyFileCalls& files) {
 // Copies from "s" to "t" in a tree of its own; the Trash is below "home".
 class CopierFixture : public ::testing::TestWithParam<PaceKind> {
  protected:
-  CopierFixture() {
-    forbidForeignTrash(files);
-    setenv("LUMISK_HOME", (tree / "home").c_str(), 1);
-    setenv("XDG_DATA_HOME", (tree / "home/data").c_str(), 1);
-  }
-  ~CopierFixture() override {
-    unsetenv("LUMISK_HOME");
-    unsetenv("XDG_DATA_HOME");
-  }
+  CopierFixture() { forbidForeignTrash(files); }
 
   Place source(const std::string& name) { return run.place(tree / ("s/" + name)); }
   Place target(const std::string& name) { return run.place(tree / ("t/" + name)); }
@@ -72,6 +65,7 @@ class CopierFixture : public ::testing::TestWithParam<PaceKind> {
   }
 
   TempTree tree{{"s", Dir{}}, {"t", Dir{}}, {"home", Dir{}}};
+  OwnHome home{tree / "home"};
   FaultyFileCalls files;
   RunFixture run{GetParam(), files};
   TestKeeper keeper;

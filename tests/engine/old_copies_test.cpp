@@ -16,13 +16,6 @@ class OldCopiesTest : public ::testing::Test {
     const Place place = fixture.place(tree / ("t/" + name));
     return copyFileWithOLDTag(fixture.run, copier, trash, place, RunFixture::seen(place));
   }
-  std::set<std::string> allTexts() {
-    std::set<std::string> texts;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(tree.path()))
-      if (entry.is_regular_file()) texts.insert(readFile(entry.path()));
-    return texts;
-  }
-
   TempTree tree{{"t", Dir{}}};
   OwnHome home{tree.path()};
   FaultyFileCalls files;
@@ -46,7 +39,7 @@ TEST_F(OldCopiesTest, EarlierOldCopy_GoesToTheTrash) {
   makeTree(tree / "t", {{"a.txt", File{"new"}}, {"a(OLD).txt", File{"lost before"}}});
   ASSERT_TRUE(copy("a.txt"));
   EXPECT_EQ(readFile(tree / "t/a(OLD).txt"), "new");
-  EXPECT_EQ(allTexts().count("lost before"), 1u);
+  EXPECT_EQ(textsBelow(tree.path()).count("lost before"), 1u);
 }
 
 TEST_F(OldCopiesTest, FullTarget_LosesNothing) {
@@ -54,7 +47,7 @@ TEST_F(OldCopiesTest, FullTarget_LosesNothing) {
   files.fail(FileCall::kCreateFile, ENOSPC, {.name = ".lumisk-*"});
   EXPECT_EQ(copy("a.txt").error().code, ENOSPC);
   EXPECT_EQ(readFile(tree / "t/a.txt"), "new");
-  EXPECT_EQ(allTexts().count("lost before"), 1u);
+  EXPECT_EQ(textsBelow(tree.path()).count("lost before"), 1u);
 }
 
 }  // namespace

@@ -169,14 +169,6 @@ TEST_F(RunTest, SeveralTargets_EachSourceGoesToItsOwn) {
   EXPECT_THAT(listing(f.tree / "target2"), ElementsAre("_XXXQelLumiskinfo_job", "other.txt"));
 }
 
-TEST_F(RunTest, RetainedFullPath_UsesTheNamesOfTheJob) {
-  f.job.bRetainFullPath = true;
-  f.job.otherKeys[kComputerNameKey] = "Computer";
-  f.job.otherKeys[kRootDisplayNameKey] = "Disk";
-  EXPECT_TRUE(f.runOnce().completed);
-  ExpectSameTrees(f.tree / "source", f.tree / "target" + "/Computer/Volumes/Disk" + f.tree / "source");
-}
-
 TEST_F(RunTest, SingleFile_FollowsTheTypeFilter) {
   makeTree(f.tree.path(), {{"a.tmp", File{"x"}}});
   f.job.sourcePaths = {f.tree / "a.tmp", f.tree / "source/a.txt"};
@@ -189,24 +181,6 @@ TEST_F(RunTest, SingleFile_FollowsTheTypeFilter) {
 }
 
 // Refusals.
-
-TEST_F(RunTest, TwoWayJob_CarriesBothWays_AndADeletionOnceTheRunHasCompleted) {
-  f.job.jobType = JobType::kSyncWithConflicts;
-  f.job.bFirstCopy = true;
-  f.clock.advance(systemClock().now() - f.clock.now() + std::chrono::seconds(10));
-  makeTree(f.tree / "target", {{"c.txt", File{"other side", 0644, 1500}}});
-  EXPECT_TRUE(f.runOnce().completed);
-  EXPECT_EQ(readFile(f.tree / "source/c.txt"), "other side");
-  EXPECT_EQ(readFile(f.tree / "target/a.txt"), "first");
-
-  std::filesystem::remove(f.tree / "target/a.txt");
-  std::filesystem::remove(f.tree / "source/c.txt");
-  const RunReport report = f.runOnce();
-  EXPECT_TRUE(report.completed);
-  EXPECT_EQ(report.counts.deleted, 2U);
-  EXPECT_FALSE(exists(f.tree / "source/a.txt") || exists(f.tree / "target/c.txt"));
-  EXPECT_EQ(readFile(f.tree / "source/d/b.txt"), "second");
-}
 
 TEST_F(RunTest, TwoWayJobAfterTheClockWasSetBack_CarriesNoDeletion) {
   f.job.jobType = JobType::kSyncWithConflicts;

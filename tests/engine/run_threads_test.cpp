@@ -11,10 +11,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "engine/directory_walk.h"
-#include "support/faulty_file_calls.h"
-#include "support/own_home.h"
-#include "support/run_fixture.h"
+#include "engine/walk_fixture.h"
 
 namespace lumisk::test {
 namespace {
@@ -81,102 +78,71 @@ class RandomTree {
   std::int64_t modified_ = 0;
 };
 
-struct Told : RunRecorder {
-  void recordPair(const std::string& source, const std::string& destination) override {
-    pairs.push_back(source + " -> " + destination);
-  }
-  std::vector<std::string> pairs;
-};
-
-class RunThreadsTest : public ::testing::Test {
+class RunThreadsTest : public WalkFixture {
  protected:
-  using Prepare = std::function<void(RunFixture&)>;
-
-  struct Ran {
-    std::vector<std::string> log, pairs;
-    RunCounts counts;
-    RunError code = RunError::kNone;
-  };
-  Ran backUp(std::size_t threads, FileCalls& files, const Prepare& prepare = {}) {
-    RunFixture fixture(PaceKind::kFull, files);
-    fixture.useThreads(threads);
-    fixture.info.sourcePaths = {place / "s"};
-    fixture.info.targetPaths = {place / "t"};
-    fixture.info.nAutoDeletion = 1;  // so that the pairs are recorded
-    if (prepare) prepare(fixture);
-    NoRevisions versions;
-    Trash trash(fixture.files, fixture.clock, place / "t");
-    FileCopier copier(fixture.run, versions, trash);
-    Told told;
-    {
-      DirectoryWalk walk(fixture.run, copier, told);
-      EXPECT_TRUE(walk.copyDirectory(place / "s", place / "t/s", 5, 5));
-    }
-    return {fixture.log.lines, told.pairs, fixture.run.counts, fixture.run.m_nErrorCode};
+  Ran backUp(std::size_t threads, FileCalls& through, const Prepare& prepare = {}) {
+    calls = &through;
+    const Ran ran = WalkFixture::backUp([&](RunFixture& fixture) {
+      fixture.useThreads(threads);
+      fixture.info.nAutoDeletion = 1;  // so that the pairs are recorded
+      if (prepare) prepare(fixture);
+    });
+    EXPECT_TRUE(ran.walked);
+    return ran;
   }
   void refill(unsigned seed) {
-    fs::remove_all(place / "s");
-    fs::remove_all(place / "t");
-    fs::create_directories(place / "t");
-    RandomTree(place / "s", place / "t/s", seed);
+    fs::remove_all(tree / "s");
+    fs::remove_all(tree / "t");
+    fs::create_directories(tree / "t");
+    RandomTree(tree / "s", tree / "t/s", seed);
   }
   [[nodiscard]] bool hasTemporaryFiles() const {
-    for (const std::string& name : treeListing(place / "t"))
+    for (const std::string& name : treeListing(tree / "t"))
       if (name.find(".lumisk-") != std::string::npos) return true;
     return false;
   }
-
-  TempTree place{{"home", Dir{}}};
-  OwnHome home{place / "home"};
 };
+INSTANTIATE_TEST_SUITE_P(Pace, RunThreadsTest, ::testing::Values(PaceKind::kFull), walkPaceName);
 
 std::vector<std::uint64_t> numbers(const RunCounts& counts) {
   return {counts.entries, counts.copied, counts.bytes,  counts.deleted,  counts.held,
           counts.skipped, counts.errors, counts.losses, counts.revisions};
 }
 
-TEST_F(RunThreadsTest, AnyNumberOfThreads_GivesTheSameTreeLogAndList) {
+TEST_P(RunThreadsTest, AnyNumberOfThreads_GivesTheSameTreeLogAndList) {
   for (unsigned seed = 0; seed < 6; ++seed) {
     std::optional<Ran> first;
     for (const std::size_t threads : {0, 1, 2, 8}) {
       SCOPED_TRACE(std::to_string(seed) + " with " + std::to_string(threads));
       refill(seed);
-      FaultyFileCalls files;
-      files.fail(FileCall::kOpenFile, EACCES, {.name = "1*", .times = FaultyFileCalls::kAlways});
-      files.fail(FileCall::kRead, EIO, {.name = "2?", .times = FaultyFileCalls::kAlways});
-      files.fail(FileCall::kListFolder, EIO, {.name = "3*", .times = FaultyFileCalls::kAlways});
-      Ran ran = backUp(threads, files);
+      FaultyFileCalls faulty;
+      faulty.fail(FileCall::kOpenFile, EACCES, {.name = "1*", .times = FaultyFileCalls::kAlways});
+      faulty.fail(FileCall::kRead, EIO, {.name = "2?", .times = FaultyFileCalls::kAlways});
+      faulty.fail(FileCall::kListFolder, EIO, {.name = "3*", .times = FaultyFileCalls::kAlways});
+      const Ran ran = backUp(threads, faulty);
       EXPECT_FALSE(hasTemporaryFiles());
-      const std::string kept = place / "first";
+      const std::string kept = tree / "first";
       if (!first) {
         fs::remove_all(kept);
-        fs::rename(place / "t", kept);
-        first = std::move(ran);
+        fs::rename(tree / "t", kept);
+        first = ran;
         continue;
       }
       EXPECT_EQ(ran.log, first->log);
-      EXPECT_EQ(ran.pairs, first->pairs);
+      EXPECT_EQ(ran.recorded, first->recorded);
       EXPECT_EQ(numbers(ran.counts), numbers(first->counts));
       EXPECT_EQ(ran.code, first->code);
-      ExpectSameTrees(kept + "/s", place / "t/s");
+      ExpectSameTrees(kept + "/s", tree / "t/s");
     }
   }
 }
 
-TEST_F(RunThreadsTest, SecondRun_CopiesNothing) {
-  refill(7);
-  backUp(2, realFileCalls());
-  const Ran again = backUp(2, realFileCalls());
-  EXPECT_EQ(again.counts.copied, 0u);
-  EXPECT_EQ(again.counts.errors, 0u);
-}
-
-TEST_F(RunThreadsTest, CancelInTheMiddle_LeavesWholeFilesAndNothingElse) {
+TEST_P(RunThreadsTest, CancelInTheMiddle_LeavesWholeFilesAndNothingElse) {
   for (const int after : {20, 60, 90}) {
     refill(3);
-    FaultyFileCalls files;
-    backUp(3, files, [&](RunFixture& fixture) {
-      files.before(FileCall::kRename, [&fixture] { fixture.cancelled = true; }, {.nth = after});
+    FaultyFileCalls faulty;
+    backUp(3, faulty, [&](RunFixture& fixture) {
+      faulty.before(FileCall::kRename, [&fixture] { fixture.cancelled = true; }, {.nth = after});
     });
     EXPECT_FALSE(hasTemporaryFiles());
     const Ran rest = backUp(3, realFileCalls());
@@ -186,11 +152,11 @@ TEST_F(RunThreadsTest, CancelInTheMiddle_LeavesWholeFilesAndNothingElse) {
   }
 }
 
-TEST_F(RunThreadsTest, FullDisk_IsTheRunsErrorAndLeavesNothingHalf) {
+TEST_P(RunThreadsTest, FullDisk_IsTheRunsErrorAndLeavesNothingHalf) {
   refill(5);
-  FaultyFileCalls files;
-  files.fail(FileCall::kWrite, ENOSPC, {.nth = 40, .times = FaultyFileCalls::kAlways});
-  const Ran ran = backUp(3, files);
+  FaultyFileCalls faulty;
+  faulty.fail(FileCall::kWrite, ENOSPC, {.nth = 40, .times = FaultyFileCalls::kAlways});
+  const Ran ran = backUp(3, faulty);
   EXPECT_EQ(ran.code, RunError::kOutOfSpace);
   EXPECT_GT(ran.counts.errors, 0u);
   EXPECT_FALSE(hasTemporaryFiles());
@@ -198,61 +164,61 @@ TEST_F(RunThreadsTest, FullDisk_IsTheRunsErrorAndLeavesNothingHalf) {
 }
 
 // Whatever was read of it ahead: the link is not followed, and what lies behind it stays where it is.
-TEST_F(RunThreadsTest, FolderSwappedForALinkAheadOfTheWalk_LeadsNowhere) {
+TEST_P(RunThreadsTest, FolderSwappedForALinkAheadOfTheWalk_LeadsNowhere) {
   for (const char* const side : {"s", "t/s"}) {
-    fs::remove_all(place / "s");
-    fs::remove_all(place / "t");
-    fs::remove_all(place / "moved");
-    makeTree(place.path(), {{"s", Dir{}}, {"t", Dir{{"s", Dir{}}}}, {"out", Dir{{"secret", File{"secret"}}}}});
+    fs::remove_all(tree / "s");
+    fs::remove_all(tree / "t");
+    fs::remove_all(tree / "moved");
+    makeTree(tree.path(), {{"s", Dir{}}, {"t", Dir{{"s", Dir{}}}}, {"out", Dir{{"secret", File{"secret"}}}}});
     for (int i = 0; i < 40; ++i) {
       const std::string name = "d" + std::to_string(100 + i);
-      makeTree(place / "s", {{name, Dir{{"f", File{"text of " + name, 0644, kLongAgo + 100}}}}});
-      makeTree(place / "t/s", {{name, Dir{{"f", File{"old", 0644, kLongAgo}}}}});
+      makeTree(tree / "s", {{name, Dir{{"f", File{"text of " + name, 0644, kLongAgo + 100}}}}});
+      makeTree(tree / "t/s", {{name, Dir{{"f", File{"old", 0644, kLongAgo}}}}});
     }
-    FaultyFileCalls files;
-    const std::string swapped = place / (std::string(side) + "/d110");
-    files.before(FileCall::kOpenFolder,
-                 [&] {
-                   fs::rename(swapped, place / "moved");
-                   fs::create_directory_symlink(place / "out", swapped);
-                 },
-                 {.name = "d106"});
-    backUp(2, files);
-    ExpectTreeExactly(place / "out", {{"secret", File{"secret"}}});
-    for (const std::string& name : treeListing(place / "t")) EXPECT_EQ(name.find("secret"), std::string::npos) << name;
-    EXPECT_EQ(readFile(place / "t/s/d120/f"), "text of d120");
+    FaultyFileCalls faulty;
+    const std::string swapped = tree / (std::string(side) + "/d110");
+    faulty.before(FileCall::kOpenFolder,
+                  [&] {
+                    fs::rename(swapped, tree / "moved");
+                    fs::create_directory_symlink(tree / "out", swapped);
+                  },
+                  {.name = "d106"});
+    backUp(2, faulty);
+    ExpectTreeExactly(tree / "out", {{"secret", File{"secret"}}});
+    for (const std::string& name : treeListing(tree / "t")) EXPECT_EQ(name.find("secret"), std::string::npos) << name;
+    EXPECT_EQ(readFile(tree / "t/s/d120/f"), "text of d120");
   }
 }
 
 // A file that was saved after it was looked at ahead is copied when the walk is late, and never taken for unchanged by
 // what is older than the bound.
-TEST_F(RunThreadsTest, WhatWasReadAheadTooLongAgo_IsReadAgain) {
-  makeTree(place.path(), {{"s", Dir{}}, {"t", Dir{{"s", Dir{}}}}});
+TEST_P(RunThreadsTest, WhatWasReadAheadTooLongAgo_IsReadAgain) {
+  makeTree(tree.path(), {{"s", Dir{}}, {"t", Dir{{"s", Dir{}}}}});
   for (const char* const name : {"a", "b", "c", "d"})
     for (const char* const side : {"s", "t/s"})
-      makeTree(place / side, {{name, Dir{{"f", File{"text", 0644, kLongAgo}}}}});
-  makeTree(place / "s/a", {{"g", File{"copied", 0644, kLongAgo}}});
-  makeTree(place / "s/d", {{"0", File{"copied", 0644, kLongAgo}}});
-  FaultyFileCalls files;
-  const Ran ran = backUp(2, files, [&](RunFixture& fixture) {
-    files.before(FileCall::kOpenFile,
-                 [&] {
-                   while (files.count(FileCall::kListFolder, "c") < 2) std::this_thread::yield();
-                   writeFile(place / "s/c/f", "saved meanwhile");
-                   fixture.clock.advance(std::chrono::seconds(1));
-                 },
-                 {.name = "g"});
+      makeTree(tree / side, {{name, Dir{{"f", File{"text", 0644, kLongAgo}}}}});
+  makeTree(tree / "s/a", {{"g", File{"copied", 0644, kLongAgo}}});
+  makeTree(tree / "s/d", {{"0", File{"copied", 0644, kLongAgo}}});
+  FaultyFileCalls faulty;
+  const Ran ran = backUp(2, faulty, [&](RunFixture& fixture) {
+    faulty.before(FileCall::kOpenFile,
+                  [&] {
+                    while (faulty.count(FileCall::kListFolder, "c") < 2) std::this_thread::yield();
+                    writeFile(tree / "s/c/f", "saved meanwhile");
+                    fixture.clock.advance(std::chrono::seconds(1));
+                  },
+                  {.name = "g"});
     // Before its folder's turn, and while its folder is walked.
-    files.before(FileCall::kOpenFile,
-                 [&] {
-                   writeFile(place / "s/d/f", "saved meanwhile");
-                   fixture.clock.advance(std::chrono::seconds(1));
-                 },
-                 {.name = "0"});
+    faulty.before(FileCall::kOpenFile,
+                  [&] {
+                    writeFile(tree / "s/d/f", "saved meanwhile");
+                    fixture.clock.advance(std::chrono::seconds(1));
+                  },
+                  {.name = "0"});
   });
   EXPECT_EQ(ran.counts.copied, 4u);
-  EXPECT_EQ(readFile(place / "t/s/c/f"), "saved meanwhile");
-  EXPECT_EQ(readFile(place / "t/s/d/f"), "saved meanwhile");
+  EXPECT_EQ(readFile(tree / "t/s/c/f"), "saved meanwhile");
+  EXPECT_EQ(readFile(tree / "t/s/d/f"), "saved meanwhile");
 }
 
 TEST(WorkPoolTest, TaskThatThrows_ThrowsWhereItIsFinished) {

@@ -124,7 +124,7 @@ class SweptJob {
     if (kind.isFirstRun) putMany();
     if (kind.isFirstRun) return;
     EXPECT_TRUE(runClean().completed) << log;
-    waitForTick();
+    waitForTick(tree / "home");
     edit();
     putMany();
     if (isSync(kind.type)) editTarget();
@@ -135,7 +135,7 @@ class SweptJob {
   SweptJob& operator=(const SweptJob&) = delete;
 
   RunReport run(FaultyFileCalls& files, bool isForgotten = false) {
-    waitForTick();
+    waitForTick(tree / "home");
     WorkerServices services{files,
                             clock_,
                             center_,
@@ -161,7 +161,7 @@ class SweptJob {
       memory_ = {};
     else
       keep(request, result, memory);
-    waitForTick();
+    waitForTick(tree / "home");
     return result.report;
   }
   RunReport runClean() {
@@ -261,14 +261,6 @@ class SweptJob {
     for (const char* path : {"d/e/deep", "same"}) fs::remove(tree / (side + "/" + path));
     for (const char* path : {"conflict", "changed", "other", "d/e/there"})
       put(side + "/" + path, std::string(path) + " 3");
-  }
-  // Until the file system's clock has moved on, so that what comes next is later than what was.
-  void waitForTick() const {
-    writeFile(tree / "home/tick", "");
-    const auto before = fs::last_write_time(tree / "home/tick");
-    do {
-      writeFile(tree / "home/tick", "");
-    } while (fs::last_write_time(tree / "home/tick") == before);
   }
   [[nodiscard]] Side side(const std::string& root) const {
     Side found;

@@ -23,20 +23,6 @@ FileTime realNow() {
   return {seconds.count(), static_cast<std::uint32_t>(std::chrono::nanoseconds(now - seconds).count())};
 }
 
-// The texts of a file or link, or of all that a folder holds.
-std::set<std::string> textsBelow(const std::string& path) {
-  std::set<std::string> found;
-  const auto look = [&](const fs::path& at) {
-    const auto type = fs::symlink_status(at).type();
-    if (type == fs::file_type::symlink) found.insert(fs::read_symlink(at));
-    if (type == fs::file_type::regular && readFile(at).starts_with("text")) found.insert(readFile(at));
-  };
-  look(path);
-  if (fs::symlink_status(path).type() != fs::file_type::directory) return found;
-  for (const auto& entry : fs::recursive_directory_iterator(path)) look(entry.path());
-  return found;
-}
-
 enum class Removal { kToTrash, kForGood };
 
 // A job that keeps "s" and "t" in step, run after run.
@@ -67,7 +53,7 @@ class TwoWayJob {
 
   // The same on a system that fails as it was told to.
   bool runWith(FaultyFileCalls& files) {
-    waitForTick();
+    waitForTick(tree / "home");
     RunFixture fixture(PaceKind::kFull, files);
     fixture.info = info;
     fixture.run.begin = std::chrono::system_clock::now();
@@ -78,13 +64,13 @@ class TwoWayJob {
     RevisionStore revisions(fixture.run, trash, PlaceNames{"desk", "Root"});
     NoRunRecord recorder;
     ConflictMemory conflicts{true, info.fileConflictType};
-    TwoWayRun both(fixture.run, revisions, trash, recorder, conflicts, DeletionBrake{kDefaultBrakePercent, true});
+    TwoWayRun both(fixture.run, revisions, trash, recorder, conflicts, brake);
     const bool carried = both.carry(tree / "s", tree / "t", 5, 5);
     counts = fixture.run.counts;
     log = fixture.log.all();
     lastRunCompleted = carried && counts.errors == 0;
     if (lastRunCompleted) lastCompleted = CompletedRun{begin, realNow()};
-    waitForTick();
+    waitForTick(tree / "home");
     return lastRunCompleted;
   }
 
@@ -102,26 +88,21 @@ class TwoWayJob {
     return found;
   }
   // Every text anywhere: on both sides, in the Trash, among the revisions.
-  std::set<std::string> texts() { return textsBelow(tree.path()); }
+  std::set<std::string> texts() {
+    auto found = textsBelow(tree.path());
+    std::erase_if(found, [](const std::string& text) { return !text.starts_with("text"); });
+    return found;
+  }
 
   QUORVELPREFERENCEINFOtag_CopyFileObjectPart info;
   TempTree tree{{"s", Dir{}}, {"t", Dir{}}, {"home", Dir{}}};
   OwnHome home{tree / "home"};
   std::function<void(FaultyFileCalls&)> prepare;  // of the next runs
+  DeletionBrake brake{kDefaultBrakePercent, true};
   std::optional<CompletedRun> lastCompleted;
   bool lastRunCompleted = false;
   RunCounts counts;
   std::string log;
-
- private:
-  // Until the file system's clock has moved on, so that what comes next is later than what was.
-  void waitForTick() {
-    const FileTime now = realNow();
-    const Descriptor folder = std::move(*realFileCalls().openRoot(tree / "home"));
-    do {
-      writeFile(tree / "home/tick", "");
-    } while (realFileCalls().status(folder.get(), "tick")->changed <= now);
-  }
 };
 
 // Changes a side at random. Dates lie far back and never repeat, as with files that are moved in from elsewhere.
@@ -380,20 +361,13 @@ TEST_F(TwoWayDeletion, BeyondTheBrake_IsHeldUntilLetThrough) {
   ASSERT_TRUE(job.run());
   for (int i = 0; i < 25; ++i) fs::remove(job.tree / ("t/f" + std::to_string(i)));
   put("s/new", "text new");
-  FaultyFileCalls files;
-  RunFixture fixture(PaceKind::kFull, files);
-  fixture.info = job.info;
-  fixture.run.lastCompleted = job.lastCompleted;
-  Trash trash(files, fixture.clock, job.tree / "t");
-  NoRevisions revisions;
-  NoRunRecord recorder;
-  ConflictMemory conflicts;
-  TwoWayRun braked(fixture.run, revisions, trash, recorder, conflicts, DeletionBrake{});
-  ASSERT_TRUE(braked.carry(job.tree / "s", job.tree / "t", 5, 5));
-  EXPECT_EQ(fixture.run.counts.held, 25U);
-  EXPECT_EQ(fixture.run.counts.deleted, 0U);
+  job.brake.isReleased = false;
+  ASSERT_TRUE(job.run());
+  EXPECT_EQ(job.counts.held, 25U);
+  EXPECT_EQ(job.counts.deleted, 0U);
   EXPECT_EQ(job.side("s").size(), 31U);
   EXPECT_TRUE(exists(job.tree / "t/new"));
+  job.brake.isReleased = true;
   ASSERT_TRUE(job.run());
   EXPECT_EQ(job.counts.deleted, 25U);
   EXPECT_EQ(job.side("s"), job.side("t"));

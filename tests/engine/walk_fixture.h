@@ -5,6 +5,7 @@
 
 #include "engine/directory_walk.h"
 #include "support/faulty_file_calls.h"
+#include "support/own_home.h"
 #include "support/run_fixture.h"
 
 namespace lumisk::test {
@@ -23,15 +24,6 @@ class WalkFixture : public ::testing::TestWithParam<PaceKind> {
     std::map<std::string, std::string> reasons;
     std::vector<std::pair<std::string, std::string>> recorded;
   };
-
-  WalkFixture() {
-    setenv("LUMISK_HOME", (tree / "home").c_str(), 1);
-    setenv("XDG_DATA_HOME", (tree / "home/data").c_str(), 1);
-  }
-  ~WalkFixture() override {
-    unsetenv("LUMISK_HOME");
-    unsetenv("XDG_DATA_HOME");
-  }
 
   // Changes to one run's settings; the last thing before it begins.
   using Prepare = std::function<void(RunFixture&)>;
@@ -81,6 +73,7 @@ class WalkFixture : public ::testing::TestWithParam<PaceKind> {
   }
 
   TempTree tree{{"s", Dir{}}, {"t", Dir{}}, {"home", Dir{}}};
+  OwnHome home{tree / "home"};
   FaultyFileCalls files;
   FileCalls* calls = nullptr;  // in place of `files`
 

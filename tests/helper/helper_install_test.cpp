@@ -3,7 +3,7 @@
 #include <cerrno>
 
 #include "helper/install_layout.h"
-#include "platform/property_list.h"
+#include "support/result_code.h"
 #include "support/temp_tree.h"
 
 namespace lumisk {
@@ -35,18 +35,6 @@ TEST(HelperInstall, IntoAScratchRoot_MakesTheLayoutAndReplacesAnOlderTool) {
                                 "etc/systemd/system/sockets.target.wants/" + kBundle + ".socket", "usr/", "usr/share/",
                                 "usr/share/polkit-1/", "usr/share/polkit-1/actions/",
                                 "usr/share/polkit-1/actions/" + kBundle + ".policy"}));
-  const PropertyList expected(PropertyList::Dictionary{
-      {"Disabled", true},
-      {"Label", kBundle},
-      {"OnDemand", true},
-      {"ProgramArguments", PropertyList::Array{"/Library/LumiskHelperTools/" + kBundle}},
-      {"ServiceIPC", true},
-      {"Sockets", PropertyList::Dictionary{
-                      {"MasterSocket", PropertyList::Dictionary{{"SockFamily", "Unix"},
-                                                                {"SockPathMode", 438},
-                                                                {"SockPathName", "/var/run/" + kBundle + ".socket"},
-                                                                {"SockType", "Stream"}}}}}});
-  EXPECT_EQ(*readPropertyListFile(tree / ("root/Library/LaunchDaemons/" + kBundle + ".plist")), expected);
   const std::string policy = readFile(tree / ("root/usr/share/polkit-1/actions/" + kBundle + ".policy"));
   EXPECT_NE(policy.find("<action id=\"com.qelcorporation.lumisk.getuids\">"), std::string::npos);
   EXPECT_NE(policy.find("<allow_active>auth_admin_keep</allow_active>"), std::string::npos);
@@ -54,9 +42,7 @@ TEST(HelperInstall, IntoAScratchRoot_MakesTheLayoutAndReplacesAnOlderTool) {
 
 TEST(HelperInstall, Enable_StartsOnlyWhatIsInPlace) {
   const TempTree tree{{"tool", File{"the tool", 0755}}, {"root", Dir{}}};
-  const auto missing = carryOutInstall(realFileCalls(), orderFor(tree, InstallOrder::Kind::kEnable));
-  ASSERT_FALSE(missing);
-  EXPECT_EQ(missing.error().code, ENOENT);
+  EXPECT_EQ(codeOf(carryOutInstall(realFileCalls(), orderFor(tree, InstallOrder::Kind::kEnable))), ENOENT);
   ASSERT_TRUE(carryOutInstall(realFileCalls(), orderFor(tree)));
   const std::string link = tree / ("root/etc/systemd/system/sockets.target.wants/" + kBundle + ".socket");
   const auto before = treeListing(tree / "root");
@@ -67,9 +53,9 @@ TEST(HelperInstall, Enable_StartsOnlyWhatIsInPlace) {
 
 TEST(HelperInstall, WhatOthersMayChangeOrLeadsElsewhere_IsRefused) {
   const auto codeOf = [](const TempTree& tree, InstallOrder order) {
-    const auto done = carryOutInstall(realFileCalls(), order);
+    const int code = test::codeOf(carryOutInstall(realFileCalls(), order));
     EXPECT_EQ(treeListing(tree / "elsewhere"), std::vector<std::string>());
-    return done ? 0 : done.error().code;
+    return code;
   };
   const auto treeWith = [](Node tool, Node library) {
     return std::make_unique<TempTree>(std::initializer_list<std::pair<std::string, Node>>{

@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "platform/framed_dictionary.h"
+#include "support/result_code.h"
 #include "support/temp_tree.h"
 
 namespace lumisk::test {
@@ -19,8 +20,7 @@ PropertyList::Dictionary goodJob() {
 int codeWith(const std::string& key, PropertyList value) {
   auto job = goodJob();
   job[key] = std::move(value);
-  const auto order = cloneOrderOf(job);
-  return order ? 0 : order.error().code;
+  return codeOf(cloneOrderOf(job));
 }
 
 TEST(CloneOrderTest, Values_AreTakenOrRefusedWithoutGuessing) {
@@ -50,10 +50,7 @@ TEST(CloneOrderTest, Values_AreTakenOrRefusedWithoutGuessing) {
 class JobFileTest : public ::testing::Test {
  protected:
   JobFileTest() { EXPECT_TRUE(writePropertyListFile(path_, goodJob())); }
-  int open(const std::string& path) {
-    const auto job = openCloneJob(path, {::getuid(), ::getgid()});
-    return job ? 0 : job.error().code;
-  }
+  int open(const std::string& path) { return codeOf(openCloneJob(path, {::getuid(), ::getgid()})); }
   int openWith(const std::string& text) {
     writeFile(path_, text);
     return open(path_);
@@ -91,10 +88,7 @@ TEST_F(JobFileTest, Path_LeadsThroughNoLinkAndToNothingButAFile) {
 TEST_F(JobFileTest, AnothersFile_IsRefused_AndIsReadWithItsOwnersRights) {
   if (::geteuid() != 0) GTEST_SKIP() << "needs root";
   constexpr std::uint32_t kStranger = 54321;
-  const auto openAs = [&](std::uint32_t user) {
-    const auto job = openCloneJob(path_, {user, user});
-    return job ? 0 : job.error().code;
-  };
+  const auto openAs = [&](std::uint32_t user) { return codeOf(openCloneJob(path_, {user, user})); };
   ASSERT_EQ(::chmod(tree_.path().c_str(), 0755), 0);
   ASSERT_EQ(::chmod(path_.c_str(), 0644), 0);
   EXPECT_EQ(openAs(kStranger), EPERM);  // the folder is root's

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "platform/acting_as.h"
+#include "support/result_code.h"
 #include "support/temp_tree.h"
 
 namespace lumisk::test {
@@ -28,10 +29,7 @@ class UntrustedFileTest : public ::testing::Test {
     if (!folder) return fail(folder.error());
     return readPrivateFile(folder->get(), name, {::getuid(), largest});
   }
-  int codeOf(const std::string& name, std::size_t largest = 1000) {
-    const auto result = read(name, largest);
-    return result ? 0 : result.error().code;
-  }
+  int codeOf(const std::string& name, std::size_t largest = 1000) { return test::codeOf(read(name, largest)); }
 
   TempTree tree_{{"file", File{"text", 0644}},
                  {"shared", File{"text", 0664}},
@@ -62,10 +60,7 @@ TEST_F(UntrustedFileTest, Reading_TakesAnOwnFileThatNobodyElseWrites_AndNothingE
 }
 
 TEST_F(UntrustedFileTest, Folder_IsOpenedWithoutAnyLinkAndByAPlainPathOnly) {
-  const auto codeOfFolder = [](const std::string& path) {
-    const auto folder = openFolderWithoutLinks(path);
-    return folder ? 0 : folder.error().code;
-  };
+  const auto codeOfFolder = [](const std::string& path) { return test::codeOf(openFolderWithoutLinks(path)); };
   EXPECT_EQ(codeOfFolder(tree_ / "folder"), 0);
   EXPECT_EQ(codeOfFolder("/"), 0);
   EXPECT_EQ(codeOfFolder(tree_ / "way"), ENOTDIR);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/file_calls.h"
+#include "support/result_code.h"
 
 namespace lumisk::test {
 

@@ -7,9 +7,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <stdexcept>
 
 namespace lumisk::test {
@@ -208,9 +208,31 @@ std::vector<std::string> treeListing(const std::string& path) {
   return names;
 }
 
+std::set<std::string> textsBelow(const std::string& path) {
+  std::set<std::string> texts;
+  const auto take = [&](const fs::path& at) {
+    const auto type = fs::symlink_status(at).type();
+    if (type == fs::file_type::symlink) texts.insert(fs::read_symlink(at));
+    if (type == fs::file_type::regular) texts.insert(readFile(at));
+  };
+  take(path);
+  if (fs::symlink_status(path).type() != fs::file_type::directory) return texts;
+  for (const auto& entry : fs::recursive_directory_iterator(path)) take(entry.path());
+  return texts;
+}
+
 void setModified(const std::string& path, std::int64_t seconds, std::int64_t nanoseconds) {
   const timespec times[2] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
   require(utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) == 0, path);
+}
+
+void waitForTick(const std::string& folder) {
+  timespec now{}, stamp{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  do {
+    writeFile(folder + "/tick", "");
+    stamp = statusOf(folder + "/tick").st_ctim;
+  } while (std::pair(stamp.tv_sec, stamp.tv_nsec) <= std::pair(now.tv_sec, now.tv_nsec));
 }
 
 ::testing::AssertionResult expectTreeExactly(const std::string& folder, const Dir& expected) {

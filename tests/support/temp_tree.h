@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -60,7 +61,13 @@ void writeFile(const std::string& path, const std::string& text);
 [[nodiscard]] std::vector<std::string> listing(const std::string& path);  // sorted names
 [[nodiscard]] std::vector<std::string> treeListing(
     const std::string& path);  // sorted relative paths, folders end in "/"
+// What files hold and links say, in a folder and all that it holds, or in the one entry that the path names.
+[[nodiscard]] std::set<std::string> textsBelow(const std::string& path);
 void setModified(const std::string& path, std::int64_t seconds, std::int64_t nanoseconds = 0);
+
+// Until the clock of the folder's file system has moved on, so that what comes next is later than what was. Leaves
+// "tick".
+void waitForTick(const std::string& folder);
 
 // Nothing more and nothing less than `expected` below the folder: types, bytes, link texts, and what modes, times and
 // attributes are given.
