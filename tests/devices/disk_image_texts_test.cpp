@@ -6,6 +6,7 @@
 #include "devices/mounted_images.h"
 #include "jobs/job_keys.h"
 #include "support/own_home.h"
+#include "support/silent_dialogs.h"
 #include "support/temp_tree.h"
 
 namespace lumisk {
@@ -13,20 +14,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-TEST(ImageCommands, OfOurTool_AreTheGivenOnes) {
-  EXPECT_THAT(image_commands::create("/usr/bin/hdiutil", "My Vol", "/a b/My Vol"),
-              ElementsAre("/usr/bin/hdiutil", "create", "-volname", "My Vol", "-stdinpass", "-encryption", "-type",
-                          "SPARSE", "-size", "4g", "-fs", "HFS+", "/a b/My Vol"));
-  EXPECT_THAT(image_commands::mount("t", "/a b.sparseimage"),
-              ElementsAre("t", "mount", "-stdinpass", "/a b.sparseimage"));
-  EXPECT_EQ(image_commands::shellCreate("p w", "My Vol", "/a b/My Vol"),
-            "echo -n p w|hdiutil create -volname \"My Vol\" -encryption -stdinpass -type SPARSE -size 4g "
-            "/a\\ b/My\\ Vol -fs HFS+");
-  EXPECT_EQ(image_commands::shellMount("pw", "/a\\ b", "My Vol"),
-            "echo -n pw|hdiutil mount -stdinpass /a\\ b/My\\ Vol.sparseimage");
-  EXPECT_EQ(image_commands::shellDetach("/Volumes/My Vol"), "hdiutil detach /Volumes/My\\ Vol");
-}
 
 TEST(ImageCommands, SizesAndLabels) {
   EXPECT_EQ(image_commands::sizeOf("4g").value_or(0), 4ULL << 30);
@@ -83,19 +70,6 @@ TEST(MountedImages, ImageOfAJob_IsFoundByOtherPathsToo) {
   EXPECT_FALSE(isImageOfAJob(tree / "link/other", jobs));
 }
 
-class Alerts : public UserDialogs {
- public:
-  void showAlert(const std::string& title, const std::string& message) override {
-    shown.push_back(title + ": " + message);
-  }
-  void showMessage(const std::string&, const std::string&, const std::string&) override {}
-  void showPathProblem(const PathProblem&) override {}
-  void showFinish(const FinishDialog&) override {}
-  ConflictAnswer askConflict(const ConflictQuestion&) override { return {}; }
-  bool ask(const std::string&, const std::string&, const std::string&, const std::string&) override { return false; }
-  std::vector<std::string> shown;
-};
-
 class CreateDMGController : public testing::Test {
  protected:
   CreateDMGController() : defaults(UserDefaults::standardPath()), controller(alerts, defaults, tool()) {
@@ -117,7 +91,7 @@ class CreateDMGController : public testing::Test {
   test::TempTree tree;
   test::OwnHome home{tree.path()};
   UserDefaults defaults;
-  Alerts alerts;
+  test::SilentDialogs alerts;
   int createStatus = 0;
   std::vector<std::string> calls;
   createDMGController controller;
@@ -143,7 +117,7 @@ TEST_F(CreateDMGController, BadFields_AreRejectedInOrder) {
   controller.passwordField = "other";
   EXPECT_EQ(controller.createDMGFile(), -1);
   EXPECT_FALSE(controller.checkTextField());
-  EXPECT_THAT(alerts.shown,
+  EXPECT_THAT(alerts.alerts,
               ElementsAre("Warning: Please enter a volume name.", "Warning: Please enter a password.",
                           "Warning: Please verify the password.", "Warning: Please check the input of password."));
   EXPECT_THAT(calls, IsEmpty());
@@ -161,7 +135,7 @@ TEST_F(CreateDMGController, ToolThatFails_KeepsTheJobsTarget) {
   EXPECT_EQ(controller.createDMGFile(), 7);
   EXPECT_EQ(controller.sheet.targetPath, "/old");
   EXPECT_EQ(controller.doCommand([] { return false; }), createDMGController::Ending::kFailed);
-  EXPECT_THAT(alerts.shown,
+  EXPECT_THAT(alerts.alerts,
               ElementsAre("Warning: The DMG file could not be created. Please check the security settings.",
                           "Warning: There is an error in creating the DMG file."));
   createStatus = 0;

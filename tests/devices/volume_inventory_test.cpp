@@ -1,7 +1,6 @@
 #include "devices/volume_inventory.h"
 
 #include "devices/data_list_object.h"
-#include "platform/block_device.h"
 #include "support/mounted_volume.h"
 #include "support/temp_tree.h"
 
@@ -10,12 +9,7 @@ namespace {
 
 MountEntry mount(const std::string& fileSystem, std::uint64_t device, const std::string& path,
                  const std::string& root = "/") {
-  MountEntry entry;
-  entry.fileSystem = fileSystem;
-  entry.device = device;
-  entry.mountPoint = path;
-  entry.root = root;
-  return entry;
+  return {path, fileSystem, {}, 0, device, false, root};
 }
 
 std::vector<std::string> volumePaths(std::vector<MountEntry> mounts) {
@@ -91,26 +85,6 @@ TEST(VolumeInventory, ALinkToAnotherVolume_CountsWhereItStands) {
   EXPECT_EQ(bunGetVolumeSize(tree / "link").total(), bunGetVolumeSize(tree.path()).total());
   EXPECT_NE(bunGetVolumeSize(tree / "link").total(), bunGetVolumeSize(volume.path()).total());
   EXPECT_EQ(QelGetVolumeBSDName(volume.path()), "/dev/");
-}
-
-TEST(VolumeInventory, Disks_AreDescribedByNameAndDevice) {
-  const auto disks = block_device::disks();
-  const auto descriptions = getHardDiskDictArray();
-  ASSERT_EQ(descriptions.size(), disks.size());
-  for (std::size_t i = 0; i < disks.size(); ++i) {
-    EXPECT_EQ(descriptions[i][kBSDNameKey].text(), disks[i].node);
-    EXPECT_THAT(descriptions[i][kDiskNameKey].text(), ::testing::MatchesRegex(".+ [0-9]+[.][0-9] GB"));
-    EXPECT_NE(getHardDiskString().find(descriptions[i][kDiskNameKey].text() + "\n"), std::string::npos);
-  }
-}
-
-TEST(FileSystemTypeText, OfKnownTypes_IsTheNameThatUsersKnow) {
-  EXPECT_EQ(fileSystemTypeText("hfsplus"), "Mac OS Extended");
-  EXPECT_EQ(fileSystemTypeText("hfs", Journal::kKept), "Mac OS Extended (Journaled)");
-  EXPECT_EQ(fileSystemTypeText("ntfs3"), "NTFS");
-  EXPECT_EQ(fileSystemTypeText("vfat"), "MS DOS FAT");
-  EXPECT_EQ(fileSystemTypeText("nfs4"), "NFS");
-  EXPECT_EQ(fileSystemTypeText("fuseblk"), "unknown");
 }
 
 TEST(SizeOfADestination, InEachUnit_IsRoundedAsShown) {

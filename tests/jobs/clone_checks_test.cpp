@@ -7,12 +7,7 @@ namespace {
 
 MountEntry mount(const std::string& point, const std::string& source, std::uint64_t device,
                  const std::string& type = "ext4") {
-  MountEntry entry;
-  entry.mountPoint = point;
-  entry.fileSystem = type;
-  entry.source = source;
-  entry.device = device;
-  return entry;
+  return {point, type, source, 0, device};
 }
 
 std::string problem(const std::vector<std::string>& sources, const std::vector<std::string>& targets,

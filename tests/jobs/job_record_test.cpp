@@ -217,6 +217,7 @@ TEST_F(JobRecord, NewJob_ConfirmedAsAClone_HasTheDefaultsAndWhatTheTypeNeeds) {
   EXPECT_FALSE(job.bFirstCopy);
   EXPECT_EQ(jobToDictionary(job)[kRevisionsKey],
             PropertyList(Dictionary{{kDateModeRevisionKey, false}, {kMethodKey, 2}, {kRevisionMaxNumberKey, 1}}));
+  EXPECT_EQ(job.scheduling_method, SchedulingMethod::kRealTime);
   EXPECT_EQ(job.scheduling_timer, 10);
   EXPECT_EQ(job.capacityPercentage, 50);
   confirmNewJob(job, JobType::kClone);

@@ -3,10 +3,8 @@
 #include <rapidcheck.h>
 #include <rapidcheck/gtest.h>
 
-#include <cstdlib>
-#include <ctime>
-
 #include "platform/overslept.h"
+#include "support/home_fixture.h"
 
 namespace lumisk {
 namespace {
@@ -20,19 +18,8 @@ std::int64_t secondsOf(const CalendarDate& date) {
   return std::chrono::duration_cast<seconds>(date.time().time_since_epoch()).count();
 }
 
-class InZone {
- public:
-  explicit InZone(const char* zone) : before_(std::getenv("TZ") ? std::getenv("TZ") : "") {
-    ::setenv("TZ", zone, 1);
-    ::tzset();
-  }
-  ~InZone() {
-    before_.empty() ? ::unsetenv("TZ") : ::setenv("TZ", before_.c_str(), 1);
-    ::tzset();
-  }
-
- private:
-  std::string before_;
+struct InZone : test::ScopedVariable {
+  explicit InZone(const char* zone) : ScopedVariable("TZ", zone) {}
 };
 
 constexpr const char* kBerlin = "CET-1CEST,M3.5.0,M10.5.0/3";
@@ -72,29 +59,18 @@ TEST(CalendarDate, Parse_TakesTheStoredFormOnly) {
   EXPECT_EQ(secondsOf(CalendarDate::parse("2009-03-03 14:30:05 +0100").value()), 1236087005);
   EXPECT_EQ(secondsOf(CalendarDate::parse("2009-03-03 04:30:05 -0930").value()), 1236088805);
   EXPECT_EQ(CalendarDate::parse("2012-02-29 00:00:00 +0000", kTimeOfDayFormat).value().format(), kTimeOfDayFormat);
-  for (const char* text : {"",
-                           "2009-03-03",
-                           "2009-03-03 14:30:05",
-                           "2009-03-03 14:30:05 +01:00",
-                           "2009-03-03 14:30:05 +0100 ",
-                           " 2009-03-03 14:30:05 +0100",
-                           "2009-3-03 14:30:05 +01000",
-                           "2009-02-29 14:30:05 +0100",
-                           "2009-13-01 14:30:05 +0100",
-                           "2009-00-01 14:30:05 +0100",
-                           "2009-03-00 14:30:05 +0100",
-                           "2009-03-03 24:00:00 +0100",
-                           "2009-03-03 14:60:05 +0100",
-                           "2009-03-03 14:30:60 +0100",
-                           "2009-03-03 14:30:05  0100",
-                           "2009-03-03 14:30:05 +0160",
-                           "2009-03-03 14:30:05 +2400",
-                           "2009-03-03T14:30:05 +0100",
-                           "+009-03-03 14:30:05 +0100",
-                           "9999-03-03 14:30:05 +0100",
-                           "0001-01-01 00:00:00 +0000"}) {
+  // clang-format off
+  for (const char* text : {
+           "", "2009-03-03", "2009-03-03 14:30:05", "2009-03-03 14:30:05 +01:00", "2009-03-03 14:30:05 +0100 ",
+           " 2009-03-03 14:30:05 +0100", "2009-3-03 14:30:05 +01000", "2009-02-29 14:30:05 +0100",
+           "2009-13-01 14:30:05 +0100", "2009-00-01 14:30:05 +0100", "2009-03-00 14:30:05 +0100",
+           "2009-03-03 24:00:00 +0100", "2009-03-03 14:60:05 +0100", "2009-03-03 14:30:60 +0100",
+           "2009-03-03 14:30:05  0100", "2009-03-03 14:30:05 +0160", "2009-03-03 14:30:05 +2400",
+           "2009-03-03T14:30:05 +0100", "+009-03-03 14:30:05 +0100", "9999-03-03 14:30:05 +0100",
+           "0001-01-01 00:00:00 +0000"
+       })
+    // clang-format on
     EXPECT_FALSE(CalendarDate::parse(text)) << text;
-  }
 }
 
 RC_GTEST_PROP(CalendarDate, AnyMoment_SurvivesItsStoredForm, ()) {

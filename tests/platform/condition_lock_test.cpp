@@ -24,23 +24,6 @@ TEST(ConditionLock, ThreadsPassingTheCondition_TakeTurns) {
   for (std::size_t i = 0; i < order.size(); ++i) ASSERT_EQ(order[i], static_cast<int>(i % 3));
 }
 
-TEST(ConditionLock, PlainLocking_ExcludesAndKeepsTheCondition) {
-  ConditionLock lock(7);
-  int count = 0;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 500; ++i) {
-        const ConditionLock::Guard guard(lock);
-        ++count;
-      }
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  EXPECT_EQ(count, 2000);
-  EXPECT_EQ(lock.condition(), 7);
-}
-
 TEST(ConditionLockGuard, ReleasedEarly_UnlocksOnce) {
   ConditionLock lock(1);
   {

@@ -17,15 +17,6 @@
 namespace lumisk::test {
 namespace {
 
-template <class T>
-int codeOf(const Result<T>& result) {
-  return result ? 0 : result.error().code;
-}
-
-std::span<const std::byte> bytesOf(const std::string& text) {
-  return std::as_bytes(std::span(text));
-}
-
 std::string readAll(FileCalls& files, int file) {
   std::string text(64, '\0');
   const auto size = files.read(file, std::as_writable_bytes(std::span(text)));
@@ -167,14 +158,6 @@ TEST_P(FileCallsConformance, MayReadAndWrite_AsAnotherUser_FollowThePermissions)
   EXPECT_EQ(codeOf(files().mayWrite(root.get(), "closed")), 0);
 }
 
-TEST_P(FileCallsConformance, OpenFile_OnAFifo_DoesNotWaitForAWriter) {
-  const TempTree tree{{"fifo", Fifo{}}};
-  const auto root = open(tree);
-  const auto opened = files().openFile(root.get(), "fifo");
-  ASSERT_TRUE(opened);
-  EXPECT_EQ(files().statusOf(opened->get())->type, FileType::kFifo);
-}
-
 TEST_P(FileCallsConformance, OpenFile_AndRead_LeavesTheAccessTimeAlone) {
   const TempTree tree{{"f", File{"x", 0644, 1000}}};
   const auto root = open(tree);
@@ -200,28 +183,6 @@ TEST_P(FileCallsConformance, OpenFile_WithALeaseOnIt_WaitsUntilItIsGivenBack) {
   ::close(holder);
   ASSERT_TRUE(opened) << opened.error().text();
   EXPECT_EQ(readAll(files(), opened->get()), "x");
-}
-
-TEST_P(FileCallsConformance, Data_WrittenAndSought_ReadsBack) {
-  const TempTree tree;
-  const auto root = open(tree);
-  auto file = files().createFile(root.get(), "f", 0600);
-  ASSERT_TRUE(file);
-  EXPECT_EQ(codeOf(files().createFile(root.get(), "f", 0600)), EEXIST);
-  EXPECT_EQ(files().write(file->get(), bytesOf("0123456789")), 10U);
-  ASSERT_TRUE(files().truncate(file->get(), 6));
-  ASSERT_TRUE(files().seek(file->get(), 2));
-  EXPECT_EQ(readAll(files(), file->get()), "2345");
-  EXPECT_EQ(files().read(file->get(), std::as_writable_bytes(std::span<char>())), 0U);
-  const auto other = files().duplicate(file->get());
-  ASSERT_TRUE(files().startSync(other->get()));
-  ASSERT_TRUE(files().syncFile(other->get()));
-  ASSERT_TRUE(files().syncFileSystem(root.get()));
-  ASSERT_TRUE(files().close(std::move(*file)));
-  const auto writing = files().openFileForWriting(root.get(), "f");
-  EXPECT_EQ(files().write(writing->get(), bytesOf("ab")), 2U);
-  EXPECT_EQ(readFile(tree / "f"), "ab2345");
-  EXPECT_EQ(codeOf(files().seek(writing->get(), ~0ULL)), EOVERFLOW);
 }
 
 TEST_P(FileCallsConformance, Rename_OntoAnExistingName_ReplacesOnlyWhenAllowed) {
@@ -268,40 +229,6 @@ TEST(RenameWithoutReplacing, OntoEveryKindOfEntry_ReplacesNothing) {
   ExpectTreeExactly(
       tree.path(),
       Dir{{"f2", File{"f"}}, {"d2", Dir{{"x", File{"x"}}}}, {"b", File{"b"}}, {"e", Dir{}}, {"l2", Link{"-"}}});
-}
-
-TEST(FaultyFileCalls, Fail_ByCallNameAndNumber_HitsThatCallOnly) {
-  const TempTree tree{{"a", File{"a"}}, {"b", File{"b"}}};
-  FaultyFileCalls files;
-  const auto root = files.openRoot(tree.path());
-  files.fail(FileCall::kStatus, EIO, {.name = "b*", .nth = 2, .times = 1});
-  EXPECT_TRUE(files.status(root->get(), "b"));
-  EXPECT_TRUE(files.status(root->get(), "a"));
-  EXPECT_EQ(codeOf(files.status(root->get(), "b")), EIO);
-  EXPECT_TRUE(files.status(root->get(), "b"));
-  EXPECT_EQ(files.count(FileCall::kStatus, "b"), 3);
-  EXPECT_EQ(files.count(FileCall::kAny), 5);
-}
-
-TEST(FaultyFileCalls, Fail_OnADescriptor_GoesByTheNameItWasOpenedUnder) {
-  const TempTree tree{{"a", File{"a"}}, {"b", File{"b"}}};
-  FaultyFileCalls files;
-  const auto root = files.openRoot(tree.path());
-  const auto a = files.openFile(root->get(), "a");
-  const auto b = files.duplicate(files.openFile(root->get(), "b")->get());
-  files.fail(FileCall::kRead, EIO, {.name = "b", .times = FaultyFileCalls::kAlways});
-  std::string buffer(1, '\0');
-  EXPECT_TRUE(files.read(a->get(), std::as_writable_bytes(std::span(buffer))));
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(codeOf(files.read(b->get(), std::as_writable_bytes(std::span(buffer)))), EIO);
-}
-
-TEST(FaultyFileCalls, Before_ARename_LetsSomebodyElseCreateTheName) {
-  const TempTree tree{{"a", File{"a"}}};
-  FaultyFileCalls files;
-  const auto root = files.openRoot(tree.path());
-  files.before(FileCall::kRename, [&] { writeFile(tree / "b", "other"); }, {.name = "b"});
-  EXPECT_EQ(codeOf(files.rename(root->get(), "a", root->get(), "b", Replace::kNever)), EEXIST);
-  EXPECT_EQ(readFile(tree / "b"), "other");
 }
 
 }  // namespace

@@ -1,45 +1,22 @@
 #include "platform/home_folder.h"
 
-#include <cstdlib>
 #include <set>
+
+#include "support/home_fixture.h"
 
 namespace lumisk {
 namespace {
 
-class HomeFolder : public ::testing::Test {
- protected:
-  HomeFolder() : ours_(value("LUMISK_HOME")), usual_(value("HOME")) {}
-  ~HomeFolder() override {
-    set("LUMISK_HOME", ours_);
-    set("HOME", usual_);
-  }
-  static std::string value(const char* name) {
-    const char* text = std::getenv(name);
-    return text ? text : "";
-  }
-  static void set(const char* name, const std::string& text) {
-    text.empty() ? ::unsetenv(name) : ::setenv(name, text.c_str(), 1);
-  }
+using test::ScopedVariable;
 
- private:
-  std::string ours_;
-  std::string usual_;
-};
-
-TEST_F(HomeFolder, Variables_AreTakenInOrder) {
-  set("HOME", "/home/anna/");
-  set("LUMISK_HOME", "");
-  EXPECT_EQ(homeFolder(), "/home/anna");
-  set("LUMISK_HOME", "/srv/own//");
-  EXPECT_EQ(homeFolder(), "/srv/own");
-  set("LUMISK_HOME", "/");
-  EXPECT_EQ(homeFolder(), "/");
-}
-
-TEST_F(HomeFolder, NoVariables_GivesTheAccountsFolder) {
-  set("LUMISK_HOME", "");
-  set("HOME", "");
-  EXPECT_TRUE(homeFolder().starts_with('/'));
+TEST(HomeFolder, Variables_AreTakenInOrder) {
+  const ScopedVariable usual("HOME", "/home/anna/");
+  const auto with = [](const char* ours) { return ScopedVariable("LUMISK_HOME", ours), homeFolder(); };
+  EXPECT_EQ(with(""), "/home/anna");
+  EXPECT_EQ(with("/srv/own//"), "/srv/own");
+  EXPECT_EQ(with("/"), "/");
+  const ScopedVariable none("HOME", "");
+  EXPECT_TRUE(with("").starts_with('/')) << "the account's";
   EXPECT_NE(userName(), "");
 }
 

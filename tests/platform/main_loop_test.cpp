@@ -66,18 +66,6 @@ TEST(MainLoop, WorkThatAddsWorkForEver_LeavesTurnsToTimers) {
   loop.run();
 }
 
-TEST(MainLoop, WorkThatIsLeft_GoesWithTheLoop) {
-  auto held = std::make_shared<int>(1);
-  {
-    MainLoop loop;
-    loop.perform([held] { FAIL() << "the loop has gone"; });
-  }
-  EXPECT_EQ(held.use_count(), 1);
-  MainLoop next;
-  next.quit();
-  next.run();
-}
-
 TEST(MainLoop, Sources_FireUntilTheirHandlesGo) {
   MainLoop loop;
   int ticks = 0;

@@ -129,58 +129,23 @@ TEST(PropertyList, FormsThatOtherProgramsWrite_AreRead) {
 }
 
 TEST(PropertyList, ValuesThatAreNotQuiteOne_AreErrors) {
-  for (const char* value : {"<integer>12x</integer>",
-                            "<integer></integer>",
-                            "<integer>18446744073709551616</integer>",
-                            "<integer>1 2</integer>",
-                            "<integer>-9223372036854775809</integer>",
-                            "<integer>--1</integer>",
-                            "<integer>+-1</integer>",
-                            "<integer/>",
-                            "<real>1.5e</real>",
-                            "<real>1e999</real>",
-                            "<real>+-1</real>",
-                            "<real/>",
-                            "<date>2009-02-30T00:00:00Z</date>",
-                            "<date>2009-02-03 00:00:00 +0000</date>",
-                            "<date/>",
-                            "<data>YQ=</data>",
-                            "<data>YQ==YQ==</data>",
-                            "<data>Y</data>",
-                            "<data>YR==</data>",
-                            "<data>Y-==</data>",
-                            "<true>1</true>",
-                            "<null/>",
-                            "",
-                            "text",
-                            "<string>",
-                            "<string>a",
-                            "<string>a</key>",
-                            "<string>a<b/></string>",
-                            "<string x=\"1\">a</string>",
-                            "<string>&#1;</string>",
-                            "<string>&nbsp;</string>",
-                            "<string>&amp</string>",
-                            "<string>&#xD800;</string>",
-                            "<string>&#x110000;</string>",
-                            "<string>&#;</string>",
-                            "<string>\x01</string>",
-                            "<string>\xFF</string>",
-                            "<array><true/>",
-                            "<array></dict>",
-                            "<dict><true/></dict>",
-                            "<dict><key>a</key></dict>",
-                            "<dict><key>a</key><key>b</key></dict>",
-                            "<dict><key>a</key><true/><key>a</key><true/></dict>",
-                            "<dict><key>&#13;</key><true/></dict>",
-                            "<true/><true/>",
-                            "</plist><plist>",
-                            "< true/>",
-                            "<true/",
-                            "<!-- <true/>",
-                            "<true/>\xEF\xBF\xBF"}) {
+  // clang-format off
+  for (const char* value : {
+           "<integer>12x</integer>", "<integer></integer>", "<integer>18446744073709551616</integer>",
+           "<integer>1 2</integer>", "<integer>-9223372036854775809</integer>", "<integer>--1</integer>",
+           "<integer>+-1</integer>", "<integer/>", "<real>1.5e</real>", "<real>1e999</real>", "<real>+-1</real>",
+           "<real/>", "<date>2009-02-30T00:00:00Z</date>", "<date>2009-02-03 00:00:00 +0000</date>", "<date/>",
+           "<data>YQ=</data>", "<data>YQ==YQ==</data>", "<data>Y</data>", "<data>YR==</data>", "<data>Y-==</data>",
+           "<true>1</true>", "<null/>", "", "text", "<string>", "<string>a", "<string>a</key>",
+           "<string>a<b/></string>", "<string x=\"1\">a</string>", "<string>&#1;</string>", "<string>&nbsp;</string>",
+           "<string>&amp</string>", "<string>&#xD800;</string>", "<string>&#x110000;</string>", "<string>&#;</string>",
+           "<string>\x01</string>", "<string>\xFF</string>", "<array><true/>", "<array></dict>",
+           "<dict><true/></dict>", "<dict><key>a</key></dict>", "<dict><key>a</key><key>b</key></dict>",
+           "<dict><key>a</key><true/><key>a</key><true/></dict>", "<dict><key>&#13;</key><true/></dict>",
+           "<true/><true/>", "</plist><plist>", "< true/>", "<true/", "<!-- <true/>", "<true/>\xEF\xBF\xBF"
+       })
+    // clang-format on
     EXPECT_NE(whyNot(inDocument(value)), "") << value;
-  }
 }
 
 TEST(PropertyList, DocumentsThatAreNotQuiteOne_AreErrors) {

@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 
 #include "platform/paths.h"
 #include "support/fake_clock.h"
 #include "support/faulty_file_calls.h"
+#include "support/home_fixture.h"
 #include "support/mounted_volume.h"
 #include "support/temp_tree.h"
 
@@ -18,16 +18,6 @@ namespace {
 
 class TrashTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ::setenv("LUMISK_HOME", (tree_ / "home").c_str(), 1);
-    ::setenv("TZ", "UTC", 1);
-    ::tzset();
-  }
-  void TearDown() override {
-    ::unsetenv("LUMISK_HOME");
-    ::unsetenv("TZ");
-  }
-
   Result<TrashedItem> moveToTrash(const std::string& path) {
     const auto folder = files_.openRoot(paths::parent(path));
     return trash_.moveToTrash(folder->get(), paths::lastComponent(path), path);
@@ -42,6 +32,7 @@ class TrashTest : public ::testing::Test {
   }
 
   TempTree tree_{{"home", Dir{}}, {"work", Dir{}}};
+  const ScopedVariable home_{"LUMISK_HOME", tree_ / "home"}, zone_{"TZ", "UTC"};
   const std::string homeTrash_ = tree_ / "home/.local/share/Trash";
   FaultyFileCalls files_;
   FakeClock clock_;
@@ -108,9 +99,7 @@ TEST_F(TrashTest, MoveToTrash_WhenItFails_LeavesTheEntryAndNoRecord) {
   writeFile(tree_ / "work/a", "text");
   for (const auto call : {FileCall::kRename, FileCall::kWrite, FileCall::kClose}) {
     files_.fail(call, EIO, {.times = FaultyFileCalls::kAlways});
-    const auto item = moveToTrash(tree_ / "work/a");
-    ASSERT_FALSE(item);
-    EXPECT_EQ(item.error().code, EIO);
+    EXPECT_EQ(codeOf(moveToTrash(tree_ / "work/a")), EIO);
     files_.forgetRules();
     EXPECT_EQ(readFile(tree_ / "work/a"), "text");
     EXPECT_TRUE(listing(homeTrash_ + "/files").empty());
@@ -155,7 +144,6 @@ TEST_F(TrashTest, LinkToTrash_WhereThereAreNoLinks_LeavesNothingBehind) {
 class TrashOnVolume : public TrashTest {
  protected:
   void SetUp() override {
-    TrashTest::SetUp();
     if (!volume_.isMounted()) GTEST_SKIP() << volume_.problem();
     makeTree(volume_.path(), {{"target", Dir{{"a b", File{"text"}}}}});
   }
