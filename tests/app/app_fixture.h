@@ -98,6 +98,16 @@ class AppFixture : public HomeFixture {
             "/opt/lumisk"};
   }
   void launch() { launch(services()); }
+  void launchThree() {
+    storeThree();
+    launch();
+  }
+  // Goes no further than its beginning until the gate opens.
+  void startHeld(const std::string& name) {
+    gate->set(true);
+    EXPECT_TRUE(app->startNowButtonActionWithJobIndex(indexOf(name)));
+    gate->waitForRun();
+  }
   void launch(const AppServices& given) {
     app = std::make_unique<QuorvelAppObject>(given);
     ASSERT_TRUE(app->applicationDidFinishLaunching());

@@ -1,8 +1,5 @@
 #include "app/foreground_run.h"
 
-#include <csignal>
-#include <thread>
-
 #include "app/stored_run_status.h"
 #include "support/run_fixture.h"
 #include "support/temp_tree.h"
@@ -68,36 +65,6 @@ TEST_F(ForegroundRunTest, RealTimeJob_RunsOnceAndListensToNothing) {
   EXPECT_GT(progress, 0);
   EXPECT_EQ(starts, 0);
   ExpectSameTrees(tree_ / "docs", tree_ / "target/docs");
-}
-
-TEST_F(ForegroundRunTest, DryRun_EndsToo) {
-  options_.dryRun = true;
-  EXPECT_TRUE(run().completed);
-  EXPECT_TRUE(listing(tree_ / "target").empty());
-}
-
-TEST_F(ForegroundRunTest, Signals_CancelOnceAndLeaveNoPartialFile) {
-  for (const int signal : {SIGINT, SIGTERM}) {
-    std::atomic<bool> wasCancelled = false;
-    std::atomic<int> userCancels = 0;
-    const auto cancelled =
-        notifications_.observe(kCancelNotification, [&](const Notification&) { wasCancelled = true; });
-    const auto byUser = notifications_.observe(kUserCancelNotification, [&](const Notification&) { ++userCancels; });
-    // In the middle of the large file: between two of its chunks.
-    clock_.onSleep = [&, sent = false]() mutable {
-      if (std::exchange(sent, true)) return;
-      std::raise(signal);
-      while (!wasCancelled) std::this_thread::yield();
-    };
-    int requests = 0;
-    events_.onStopRequest = [&](int times) { requests = times; };
-    const auto report = run();
-    EXPECT_TRUE(report.cancelled);
-    EXPECT_FALSE(report.completed);
-    EXPECT_EQ(requests, 1);
-    EXPECT_EQ(userCancels, 1);
-    ExpectTreeExactly(tree_ / "target", Dir{{"docs", Dir{}}});
-  }
 }
 
 TEST_F(ForegroundRunTest, NoSuchJob_IsAnError) {

@@ -123,21 +123,6 @@ TEST_F(CommandLine, StoreHeldForAMoment_IsWaitedFor) {
   done({"job", "disable", "docs"});
 }
 
-TEST_F(CommandLine, DamagedStore_IsSetAsideAndSaidOnce) {
-  done({"job", "add", "docs", "--source", "docs", "--target", "target"});
-  writeFile(storePath(), "<plist><dict><key>half");
-  const auto outcome = done({"job", "list", "--json"});
-  EXPECT_EQ(outcome.out, "[]\n");
-  EXPECT_EQ(outcome.err.rfind("lumisk: ", 0), 0u) << outcome.err;
-  EXPECT_NE(outcome.err.find("damaged"), std::string::npos) << outcome.err;
-  EXPECT_EQ(done({"job", "list"}).err, "");
-  int keptCopies = 0;
-  for (const std::string& name : listing(home_ / "Library/Preferences")) {
-    keptCopies += readFile(home_ / "Library/Preferences/" + name) == "<plist><dict><key>half" ? 1 : 0;
-  }
-  EXPECT_EQ(keptCopies, 1);
-}
-
 TEST_F(CommandLine, UnreadableStore_FailsAndStaysAsItIs) {
   makeTree(home_.path(), {{"Library", Dir{{"Preferences", Dir{{"com.qelcorporation.lumisk.plist", Dir{}}}}}}});
   for (const std::vector<std::string>& arguments :

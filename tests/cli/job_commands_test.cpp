@@ -20,18 +20,6 @@ class JobCommands : public CommandLineFixture {
   }
 };
 
-TEST_F(JobCommands, Add_WithoutOptions_StoresTheDefaultsOfANewJob) {
-  const auto job = added({});
-  EXPECT_EQ(job.name, "j");
-  EXPECT_EQ(job.sourcePaths, std::vector{work_ / "docs"});
-  EXPECT_EQ(job.targetPaths, std::vector{work_ / "target"});
-  EXPECT_EQ(job.uuidString.size(), 36u);
-  EXPECT_TRUE(job.bFirstCopy && job.bActive && job.bMoveFileTrash);
-  EXPECT_EQ(job.scheduling_method, SchedulingMethod::kRealTime);
-  EXPECT_EQ(job.jobType, JobType::kBackup);
-  EXPECT_EQ(job.jobModifyTime, storedDate(clock_.now()));
-}
-
 TEST_F(JobCommands, Add_EveryOption_SetsItsField) {
   const auto job =
       added({"--type", "sync-revisions", "--weekdays", "sun,fri", "--at", "21:05", "--no-trash", "--include",
@@ -118,22 +106,6 @@ TEST_F(JobCommands, RenameDisableEnableRemove_ChangeOnlyThat) {
   EXPECT_EQ(done({"job", "list", "--json"}).out, "[]\n");
   EXPECT_TRUE(listing(lists).empty());
   EXPECT_TRUE(exists(work_ / "docs/one.txt"));
-}
-
-TEST_F(JobCommands, Run_StoredJob_KeepsItsStatus) {
-  added({"--realtime"});
-  const auto first = done({"run", "j", "--json"}).json();
-  EXPECT_EQ(first["job"], "j");
-  EXPECT_EQ(first["copied"], 2);
-  const PropertyList stored = storedJob(0);
-  EXPECT_EQ(stored["NSJobStatus"].integer(), 0);
-  EXPECT_EQ(stored["NSCancelStatus"].integer(), 0);
-  EXPECT_FALSE(stored["NSFirstCopy"].boolean());
-  EXPECT_EQ(stored["NSLastRanTime"].text(), storedDate(clock_.now()));
-  EXPECT_EQ(stored["NSLastBeginTime"].text(), stored["NSLastCompletedBegin"].text());
-  EXPECT_EQ(stored["NSScheduling"]["NSMethod"].integer(), 0) << "the schedule was changed by a run";
-  EXPECT_EQ(done({"run", "j", "--json"}).json()["copied"], 0);
-  EXPECT_EQ(done({"job", "list", "--json"}).json()[0]["status"], "Last Ran " + storedDate(clock_.now()));
 }
 
 TEST_F(JobCommands, Run_TargetGone_IsAnErrorAndNoCompletedRun) {

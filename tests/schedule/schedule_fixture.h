@@ -128,6 +128,16 @@ class ScheduleFixture : public ::testing::Test {
     ASSERT_TRUE(scheduler().start());
     sleep->waitUntilAsleep();
   }
+  void runNow() {
+    scheduler().setImmediateEvent();
+    sleep->waitUntilAsleep();
+  }
+  // Goes no further than its beginning until the gate opens.
+  void runHeld() {
+    gate.set(true);
+    scheduler().setImmediateEvent();
+    gate.waitForRun();
+  }
   std::uint64_t runs() { return scheduler().endedRuns().number; }
 
   ScopedVariable zone{"TZ", "Europe/Berlin"};

@@ -62,15 +62,6 @@ TEST_F(ScheduleThread, WeekDays_EachMinuteIsLookedAtOnce) {
   EXPECT_EQ(runs(), 1u);
 }
 
-TEST_F(ScheduleThread, WeekDays_RepeatedHour_OneRun) {
-  everyDayAt(2, 30);
-  setClock(CalendarDate::fromLocal(2009, 10, 25, 2, 29, 50).time());
-  start();
-  sleep->step(3700);
-  EXPECT_EQ(CalendarDate(kit.clock.now()).hour(), 2) << "for the second time";
-  EXPECT_EQ(runs(), 1u);
-}
-
 TEST_F(ScheduleThread, WeekDays_RestartInTheDueMinute_NoSecondRun) {
   everyDayAt(14, 30);
   kit.job.lastBeginTime = storedDate(kit.clock.now() - 2s);
@@ -108,17 +99,14 @@ TEST_F(ScheduleThread, NoSchedule_WaitsForRequests) {
   sleep->waitUntilAsleep();
   EXPECT_EQ(scheduler().endedRuns().last.counts.copied, 2u);
   EXPECT_FALSE(exists(kit.tree / "target/source"));
-  scheduler().setImmediateEvent();
-  sleep->waitUntilAsleep();
+  runNow();
   EXPECT_EQ(runs(), 2u);
   EXPECT_TRUE(exists(kit.tree / "target/source")) << "options hold for one run";
 }
 
 TEST_F(ScheduleThread, DuringARun_RequestsAreRefused) {
   start();
-  gate.set(true);
-  scheduler().setImmediateEvent();
-  gate.waitForRun();
+  runHeld();
   EXPECT_TRUE(scheduler().isNowCopyingFile());
   EXPECT_FALSE(scheduler().requestRun({}));
   scheduler().setImmediateEvent();
@@ -136,13 +124,11 @@ TEST_F(ScheduleThread, CancelBeforeTheWorkerHasTheRun_IsNotLost) {
   bool isTaken = false;
   onPreference = [&] { isTaken = scheduler().cancelRequestedRun(); };
   start();
-  scheduler().setImmediateEvent();
-  sleep->waitUntilAsleep();
+  runNow();
   EXPECT_TRUE(isTaken);
   EXPECT_EQ(runs(), 1u);
   EXPECT_TRUE(scheduler().endedRuns().last.cancelled);
-  scheduler().setImmediateEvent();
-  sleep->waitUntilAsleep();
+  runNow();
   EXPECT_FALSE(scheduler().endedRuns().last.cancelled) << "the next run was cancelled, too";
 }
 
@@ -163,9 +149,7 @@ TEST_F(ScheduleThread, PauseOfARunThatIsOnlyRequested_HoldsItWhenItBegins) {
 
 TEST_F(ScheduleThread, OtherWorkerOfTheSameName_EndsNothing) {
   start();
-  gate.set(true);
-  scheduler().setImmediateEvent();
-  gate.waitForRun();
+  runHeld();
   copyFileThreadObject other(kit.services());
   kit.center.post({kScheduleNotification, &other, {}});
   EXPECT_EQ(runs(), 0u);
@@ -210,8 +194,7 @@ TEST_F(ScheduleThread, RunningSources_AreListedDuringTheRun) {
     while ((during = listed()) == 0) std::this_thread::yield();  // the scheduler writes it while the run begins
   });
   start();
-  scheduler().setImmediateEvent();
-  sleep->waitUntilAsleep();
+  runNow();
   EXPECT_EQ(during, 1u);
   EXPECT_EQ(listed(), 0u);
 }
