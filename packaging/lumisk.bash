@@ -27,7 +27,7 @@ _lumisk() {
   if [ -n "$words" ]; then
     :
   elif [ "$COMP_CWORD" -eq 1 ]; then
-    words='backup sync job run start stop status next daemon send log versions restore volumes disks image --help --version'
+    words='backup sync job run start stop pause resume status next daemon send log versions restore volumes disks image --help --version'
   elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = job ]; then
     words='add list show edit rename remove enable disable'
   elif [ "$COMP_CWORD" -eq 2 ] && [ "${COMP_WORDS[1]}" = image ]; then
@@ -49,7 +49,7 @@ _lumisk() {
       'job list' | 'job show') words=--json ;;
     esac
     words+=' --help'
-  elif [[ ${COMP_WORDS[1]} =~ ^(run|start|stop|next|log)$ && $COMP_CWORD -eq 2 ]] ||
+  elif [[ ${COMP_WORDS[1]} =~ ^(run|start|stop|pause|resume|next|log)$ && $COMP_CWORD -eq 2 ]] ||
     [[ ${COMP_WORDS[1]} == job && ${COMP_WORDS[2]} =~ ^(show|edit|rename|remove|enable|disable)$ && $COMP_CWORD -eq 3 ]]; then
     _lumisk_complete_names
     return

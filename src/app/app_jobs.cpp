@@ -49,6 +49,25 @@ bool QuorvelAppObject::stopJobAtIndex(std::int32_t index) {
   return isBusy;
 }
 
+PauseAnswer QuorvelAppObject::pauseJobAtIndex(std::int32_t index) {
+  auto* const scheduler = members_->m_controlObject.object(index);
+  const PauseAnswer answer = scheduler ? scheduler->pauseRun() : PauseAnswer::kNotRunning;
+  if (answer == PauseAnswer::kDone) members_->progressed();
+  return answer;
+}
+
+bool QuorvelAppObject::resumeJobAtIndex(std::int32_t index) {
+  auto* const scheduler = members_->m_controlObject.object(index);
+  const bool wasPaused = scheduler && scheduler->resumeRun();
+  if (wasPaused) members_->progressed();
+  return wasPaused;
+}
+
+bool QuorvelAppObject::jobIsPausedAtIndex(std::int32_t index) {
+  auto* const scheduler = members_->m_controlObject.object(index);
+  return scheduler && scheduler->isNowCopyingFile() && scheduler->isPaused();
+}
+
 bool QuorvelAppObject::jobIsBusyAtIndex(std::int32_t index) {
   return members_->m_controlObject.isBusy(index);
 }

@@ -46,6 +46,8 @@ class RequestAnswer {
   Dictionary status();
   Dictionary start();
   Dictionary stop();
+  Dictionary pause();
+  Dictionary resume();
   Dictionary follow();
   Dictionary followRemoved();
   Dictionary changeJobs();
@@ -80,6 +82,10 @@ Dictionary RequestAnswer::give() {
       return start();
     case RequestAction::kStop:
       return stop();
+    case RequestAction::kPause:
+      return pause();
+    case RequestAction::kResume:
+      return resume();
     case RequestAction::kFollow:
       return follow();
     case RequestAction::kChangeJobs:
@@ -138,6 +144,7 @@ Dictionary RequestAnswer::statusOf(const std::string& uuid, std::int32_t index) 
   auto* const scheduler = members_.m_controlObject.object(index);
   Dictionary status{{kRequestUuidKey, uuid},
                     {kRunningKey, app_.jobIsBusyAtIndex(index)},
+                    {kPausedKey, app_.jobIsPausedAtIndex(index)},
                     {kSchedulerKey, scheduler != nullptr && scheduler->isStarted()}};
   if (scheduler) {
     const WatchedCounts folders = scheduler->watchedCounts();
@@ -187,6 +194,26 @@ Dictionary RequestAnswer::stop() {
   return given;
 }
 
+Dictionary RequestAnswer::pause() {
+  const std::int32_t job = index();
+  if (job < 0) return answer(RequestResult::kNoSuchJob);
+  switch (app_.pauseJobAtIndex(job)) {
+    case PauseAnswer::kNotRunning:
+      return answer(RequestResult::kRefused, kNotRunningReason);
+    case PauseAnswer::kCannotBePaused:
+      return answer(RequestResult::kRefused, kCloneIsNotPausedReason);
+    case PauseAnswer::kDone:
+      break;
+  }
+  return answer(RequestResult::kDone);
+}
+
+Dictionary RequestAnswer::resume() {
+  const std::int32_t job = index();
+  if (job < 0) return answer(RequestResult::kNoSuchJob);
+  return app_.resumeJobAtIndex(job) ? answer(RequestResult::kDone) : answer(RequestResult::kRefused, kNotPausedReason);
+}
+
 // The number is another one also when the job has been made anew meanwhile; then nothing is told of its run.
 Dictionary RequestAnswer::follow() {
   auto* const scheduler = members_.m_controlObject.object(index());
@@ -198,6 +225,7 @@ Dictionary RequestAnswer::follow() {
   if (hasEnded) {
     given[kReportKey] = dictionaryOf(ended.last);
   } else {
+    given[kPausedKey] = app_.jobIsPausedAtIndex(index());
     addProgress(uuid(), given);
   }
   return given;

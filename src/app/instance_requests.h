@@ -32,6 +32,9 @@ enum class RequestAction : std::int32_t {
   // For windows of an instance without any (app/lent_dialogs.h); kRefused by one with windows.
   kDialogs = 1010,       // -> "dialogs", see app/dialog_requests.h; whoever asks shows them, and asks again soon
   kAnswerDialog = 1011,  // "dialog" (its id) and "answer"; kRefused when it has gone before
+  // The run of a job stands still, or goes on; kRefused when it does not run, is a clone, or is not paused.
+  kPause = 1012,
+  kResume = 1013,
 };
 
 enum class RequestResult : std::int32_t {
@@ -63,9 +66,15 @@ inline constexpr const char* kDialogKey = "dialog";
 inline constexpr const char* kDialogAnswerKey = "answer";
 // Of each job in "jobs", besides "uuid", "endedRuns" and "progress".
 inline constexpr const char* kRunningKey = "running";             // bool
+inline constexpr const char* kPausedKey = "paused";               // bool, of a run; in the answer to kFollow, too
 inline constexpr const char* kSchedulerKey = "scheduled";         // bool: its scheduler's thread runs
 inline constexpr const char* kWatchedFoldersKey = "watched";      // number of folders listened to
 inline constexpr const char* kRescannedFoldersKey = "rescanned";  // number of folders that are looked at on a timer
+
+// Reasons of kPause and kResume.
+inline constexpr const char* kNotRunningReason = "the job does not run";
+inline constexpr const char* kCloneIsNotPausedReason = "a clone cannot be paused, only stopped";
+inline constexpr const char* kNotPausedReason = "the job is not paused";
 
 // The forms in which they travel. What is missing reads as its default; a dictionary from outside is never trusted.
 [[nodiscard]] PropertyList::Dictionary dictionaryOf(const RunOptions& options);

@@ -56,7 +56,10 @@ class QuorvelAppObject : public MessageDelegate {
   bool setManullyDisableAtIndex(std::int32_t index, bool disabled);
   [[nodiscard]] bool getManullyDisableAtIndex(std::int32_t index);
   [[nodiscard]] bool jobIsBusyAtIndex(std::int32_t index);
-  bool stopJobAtIndex(std::int32_t index);                  // cancels its run; false when it does not run
+  bool stopJobAtIndex(std::int32_t index);          // cancels its run; false when it does not run
+  PauseAnswer pauseJobAtIndex(std::int32_t index);  // its run stands still until it is resumed or ended
+  bool resumeJobAtIndex(std::int32_t index);        // false when it is not paused
+  [[nodiscard]] bool jobIsPausedAtIndex(std::int32_t index);
   bool deleteJobButtonActionWithIndex(std::int32_t index);  // asks first
   bool deleteJobButtonActionWithOutPromptAtIndex(std::int32_t index);
   bool addJob(const QUORVELPREFERENCEINFO& job);

@@ -89,7 +89,10 @@ void FollowedRun::look() {
     return end(Ending::kDone);
   }
   const PropertyList& progress = (*answer)[kProgressKey];
-  if (!progress.isNone()) display_.progress(progressMessageOf(progress));
+  if (progress.isNone()) return;
+  JobProgressMessage message = progressMessageOf(progress);
+  if ((*answer)[kPausedKey].boolean()) message.fileName = "(paused)";
+  display_.progress(message);
 }
 
 void FollowedRun::stopRequested() {

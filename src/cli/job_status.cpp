@@ -23,15 +23,17 @@ PropertyList settled(const JobState& state, bool instanceRuns) {
   return job;
 }
 
-std::string runningText(const std::optional<JobProgressMessage>& progress) {
-  if (!progress) return "running";
+std::string runningText(const JobState& state) {
+  const char* const word = state.paused ? "paused" : "running";
+  const auto& progress = state.progress;
+  if (!progress) return word;
   const int percent = std::clamp(static_cast<int>(progress->totalPercent), 0, 99);
   const std::string file = progress->fileName.empty() ? "" : ", " + displayText(progress->fileName);
-  return fmt::format("running, {}%{}", percent, file);
+  return fmt::format("{}, {}%{}", word, percent, file);
 }
 
 std::string stateText(const JobState& state, bool instanceRuns) {
-  if (state.running) return runningText(state.progress);
+  if (state.running) return runningText(state);
   if (state.waitingFor) return displayText(waitingText(*state.waitingFor));
   return displayText(statusLine(settled(state, instanceRuns)));
 }
@@ -75,6 +77,7 @@ nlohmann::ordered_json jsonOf(const JobState& state, bool instanceRuns, WallTime
   json["uuid"] = jsonOfText(job[kUuidStringKey].text());
   json["status"] = jsonOfText(statusLine(settled(state, instanceRuns)));
   json["running"] = state.running;
+  json["paused"] = state.paused;
   json["active"] = job[kActiveKey].boolean();
   json["lastRan"] = jsonOfText(job[kLastRanTimeKey].text());
   json["lastCompleted"] = jsonOfText(job[kLastCompletedBeginKey].text());

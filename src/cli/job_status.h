@@ -17,6 +17,7 @@ namespace lumisk {
 struct JobState {
   PropertyList job;      // as it is stored
   bool running = false;  // in the instance
+  bool paused = false;   // ... and its run stands still
   std::optional<JobProgressMessage> progress;
   WatchedCounts folders;  // of a real-time job, in the instance
   // What is not as it should be; see schedule/job_health.h.

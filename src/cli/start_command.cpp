@@ -43,12 +43,30 @@ Checked<Ending> stopJob(const NamedJob& options, CommandIo& io) {
   return Ending::kDone;
 }
 
+Checked<Ending> pauseJob(const NamedJob& options, CommandIo& io) {
+  LUMISK_TRY(AskedJob job, askedJob(options.name, io));
+  LUMISK_TRY(const PropertyList answer, job.instance.ask(RequestAction::kPause, {{kRequestUuidKey, job.uuid}}));
+  if (resultOf(answer) != RequestResult::kDone) return refusedBy(answer, options.name);
+  io.out << "Pausing the job " << displayText(options.name) << '\n';
+  return Ending::kDone;
+}
+
+Checked<Ending> resumeJob(const NamedJob& options, CommandIo& io) {
+  LUMISK_TRY(AskedJob job, askedJob(options.name, io));
+  LUMISK_TRY(const PropertyList answer, job.instance.ask(RequestAction::kResume, {{kRequestUuidKey, job.uuid}}));
+  if (resultOf(answer) != RequestResult::kDone) return refusedBy(answer, options.name);
+  io.out << "Resuming the job " << displayText(options.name) << '\n';
+  return Ending::kDone;
+}
+
 }  // namespace
 
 void addStartCommands(CLI::App& parent, CommandRun& chosen) {
   addNamedJobCommand(parent, chosen, "start", "Have the running instance run a job now; does not wait for it",
                      &startJob);
   addNamedJobCommand(parent, chosen, "stop", "Have the running instance stop the run of a job", &stopJob);
+  addNamedJobCommand(parent, chosen, "pause", "Have the running instance pause the run of a job", &pauseJob);
+  addNamedJobCommand(parent, chosen, "resume", "Have the running instance go on with a paused run", &resumeJob);
 }
 
 }  // namespace lumisk

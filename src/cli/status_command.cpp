@@ -26,6 +26,7 @@ JobState stateOf(const PropertyList& job, const PropertyList& answer, const Surr
   state.job = job;
   const PropertyList& live = liveStateOf(job, answer);
   state.running = live[kRunningKey].boolean();
+  state.paused = state.running && live[kPausedKey].boolean();
   if (state.running && !live[kProgressKey].isNone()) state.progress = progressMessageOf(live[kProgressKey]);
   state.folders = {live[kWatchedFoldersKey].unsignedInteger(), live[kRescannedFoldersKey].unsignedInteger()};
   state.missed = missedRun(job, now);

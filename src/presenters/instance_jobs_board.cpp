@@ -22,7 +22,7 @@ std::vector<BoardRun> runsOf(const PropertyList& answer) {
   std::vector<BoardRun> runs;
   for (const PropertyList& job : answer[kJobsKey].array()) {
     if (!job[kRunningKey].boolean()) continue;
-    BoardRun run{job[kRequestUuidKey].text(), {}};
+    BoardRun run{.uuid = job[kRequestUuidKey].text(), .paused = job[kPausedKey].boolean()};
     if (!job[kProgressKey].isNone()) run.progress = progressMessageOf(job[kProgressKey]);
     runs.push_back(std::move(run));
   }
@@ -132,7 +132,8 @@ void InstanceJobsBoard::sendAnswers() {
 
 bool InstanceJobsBoard::rest() {
   std::unique_lock lock(mutex_);
-  ending_.wait_for(lock, betweenQuestions_, [this] { return isEnding_ || !answers_.empty(); });
+  ending_.wait_for(lock, betweenQuestions_, [this] { return isEnding_ || asksSoon_ || !answers_.empty(); });
+  asksSoon_ = false;
   return !isEnding_;
 }
 
@@ -155,7 +156,13 @@ Result<PropertyList::Dictionary> InstanceJobsBoard::ask(RequestAction action, Pr
                                         action == RequestAction::kChangeJobs ? kChangePatience : kPatience)
                        : Result<PropertyList::Dictionary>(fail(connected.error()));
   });
-  if (answer) tell(BoardChange::kJobs);
+  if (!answer) return answer;
+  {
+    const std::lock_guard guard(mutex_);
+    asksSoon_ = true;
+  }
+  ending_.notify_all();
+  tell(BoardChange::kJobs);
   return answer;
 }
 

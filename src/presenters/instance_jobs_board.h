@@ -67,6 +67,7 @@ class InstanceJobsBoard : public RequestBoard {
   std::mutex mutex_;
   std::condition_variable ending_;
   bool isEnding_ = false;
+  bool asksSoon_ = false;                          // something has just been changed
   std::vector<PropertyList::Dictionary> answers_;  // of dialogs, to be sent
   std::atomic<bool> showsDialogs_{false};
   DialogDesk* desk_ = nullptr;

@@ -35,8 +35,8 @@ JobListPresenter::Changes JobListPresenter::readJobs() {
 }
 
 JobListPresenter::Changes JobListPresenter::readProgress() {
-  std::map<std::string, std::optional<JobProgressMessage>> runs;
-  for (BoardRun& run : board_.running()) runs.emplace(std::move(run.uuid), std::move(run.progress));
+  std::map<std::string, BoardRun> runs;
+  for (BoardRun& run : board_.running()) runs.emplace(run.uuid, std::move(run));
   const bool isSame = std::all_of(rows_.begin(), rows_.end(),
                                   [&](const JobRow& row) { return row.isRunning() == runs.contains(row.uuid); });
   if (!isSame) return readJobs();
@@ -44,7 +44,8 @@ JobListPresenter::Changes JobListPresenter::readProgress() {
   for (std::size_t i = 0; i < rows_.size(); ++i) {
     if (!rows_[i].isRunning()) continue;
     JobRow row = rows_[i];
-    setProgress(row, runs.at(row.uuid));
+    const BoardRun& run = runs.at(row.uuid);
+    setProgress(row, run.progress, run.paused);
     if (row == rows_[i]) continue;
     rows_[i] = std::move(row);
     changes.changed.push_back(i);
@@ -83,6 +84,9 @@ JobActions actionsFor(const std::vector<const JobRow*>& selected) {
   const auto any = [&](auto test) { return std::any_of(selected.begin(), selected.end(), test); };
   JobActions actions;
   actions.canStop = any([](const JobRow* row) { return row->isRunning(); });
+  const bool anyGoesOn = any([](const JobRow* row) { return row->canBePaused() && !row->isPaused; });
+  actions.canResume = !anyGoesOn && any([](const JobRow* row) { return row->isPaused; });
+  actions.canPause = anyGoesOn;
   actions.canStart = !actions.canStop && any([](const JobRow* row) { return row->isActive; });
   actions.canEnable = any([](const JobRow* row) { return !row->isActive; });
   actions.canDisable = !selected.empty() && !actions.canEnable;

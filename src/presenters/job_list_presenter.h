@@ -41,6 +41,8 @@ class JobListPresenter {
 struct JobActions {
   bool canStart = false;
   bool canStop = false;
+  bool canPause = false;    // one of them runs and can be paused
+  bool canResume = false;   // all of those are paused
   bool canEnable = false;   // one of them is disabled
   bool canDisable = false;  // none is
   bool canOpen = false;     // exactly one: to edit, for its log, to restore

@@ -137,7 +137,7 @@ JobRow rowOf(const BoardJob& job, WallTime now) {
   row.nextOrder = next.time ? wholeSeconds(*next.time) : isContinuous ? 0 : std::numeric_limits<std::int64_t>::max();
   row.note = noteOf(stored, now);
   if (row.isRunning()) {
-    setProgress(row, job.progress);
+    setProgress(row, job.progress, job.paused);
   } else {
     row.statusText = wordOf(lumisk::statusText(stored));
     row.detailText = row.lastRanText;
@@ -145,16 +145,21 @@ JobRow rowOf(const BoardJob& job, WallTime now) {
   return row;
 }
 
-void setProgress(JobRow& row, const std::optional<JobProgressMessage>& progress) {
+void setProgress(JobRow& row, const std::optional<JobProgressMessage>& progress, bool isPaused) {
   row.permille.reset();
   row.detailText.clear();
+  row.isPaused = isPaused;
   const bool hasError = row.state == RowState::kRunningWithError;
-  row.statusText = hasError ? translated(kErrorProgressText) : translated("Starting");
+  row.statusText = isPaused ? translated("Paused") : hasError ? translated(kErrorProgressText) : translated("Starting");
   if (!progress) return;
   const double permille = std::isfinite(progress->totalPercent) ? progress->totalPercent * 10 : 0;
   row.permille = static_cast<int>(std::clamp(permille, 0.0, kWholePermille - 1.0));
-  if (!hasError) row.statusText = filled(translated("{}%"), *row.permille / 10);
   row.detailText = progress->fileName;
+  const int percent = *row.permille / 10;
+  if (isPaused)
+    row.statusText = filled(translated("Paused, {}%"), percent);
+  else if (!hasError)
+    row.statusText = filled(translated("{}%"), percent);
 }
 
 }  // namespace lumisk

@@ -17,13 +17,15 @@ struct BoardJob {
   std::string uuid;
   PropertyList stored;  // the stored dictionary
   bool running = false;
-  std::optional<JobProgressMessage> progress;  // of its run
+  std::optional<JobProgressMessage> progress{};  // of its run
+  bool paused = false;                           // its run stands still
 };
 
 // A run that is under way.
 struct BoardRun {
   std::string uuid;
-  std::optional<JobProgressMessage> progress;
+  std::optional<JobProgressMessage> progress{};
+  bool paused = false;
 };
 
 // What a window has to read again.
@@ -47,6 +49,8 @@ class JobsBoard {
   virtual Refusal start(const std::string& uuid) = 0;
   virtual Refusal startAllowingDeletions(const std::string& uuid) = 0;  // this once, however many there are
   virtual Refusal stop(const std::string& uuid) = 0;
+  virtual Refusal pause(const std::string& uuid) = 0;  // its run stands still until it goes on or ends
+  virtual Refusal resume(const std::string& uuid) = 0;
   virtual Refusal setActive(const std::string& uuid, bool active) = 0;
   virtual Refusal remove(const std::string& uuid) = 0;  // whoever calls has asked the user
   virtual Refusal add(const QUORVELPREFERENCEINFO& job) = 0;

@@ -23,7 +23,7 @@ std::vector<BoardRun> LocalJobsBoard::running() {
   for (std::int32_t index = 0; auto* const scheduler = app_.control().object(index); ++index) {
     if (!scheduler->isNowCopyingFile()) continue;
     const std::string uuid = scheduler->jobUuid();
-    runs.push_back({uuid, app_.progressOf(uuid)});
+    runs.push_back({uuid, app_.progressOf(uuid), scheduler->isPaused()});
   }
   return runs;
 }

@@ -15,6 +15,11 @@ namespace {
 using Array = PropertyList::Array;
 using Dictionary = PropertyList::Dictionary;
 
+// Here to be found by those who collect what is to be translated. What is not among them is shown as it comes.
+[[maybe_unused]] constexpr const char* kReasonsOfOthers[] = {markedText("the job does not run"),
+                                                             markedText("a clone cannot be paused, only stopped"),
+                                                             markedText("the job is not paused")};
+
 std::string reasonOf(RequestResult result) {
   switch (result) {
     case RequestResult::kNoSuchJob:
@@ -60,14 +65,16 @@ std::string textOf(const JobProblem& problem) {
 }  // namespace
 
 std::vector<BoardJob> RequestBoard::jobs() {
-  std::map<std::string, std::optional<JobProgressMessage>> runs;
-  for (BoardRun& run : running()) runs.emplace(std::move(run.uuid), std::move(run.progress));
+  std::map<std::string, BoardRun> runs;
+  for (BoardRun& run : running()) runs.emplace(run.uuid, std::move(run));
   std::vector<BoardJob> jobs;
   for (PropertyList& stored : storedJobs()) {
-    BoardJob job{stored[kUuidStringKey].text(), std::move(stored), false, {}};
-    const auto run = runs.find(job.uuid);
-    job.running = run != runs.end();
-    if (job.running) job.progress = run->second;
+    BoardJob job{stored[kUuidStringKey].text(), std::move(stored)};
+    if (const auto run = runs.find(job.uuid); run != runs.end()) {
+      job.running = true;
+      job.progress = run->second.progress;
+      job.paused = run->second.paused;
+    }
     jobs.push_back(std::move(job));
   }
   return jobs;
@@ -81,7 +88,8 @@ JobsBoard::Refusal RequestBoard::request(RequestAction action, Dictionary reques
   const auto result = static_cast<RequestResult>(answer[kResultKey].integer32());
   if (result == RequestResult::kDone) return std::nullopt;
   const std::string reason = answer[kReasonKey].text();
-  return reason.empty() || result != RequestResult::kRefused ? reasonOf(result) : displayText(reason);
+  return reason.empty() || result != RequestResult::kRefused ? reasonOf(result)
+                                                             : displayText(translated(reason.c_str()));
 }
 
 JobsBoard::Refusal RequestBoard::change(const Array& before, const Array& after) {
@@ -102,6 +110,14 @@ JobsBoard::Refusal RequestBoard::startAllowingDeletions(const std::string& uuid)
 
 JobsBoard::Refusal RequestBoard::stop(const std::string& uuid) {
   return request(RequestAction::kStop, {{kRequestUuidKey, uuid}});
+}
+
+JobsBoard::Refusal RequestBoard::pause(const std::string& uuid) {
+  return request(RequestAction::kPause, {{kRequestUuidKey, uuid}});
+}
+
+JobsBoard::Refusal RequestBoard::resume(const std::string& uuid) {
+  return request(RequestAction::kResume, {{kRequestUuidKey, uuid}});
 }
 
 // Disabled by hand also means that the job is not enabled again when its disk image appears.

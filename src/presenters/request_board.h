@@ -16,6 +16,8 @@ class RequestBoard : public JobsBoard {
   Refusal start(const std::string& uuid) override;
   Refusal startAllowingDeletions(const std::string& uuid) override;
   Refusal stop(const std::string& uuid) override;
+  Refusal pause(const std::string& uuid) override;
+  Refusal resume(const std::string& uuid) override;
   Refusal setActive(const std::string& uuid, bool active) override;
   Refusal remove(const std::string& uuid) override;
   Refusal add(const QUORVELPREFERENCEINFO& job) override;

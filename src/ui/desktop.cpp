@@ -65,6 +65,7 @@ void Desktop::fillMenu() {
   menu_->clear();
   for (const JobRow& row : JobsModel::of(windows_.context()).list().rows()) {
     if (!row.isRunning()) continue;
+    if (row.canBePaused()) addPause(row);
     auto* const stop =
         menu_->addAction(theme::icon("stop"), shownText(filled(translated("Stop {} ({})"), row.name, row.statusText)));
     connect(stop, &QAction::triggered, this, [this, uuid = row.uuid] { (void)windows_.context().board.stop(uuid); });
@@ -78,6 +79,16 @@ void Desktop::fillMenu() {
       ->setEnabled(!isShown(windows_, WindowKind::kJobEditor));
   menu_->addSeparator();
   menu_->addAction(tr_("&Quit"), this, &Desktop::quit);
+}
+
+void Desktop::addPause(const JobRow& row) {
+  const std::string text = row.isPaused ? translated("Resume {}") : translated("Pause {}");
+  auto* const action =
+      menu_->addAction(theme::icon(row.isPaused ? "play" : "pause"), shownText(filled(text, row.name)));
+  connect(action, &QAction::triggered, this, [this, uuid = row.uuid, isPaused = row.isPaused] {
+    JobsBoard& board = windows_.context().board;
+    (void)(isPaused ? board.resume(uuid) : board.pause(uuid));
+  });
 }
 
 void Desktop::closeMain() {

@@ -11,6 +11,8 @@ class QMenu;
 
 namespace lumisk {
 
+struct JobRow;
+
 // What holds the windows together: the icon in the desktop's tray where it has one, the appearance that the user chose,
 // and what closing the main window means: with a tray the program goes on behind it, without one it ends, when the user
 // agrees.
@@ -28,6 +30,7 @@ class Desktop : public QObject {
  private:
   void setUpTray();
   void fillMenu();
+  void addPause(const JobRow& row);
   void applyAppearance();
   void closeMain();
   void quit();

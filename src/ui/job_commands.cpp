@@ -24,6 +24,7 @@ JobCommands::JobCommands(UiContext& context, QWidget& window) : QObject(&window)
   const auto first = [this] { return selected_.empty() ? std::string() : selected_.front(); };
   newJob = make("plus", tr_("&New job"), QKeySequence::New, [&windows] { windows.openNewJob(); });
   startOrStop = make("play", tr_("&Start"), Qt::CTRL | Qt::Key_R, [this] { startOrStopAll(); });
+  pauseOrResume = make("pause", tr_("&Pause"), Qt::CTRL | Qt::Key_P, [this] { pauseOrResumeAll(); });
   edit = make("edit", tr_("&Edit"), Qt::CTRL | Qt::Key_E, [&windows, first] { windows.openJobEditor(first()); });
   enableOrDisable = make("power", tr_("D&isable"), Qt::CTRL | Qt::Key_D, [this] { enableOrDisableAll(); });
   remove = make("trash", tr_("&Delete"), QKeySequence::Delete, [this] { removeAll(); });
@@ -53,7 +54,11 @@ QAction* JobCommands::make(const char* icon, const QString& text, const QKeySequ
 
 void JobCommands::setSelected(std::vector<std::string> uuids, const std::vector<const JobRow*>& rows) {
   selected_ = std::move(uuids);
-  show(actionsFor(rows));
+  const JobActions actions = actionsFor(rows);
+  pausable_.clear();
+  for (const JobRow* const row : rows)
+    if (row->canBePaused() && row->isPaused == actions.canResume) pausable_.push_back(row->uuid);
+  show(actions);
 }
 
 void JobCommands::show(const JobActions& actions) {
@@ -61,6 +66,9 @@ void JobCommands::show(const JobActions& actions) {
   startOrStop->setText(actions.canStop ? tr_("&Stop") : tr_("&Start"));
   startOrStop->setIcon(theme::icon(actions.canStop ? "stop" : "play"));
   startOrStop->setEnabled(actions.canStart || actions.canStop);
+  pauseOrResume->setText(actions.canResume ? tr_("Res&ume") : tr_("&Pause"));
+  pauseOrResume->setIcon(theme::icon(actions.canResume ? "play" : "pause"));
+  pauseOrResume->setEnabled(actions.canPause || actions.canResume);
   enableOrDisable->setText(actions.canEnable ? tr_("&Enable") : tr_("D&isable"));
   enableOrDisable->setEnabled(actions.canEnable || actions.canDisable);
   for (QAction* const action : {edit, log, restore}) action->setEnabled(actions.canOpen);
@@ -68,7 +76,7 @@ void JobCommands::show(const JobActions& actions) {
 }
 
 void JobCommands::addTo(QMenu& menu) const {
-  menu.addActions({startOrStop, edit, enableOrDisable});
+  menu.addActions({startOrStop, pauseOrResume, edit, enableOrDisable});
   menu.addSeparator();
   menu.addActions({log, restore});
   menu.addSeparator();
@@ -76,7 +84,8 @@ void JobCommands::addTo(QMenu& menu) const {
 }
 
 void JobCommands::setJobCommandsVisible(bool visible) {
-  for (QAction* const action : {startOrStop, edit, enableOrDisable, remove, log, restore}) action->setVisible(visible);
+  for (QAction* const action : {startOrStop, pauseOrResume, edit, enableOrDisable, remove, log, restore})
+    action->setVisible(visible);
   for (QAction* const separator : separators_) separator->setVisible(visible);
 }
 
@@ -95,6 +104,15 @@ void JobCommands::forEach(const std::function<JobsBoard::Refusal(const std::stri
 void JobCommands::startOrStopAll() {
   const bool stops = actions_.canStop;
   forEach([&](const std::string& uuid) { return stops ? context_.board.stop(uuid) : context_.board.start(uuid); });
+}
+
+void JobCommands::pauseOrResumeAll() {
+  const bool resumes = actions_.canResume;
+  const auto uuids = pausable_;
+  for (const std::string& uuid : uuids) {
+    const auto refusal = resumes ? context_.board.resume(uuid) : context_.board.pause(uuid);
+    if (refusal) return context_.dialogs.showAlert(kTitle, *refusal);
+  }
 }
 
 void JobCommands::enableOrDisableAll() {

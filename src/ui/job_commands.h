@@ -32,6 +32,7 @@ class JobCommands : public QObject {
 
   QAction* newJob;
   QAction* startOrStop;
+  QAction* pauseOrResume;
   QAction* edit;
   QAction* enableOrDisable;
   QAction* remove;
@@ -47,6 +48,7 @@ class JobCommands : public QObject {
   QAction* make(const char* icon, const QString& text, const QKeySequence& keys, std::function<void()> work);
   void forEach(const std::function<JobsBoard::Refusal(const std::string&)>& change);
   void startOrStopAll();
+  void pauseOrResumeAll();
   void enableOrDisableAll();
   void removeAll();
   void showAbout();
@@ -55,6 +57,7 @@ class JobCommands : public QObject {
   UiContext& context_;
   QWidget& window_;
   std::vector<std::string> selected_;
+  std::vector<std::string> pausable_;  // of them: whose runs are to be paused, or all of which are paused
   JobActions actions_;
   std::vector<QAction*> separators_;
 };

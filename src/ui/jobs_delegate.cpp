@@ -97,7 +97,8 @@ void paintPaths(Cell& cell, const std::string& paths) {
 
 void paintRun(Cell& cell, const JobRow& row) {
   const bool hasError = row.state == RowState::kRunningWithError;
-  const QColor colour = hasError ? theme::colours().error : theme::colours().accent;
+  const QColor going = row.isPaused ? theme::colours().quietText : theme::colours().accent;
+  const QColor colour = hasError ? theme::colours().error : going;
   const QRect first = cell.line(0, 2);
   const QFontMetrics metrics(theme::font(theme::TextStyle::kStrong));
   const int word = std::max(metrics.horizontalAdvance(QStringLiteral("100%")),

@@ -87,8 +87,9 @@ QToolBar* MainWindow::makeToolBar() {
   bar->setIconSize({theme::kIconSize, theme::kIconSize});
   addTools(*bar, {commands_->newJob}, Qt::ToolButtonTextBesideIcon);
   commands_->addSeparator(*bar);
-  addTools(*bar, {commands_->startOrStop, commands_->edit, commands_->enableOrDisable, commands_->remove},
-           Qt::ToolButtonTextBesideIcon);
+  addTools(*bar, {commands_->startOrStop}, Qt::ToolButtonTextBesideIcon);
+  addTools(*bar, {commands_->pauseOrResume}, Qt::ToolButtonIconOnly);
+  addTools(*bar, {commands_->edit, commands_->enableOrDisable, commands_->remove}, Qt::ToolButtonTextBesideIcon);
   commands_->addSeparator(*bar);
   addTools(*bar, {commands_->log, commands_->restore}, Qt::ToolButtonTextBesideIcon);
   auto* const space = new QWidget;

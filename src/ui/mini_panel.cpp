@@ -32,7 +32,10 @@ class CutLabel : public QLabel {
 class MiniRun : public QWidget {
  public:
   MiniRun(UiContext& context, const JobRow& row)
-      : name_(widgets::label({}, theme::TextStyle::kStrong)), percent_(widgets::label({}, theme::TextStyle::kStrong)) {
+      : name_(widgets::label({}, theme::TextStyle::kStrong)),
+        percent_(widgets::label({}, theme::TextStyle::kStrong)),
+        pause_(widgets::iconButton("pause", {})),
+        isPaused_(!row.isPaused) {  // shown with the first look
     auto* const column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(theme::kTiny);
@@ -42,9 +45,14 @@ class MiniRun : public QWidget {
     QObject::connect(stop, &QToolButton::clicked, this, [&context, uuid = row.uuid] {
       if (const auto refusal = context.board.stop(uuid)) context.dialogs.showAlert("Qel Lumisk", *refusal);
     });
+    QObject::connect(pause_, &QToolButton::clicked, this, [this, &context, uuid = row.uuid] {
+      const auto refusal = isPaused_ ? context.board.resume(uuid) : context.board.pause(uuid);
+      if (refusal) context.dialogs.showAlert("Qel Lumisk", *refusal);
+    });
     name_->setMinimumWidth(1);
     line->addWidget(name_, 1);
     line->addWidget(percent_);
+    line->addWidget(pause_);
     line->addWidget(stop);
     column->addLayout(line);
     bar_.setRange(0, kWholePermille);
@@ -59,11 +67,17 @@ class MiniRun : public QWidget {
     bar_.setValue(row.permille.value_or(0));
     bar_.setAccessibleName(shownText(row.name));
     file_.show(shownText(row.detailText));
+    pause_->setVisible(row.canBePaused());
+    if (std::exchange(isPaused_, row.isPaused) == row.isPaused) return;
+    widgets::relabel(*pause_, isPaused_ ? "play" : "pause",
+                     shownText(filled(isPaused_ ? translated("Resume {}") : translated("Pause {}"), row.name)));
   }
 
  private:
   QLabel* name_;
   QLabel* percent_;
+  QToolButton* pause_;
+  bool isPaused_;
   QProgressBar bar_;
   CutLabel file_;
 };

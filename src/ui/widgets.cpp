@@ -110,12 +110,16 @@ QPushButton* button(const QString& text, ButtonKind kind, const std::string& ico
 QToolButton* iconButton(const std::string& iconName, const QString& text) {
   auto* const made = new QToolButton;
   made->setObjectName(QStringLiteral("iconButton"));
-  made->setIcon(theme::icon(iconName));
   made->setIconSize({theme::kIconSize, theme::kIconSize});
-  made->setToolTip(text);
-  made->setAccessibleName(text);
   made->setFocusPolicy(Qt::TabFocus);
+  relabel(*made, iconName, text);
   return made;
+}
+
+void relabel(QToolButton& iconButton, const std::string& iconName, const QString& text) {
+  iconButton.setIcon(theme::icon(iconName));
+  iconButton.setToolTip(text);
+  iconButton.setAccessibleName(text);
 }
 
 Card::Card(QWidget* parent) : QFrame(parent), content_(new QVBoxLayout(this)) {

@@ -25,6 +25,7 @@ enum class ButtonKind { kPlain, kPrimary, kDangerous, kFlat };
                                   const std::string& iconName = {});
 // An icon alone; the text is its name for screen readers and its tool tip.
 [[nodiscard]] QToolButton* iconButton(const std::string& iconName, const QString& text);
+void relabel(QToolButton& iconButton, const std::string& iconName, const QString& text);
 
 // A quiet box with rounded corners around a group; fill its layout, which is vertical and has the grid's margins.
 class Card : public QFrame {

@@ -91,6 +91,46 @@ TEST_F(JobsBoardsTest, EditOfARunningJob_WaitsForItsRunBesideTheWindows) {
   EXPECT_FALSE(exists(copyOf("a")));
 }
 
+TEST_F(JobsBoardsTest, PausedRun_StandsStillUntilItGoesOnOrEnds_OnEitherBoard) {
+  storeThree();
+  launch();
+  LocalJobsBoard local(*app, clock);
+  InstanceJobsBoard instance(
+      loop, clock, [] {}, [this](const auto& work) { waitServing(work); });
+  const auto isPaused = [](JobsBoard& board) {
+    const auto runs = board.running();
+    return runs.size() == 1 && runs[0].uuid == "uuid-b" && runs[0].paused;
+  };
+  for (JobsBoard* const board : std::initializer_list<JobsBoard*>{&local, &instance}) {
+    EXPECT_EQ(board->pause("uuid-b"), "the job does not run");
+    EXPECT_EQ(board->resume("uuid-b"), "the job is not paused");
+    EXPECT_NE(board->pause("uuid-other"), std::nullopt);
+    const auto pauseARun = [&] {
+      gate->set(true);
+      EXPECT_EQ(board->start("uuid-b"), std::nullopt);
+      gate->waitForRun();
+      EXPECT_EQ(board->pause("uuid-b"), std::nullopt);
+      gate->set(false);
+      serveUntil([&] { return isPaused(*board); });
+      EXPECT_TRUE(board->jobs()[1].paused);
+    };
+    pauseARun();
+    EXPECT_EQ(board->resume("uuid-b"), std::nullopt) << "it did not stand still";
+    serveUntil([&] { return !busy("b"); });
+    EXPECT_TRUE(exists(copyOf("b")));
+    std::filesystem::remove_all(tree / "b/target/source");
+    pauseARun();
+    EXPECT_EQ(board->stop("uuid-b"), std::nullopt);
+    serveUntil([&] { return !busy("b") && board->running().empty(); });
+    EXPECT_EQ(job("b")[kCancelStatusKey].integer32(), static_cast<std::int32_t>(CancelStatus::kCancelled));
+    EXPECT_FALSE(exists(copyOf("b")));
+    pauseARun();
+    EXPECT_TRUE(app->disableJobAtIndex(indexOf("b"))) << "stops its run";
+    EXPECT_TRUE(app->enableJobAtIndex(indexOf("b")));
+    serveUntil([&] { return board->running().empty(); });
+  }
+}
+
 TEST_F(JobsBoardsTest, FileListOfAJob_FollowsItsName_AndIsNobodyElses) {
   storeThree();
   const auto list = [](const std::string& name) { return fileListFolder() + "/" + name + ".qellumiskdat"; };

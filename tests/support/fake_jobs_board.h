@@ -37,13 +37,15 @@ class FakeJobsBoard : public JobsBoard {
   std::vector<BoardRun> running() override {
     std::vector<BoardRun> runs;
     for (const BoardJob& job : list) {
-      if (job.running) runs.push_back({job.uuid, job.progress});
+      if (job.running) runs.push_back({job.uuid, job.progress, job.paused});
     }
     return runs;
   }
   Refusal start(const std::string& uuid) override { return called("start " + uuid); }
   Refusal startAllowingDeletions(const std::string& uuid) override { return called("allow deletions of " + uuid); }
   Refusal stop(const std::string& uuid) override { return called("stop " + uuid); }
+  Refusal pause(const std::string& uuid) override { return setPaused(uuid, true); }
+  Refusal resume(const std::string& uuid) override { return setPaused(uuid, false); }
   Refusal setActive(const std::string& uuid, bool active) override {
     return called((active ? "enable " : "disable ") + uuid);
   }
@@ -73,6 +75,12 @@ class FakeJobsBoard : public JobsBoard {
   Observation observe(Observer changed) override { return observers.add(std::move(changed)); }
 
  private:
+  Refusal setPaused(const std::string& uuid, bool paused) {
+    for (BoardJob& job : list) {
+      if (!refusal && job.uuid == uuid) job.paused = paused;
+    }
+    return called((paused ? "pause " : "resume ") + uuid);
+  }
   Refusal called(const std::string& call) {
     calls.push_back(call);
     if (!refusal) observers.tell(call.starts_with("set ") ? BoardChange::kPreferences : BoardChange::kJobs);

@@ -69,6 +69,16 @@ expectStatus 0 "$lumisk" start large
 waitFor 20 isCopying "$scratch/large-backup" || fail "the large copy does not begin"
 expectStatus 0 "$lumisk" start large; says 'runs already'
 expectStatus 0 "$lumisk" status; says 'running, '
+# It stands still, also for whoever asks it something else meanwhile.
+expectStatus 0 "$lumisk" pause large
+expectStatus 2 "$lumisk" pause first; oneError; says 'does not run'
+expectStatus 2 "$lumisk" resume first; oneError; says 'not paused'
+expectStatus 3 "$lumisk" pause nothing
+expectStatus 0 "$lumisk" status; says 'paused, '
+isState large paused True || fail "not paused: $("$lumisk" status --json)"
+expectStatus 0 "$lumisk" run first; says '0 copied'
+expectStatus 0 "$lumisk" resume large
+isState large paused False || fail "still paused: $("$lumisk" status --json)"
 expectStatus 0 "$lumisk" job remove first
 isState large running True || fail "the removal of another job ended the run"
 "$lumisk" run large --json >"$scratch/followed" 2>"$scratch/followed.err" &

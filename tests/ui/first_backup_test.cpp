@@ -83,5 +83,30 @@ TEST_F(FirstBackupTest, FromAColdStart_TakesFourClicksAndOneFolderChoice) {
   desktop.app().applicationWillTerminate();
 }
 
+TEST_F(FirstBackupTest, RunThatStandsStill_GoesOnFromTheMiniPanel) {
+  ASSERT_TRUE(desktop.app().applicationDidFinishLaunching());
+  addAllWindows(windows);
+  QUORVELPREFERENCEINFO job = newJobDefaults(systemClock().now());
+  job.name = "docs";
+  job.uuidString = "uuid";
+  job.sourcePaths = {tree / "Documents"};
+  job.targetPaths = {tree / "Stick"};
+  job.scheduling_method = SchedulingMethod::kNone;
+  ASSERT_EQ(board.add(job), std::nullopt);
+  ASSERT_EQ(board.start("uuid"), std::nullopt);
+  ASSERT_EQ(board.pause("uuid"), std::nullopt);
+  QWidget* const panel = windows.showMiniPanel();
+  const auto resume = [&]() -> QToolButton* {
+    for (auto* const button : panel->findChildren<QToolButton*>())
+      if (button->accessibleName() == QStringLiteral("Resume docs")) return button;
+    return nullptr;
+  };
+  ASSERT_TRUE(comes([&] { return resume() && resume()->isVisible(); }));
+  EXPECT_EQ(copied("letter.txt"), "");
+  click(resume());
+  ASSERT_TRUE(comes([&] { return copied("letter.txt") == "Dear Anna" && board.running().empty(); }));
+  desktop.app().applicationWillTerminate();
+}
+
 }  // namespace
 }  // namespace lumisk

@@ -76,6 +76,24 @@ TEST_F(MainWindowTest, Commands_ReachTheSelectedJobsByMouseAndKeyboard) {
   EXPECT_EQ(dialogs.asked.size(), 2u);
 }
 
+TEST_F(MainWindowTest, RunningJobs_ArePausedAndResumedByMouseAndKeyboard) {
+  addJobs({"a", "b", "c"});
+  for (const std::size_t runs : {0, 1}) board.list[runs].running = true;
+  board.list[1].stored.mutableDictionary()[kJobTypeKey] = static_cast<std::int32_t>(JobType::kClone);
+  open();
+  const QAction& action = *window->commands().pauseOrResume;
+  for (const int cannot : {1, 2}) {
+    clickRow(cannot);
+    EXPECT_FALSE(action.isEnabled()) << "a clone, or a job that does not run";
+  }
+  QTest::keyClick(&window->table(), Qt::Key_A, Qt::ControlModifier);
+  clickTool(&action);
+  EXPECT_EQ(std::exchange(board.calls, {}), Calls{"pause uuid-a"});
+  ASSERT_TRUE(comes([&] { return action.text() == QStringLiteral("Res&ume"); }));
+  QTest::keyClick(&window->table(), Qt::Key_P, Qt::ControlModifier);
+  EXPECT_EQ(board.calls, Calls{"resume uuid-a"});
+}
+
 TEST_F(MainWindowTest, DroppedFolders_BeginAJobOfTheirBytes) {
   open();
   dropOn(window, "file:///old/caf%E9\r\nfile:///new/%C3%A9");
@@ -125,7 +143,7 @@ TEST_F(MainWindowTest, ClosedWithoutATray_EndsTheProgramOnlyWhenTheUserAgrees) {
   EXPECT_EQ(asked, 2);
 }
 
-TEST_F(MainWindowTest, MiniPanel_ShowsWhatRunsAndStopsIt) {
+TEST_F(MainWindowTest, MiniPanel_ShowsWhatRuns_PausesItAndStopsIt) {
   addJobs({"a", "b"});
   board.list[1].running = true;
   board.list[1].progress = JobProgressMessage::messageWithJobName("b", "x.txt", 12, 0);
@@ -137,10 +155,17 @@ TEST_F(MainWindowTest, MiniPanel_ShowsWhatRunsAndStopsIt) {
     return false;
   };
   EXPECT_TRUE(shows("12%") && shows("x.txt"));
-  for (auto* const button : panel->findChildren<QToolButton*>()) {
-    if (button->accessibleName() == QStringLiteral("Stop b")) QTest::mouseClick(button, Qt::LeftButton);
-  }
-  EXPECT_EQ(board.calls, Calls{"stop uuid-b"});
+  const auto click = [&](const char* name) {
+    for (auto* const button : panel->findChildren<QToolButton*>()) {
+      if (button->accessibleName() == QLatin1String(name)) QTest::mouseClick(button, Qt::LeftButton);
+    }
+  };
+  click("Pause b");
+  ASSERT_TRUE(comes([&] { return shows("Paused, 12%"); }));
+  click("Resume b");
+  ASSERT_TRUE(comes([&] { return shows("12%"); }));
+  click("Stop b");
+  EXPECT_EQ(board.calls, (Calls{"pause uuid-b", "resume uuid-b", "stop uuid-b"}));
   board.list[1].running = false;
   ASSERT_TRUE(comes([&] { return !shows("x.txt"); })) << "an end that nobody tells";
 }
