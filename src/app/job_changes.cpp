@@ -13,11 +13,19 @@ using Dictionary = PropertyList::Dictionary;
 
 // What runs write. That a run has begun or ended meanwhile is no reason to keep a job that shall go.
 const std::set<std::string, std::less<>>& keysOfRuns() {
-  static const std::set<std::string, std::less<>> keys{
-      kLastRanTimeKey,        kLastBeginTimeKey,  kJobStatusKey,
-      kCancelStatusKey,       kFirstCopyKey,      kDataBitKey,
-      kLastCompletedBeginKey, kMarkedTargetsKey,  kLastCompletedBeginNanosecondsKey,
-      kRootFileSystemsKey,    kCapacityWarnedKey, kLastCompletedEndNanosecondsKey};
+  static const std::set<std::string, std::less<>> keys{kLastRanTimeKey,
+                                                       kLastBeginTimeKey,
+                                                       kJobStatusKey,
+                                                       kCancelStatusKey,
+                                                       kFirstCopyKey,
+                                                       kDataBitKey,
+                                                       kLastCompletedBeginKey,
+                                                       kMarkedTargetsKey,
+                                                       kLastCompletedBeginNanosecondsKey,
+                                                       kRootFileSystemsKey,
+                                                       kCapacityWarnedKey,
+                                                       kLastCompletedEndNanosecondsKey,
+                                                       kDoubtedSinceNanosecondsKey};
   return keys;
 }
 

@@ -31,6 +31,11 @@ bool hasOtherSize(const CopyQuestion& question) {
   return question.source.type == FileType::kRegular && question.source.size != question.destination->size;
 }
 
+bool isDoubted(const CopyQuestion& question) {
+  return question.doubtedSince && question.source.type == FileType::kRegular &&
+         question.destination->changed >= *question.doubtedSince;
+}
+
 }  // namespace
 
 CopyDecision decideCopy(const CopyQuestion& question) {
@@ -40,6 +45,7 @@ CopyDecision decideCopy(const CopyQuestion& question) {
   const FileTime destination = floorTo(question.granularity, question.destination->modified);
   const bool isSame = source == destination || isOneSecondLater(source, destination);
   if (isSame && question.compareSizes && hasOtherSize(question)) return {CopyVerdict::kReplace, "other size"};
+  if (isSame && isDoubted(question)) return {CopyVerdict::kReplace, "in doubt"};
   if (!isSame && source > destination) return {CopyVerdict::kReplace, "newer"};
   return {CopyVerdict::kUnchanged, "unchanged"};
 }

@@ -20,7 +20,7 @@ enum class CopyVerdict {
 struct CopyDecision {
   CopyVerdict verdict = CopyVerdict::kUnchanged;
   const char* reason =
-      "";  // a short phrase for dry runs: "new", "newer", "other size", "unchanged", "not a file there"
+      "";  // a short phrase for dry runs: "new", "newer", "other size", "unchanged", "not a file there", "in doubt"
 };
 
 struct CopyQuestion {
@@ -28,6 +28,7 @@ struct CopyQuestion {
   std::optional<FileStatus> destination;    // proven absent when empty
   std::chrono::nanoseconds granularity{1};  // the coarser of the two file systems' time stamps
   bool compareSizes = false;                // the last run did not complete
+  std::optional<FileTime> doubtedSince{};   // what was changed there since may not be on the disk
 };
 
 // For backup jobs, and the part that two-way jobs share. A difference of exactly one second counts as none.

@@ -55,7 +55,7 @@ void DirectoryWalk::Walker::step(int mode) {
   entry_.isKnownSame = false;
   if (listedType == FileType::kFolder) return folders_.enter(entry_);
   const SameOnBoth* const same = frame.sameAt(index);
-  if (same && run_.clock.steadyNow() <= frame.sameUntil) {
+  if (same && !run_.doubtedSince && run_.clock.steadyNow() <= frame.sameUntil) {
     entry_.source = same->source;
     entry_.standing = same->standing;
     entry_.isKnownSame = true;

@@ -112,7 +112,7 @@ void FileStep::copiedAside(LaggingCopy& copy, const Result<FileCopier::Copied>& 
 
 // Measuring the file system's dates costs a file; it is done for the first close call only.
 CopyDecision FileStep::decide(const WalkEntry& entry) {
-  CopyQuestion question{entry.source, entry.standing, 1ns, run_.compareSizes};
+  CopyQuestion question{entry.source, entry.standing, 1ns, run_.compareSizes, run_.doubtedSince};
   const CopyDecision decision = decideCopy(question);
   const bool isCloseCall = decision.verdict == CopyVerdict::kReplace && !run_.dryRun &&
                            entry.source.type == entry.standing->type &&

@@ -20,6 +20,7 @@ struct RunMemory {
   // Whether all that earlier runs wrote has reached the disk. Before the first run of this worker only the stored dates
   // tell.
   std::optional<bool> settled;
+  std::int64_t unsettledSince = 0;  // the begin of the first run that is not, in nanoseconds since 1970; 0: unknown
   ConflictMemory conflicts;
   CompletedPasses passes;  // since the last completed run of the whole job
 };

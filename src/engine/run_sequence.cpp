@@ -8,7 +8,6 @@
 #include "engine/folder_path.h"
 #include "engine/full_path.h"
 #include "engine/type_filter.h"
-#include "engine/wait_aside.h"
 #include "jobs/job_checks.h"
 #include "platform/paths.h"
 #include "platform/workspace.h"
@@ -41,13 +40,6 @@ std::int64_t nanosecondsOf(WallTime time) {
 
 }  // namespace
 
-bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
-  if (info.lastBeginTime.empty()) return false;
-  const auto began = CalendarDate::parse(info.lastBeginTime);
-  const auto completed = CalendarDate::parse(info.lastCompletedBegin);
-  return !began || !completed || completed->time() < began->time();
-}
-
 std::optional<CompletedRun> lastCompletedRun(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
   const bool isKnown = info.lastCompletedBeginNanoseconds > 0 && info.lastCompletedEndNanoseconds > 0;
   if (!isKnown || info.lastCompletedBegin.empty()) return std::nullopt;
@@ -65,6 +57,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
       targets_(services, run_),
       dialogs_(services, memory, request, run_),
       image_(services, request.info),
+      lastSync_(services, memory, request, run_),
       report_(result_.report) {
   if (services.threads > 0 && request.options.pace == PaceKind::kFull) run_.pool = &pool_.emplace(services.threads);
   run_.terminate = &switches.m_bTerminateThread;
@@ -78,8 +71,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   if (nanosecondsOf(request.begin) < request.info.lastCompletedEndNanoseconds) run_.lastCompleted.reset();
   memory.passes.forgetAfter(timeOf(nanosecondsOf(request.begin)));
   run_.passes = &memory.passes;
-  run_.compareSizes =
-      request.info.bFirstCopy || request.info.lastCompletedBegin.empty() || lastRunDidNotComplete(request.info);
+  lastSync_.begin();
   run_.postProgress = std::move(postProgress);
   run_.onOutOfSpace = [this] { dialogs_.showNoSpace(); };
   run_.onFolderNotMade = [this](const std::string& path) { dialogs_.showFolderNotMade(path); };
@@ -289,6 +281,9 @@ void RunSequence::walkSources() {
     run_.log.write("%s\n", kSeparator.c_str());
     run_.log.write("%s: Synchronization started\n", run_.info.name.c_str());
   }
+  if (run_.doubtedSince)
+    run_.log.write("%s: WARNING: what was written before may not have reached the disk: it is copied again\n",
+                   run_.info.name.c_str());
   for (const Pair& pair : pairs_) {
     if (run_.mustStop()) return;
     walkSource(pair);
@@ -445,36 +440,12 @@ bool RunSequence::answers(const std::string& source) const {
 
 void RunSequence::settle() {
   if (run_.dryRun) return;
-  const bool wasSettled = memory_.settled.value_or(!lastRunDidNotComplete(run_.info));
-  memory_.settled = wasSettled && run_.written.isEmpty();
-  // A stop is not made to wait for a slow disk; the next run waits for what this one leaves.
-  if (run_.mustStop()) return;
-  const auto settled = bringToDisk(!wasSettled);
-  memory_.settled = settled.has_value();
-  if (settled || settled.error().code == ECANCELED) return;
+  const bool isWhole = report_.wholeJob && !report_.sourceProblem && !report_.targetProblem;
+  const auto settled = lastSync_.settle(targets_, isWhole);
+  if (settled) return;
   run_.log.write("%s: ERROR: Failed to write everything to the disk: %s\n", run_.info.name.c_str(),
                  settled.error().text().c_str());
   run_.noteError(RunError::kFileCopy);
-}
-
-// On a thread of its own, since nobody can call a disk off: whoever stops the run, the main thread above all, does not
-// wait for it.
-Result<void> RunSequence::bringToDisk(bool withTargets) {
-  if (run_.written.isEmpty() && !withTargets) return {};
-  auto folders = withTargets ? targets_.duplicates() : Result<std::vector<Descriptor>>();
-  if (!folders) return fail(folders.error());
-  struct Held {
-    FileCalls& files;
-    WrittenData written;
-    std::vector<Descriptor> folders;
-  };
-  auto held = std::make_shared<Held>(Held{run_.files, run_.written.take(), std::move(*folders)});
-  auto work = [held = std::move(held)]() -> Result<void> {
-    LUMISK_CHECK(held->written.settle());
-    for (const Descriptor& folder : held->folders) LUMISK_CHECK(held->files.syncFileSystem(folder.get()));
-    return {};
-  };
-  return waitAside(std::move(work), [this] { return run_.mustStop(); });
 }
 
 void RunSequence::fillReport() {
@@ -488,6 +459,7 @@ void RunSequence::fillReport() {
   report_.completed = !report_.held && !report_.cancelled && !report_.refused && !report_.sourceProblem &&
                       !report_.targetProblem && report_.errorCode == RunError::kNone && report_.counts.errors == 0;
   if (report_.completed && !run_.dryRun) noteCompletion();
+  lastSync_.fillReport(report_);
 }
 
 void RunSequence::noteCompletion() {

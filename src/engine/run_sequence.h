@@ -7,6 +7,7 @@
 
 #include "engine/backup_deletions.h"
 #include "engine/image_target.h"
+#include "engine/last_sync.h"
 #include "engine/listened_folders.h"
 #include "engine/place_checks.h"
 #include "engine/run_dialogs.h"
@@ -95,7 +96,6 @@ class RunSequence {
   void noteProblem(const std::string& path, const std::string& text);
 
   void settle();
-  Result<void> bringToDisk(bool withTargets);
   void fillReport();
   void noteCompletion();
   void notePass();
@@ -112,6 +112,7 @@ class RunSequence {
   RunTargets targets_;
   RunDialogs dialogs_;
   ImageTarget image_;
+  LastSync lastSync_;
   std::unique_ptr<RunRecorder> recorder_;
   std::optional<PlaceChecks> places_;
   std::unique_ptr<BackupDeletions> deletions_;  // of a backup that follows them
@@ -130,9 +131,6 @@ class RunSequence {
 // Where the sources of a job go, for what listens to them. What is at neither place counts as a folder.
 [[nodiscard]] std::vector<ListenedPlace> listenedPlaces(FileCalls& files,
                                                         const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
-
-// Whether the last run that began did not complete, so far as the stored dates tell.
-[[nodiscard]] bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
 
 // When it was, for decisions that need it exactly.
 [[nodiscard]] std::optional<CompletedRun> lastCompletedRun(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);

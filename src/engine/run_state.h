@@ -85,6 +85,7 @@ struct RunState {
 
   bool dryRun = false;                        // decide and report, change nothing
   bool compareSizes = false;                  // the last run did not complete: equal dates prove nothing
+  std::optional<FileTime> doubtedSince;       // what was changed since may not have reached the disk
   WallTime begin{};                           // when this run began
   std::optional<CompletedRun> lastCompleted;  // the last run of the whole job that completed; empty: none did
   const CompletedPasses* passes = nullptr;    // that have completed since; may be missing

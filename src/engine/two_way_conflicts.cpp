@@ -23,6 +23,7 @@ PresentQuestion TwoWayRules::questionOf(const WalkEntry& entry) const {
   question.from = entry.source;
   question.to = *entry.standing;
   question.compareSizes = run_.compareSizes;
+  question.doubtedSince = run_.doubtedSince;
   question.isForward = direction_ == Direction::kForward;
   question.jobType = run_.info.jobType;
   question.choice = conflicts_.conflictType;

@@ -15,7 +15,7 @@ std::int64_t nanoseconds(FileTime time) {
 
 // The decision by dates, as a backup takes it.
 CopyVerdict byDates(const FileStatus& from, const FileStatus& to, const PresentQuestion& question) {
-  return decideCopy({from, to, question.granularity, question.compareSizes}).verdict;
+  return decideCopy({from, to, question.granularity, question.compareSizes, {}}).verdict;
 }
 
 bool sameDate(const PresentQuestion& question) {
@@ -53,6 +53,17 @@ PresentVerdict settleConflict(const PresentQuestion& question, bool fromIsNewer)
   return fromIsNewer ? PresentVerdict::kCopy : PresentVerdict::kLeave;
 }
 
+// Of two that look alike, the one that a run has written and that may have been lost since; with both changed nobody
+// knows which is the other's copy.
+enum class Doubted { kNone, kFrom, kTo };
+Doubted doubted(const PresentQuestion& question) {
+  if (!question.doubtedSince || question.from.type != FileType::kRegular || !isInStep(question)) return Doubted::kNone;
+  const bool from = question.from.changed >= *question.doubtedSince;
+  const bool to = question.to.changed >= *question.doubtedSince;
+  if (from == to) return Doubted::kNone;
+  return from ? Doubted::kFrom : Doubted::kTo;
+}
+
 bool isUnlike(const PresentQuestion& question) {
   if (question.from.type != question.to.type) return true;
   if (question.from.type == FileType::kLink) return sameDate(question);
@@ -81,6 +92,9 @@ bool isConflict(const PresentQuestion& question) {
 }
 
 PresentVerdict decidePresent(const PresentQuestion& question) {
+  const Doubted lost = doubted(question);
+  if (lost != Doubted::kNone && question.isForward)
+    return lost == Doubted::kTo ? PresentVerdict::kCopyTrash : PresentVerdict::kCopyBack;
   if (isInStep(question)) return PresentVerdict::kInStep;
   if (isUnlike(question)) return question.isForward ? settleUnlike(question) : PresentVerdict::kLeave;
   const bool fromIsNewer = byDates(question.from, question.to, question) == CopyVerdict::kReplace;

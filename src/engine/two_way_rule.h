@@ -48,6 +48,7 @@ struct PresentQuestion {
   bool isForward = true;      // from the source to the target
   JobType jobType = JobType::kSyncWithRevisions;
   ConflictChoice choice = ConflictChoice::kNewerWins;  // for kSyncWithConflicts
+  std::optional<FileTime> doubtedSince{};              // what was changed since may not be on the disk
 };
 enum class PresentVerdict {
   kInStep,        // the same date (and size) on both sides: may be listed

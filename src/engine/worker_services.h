@@ -6,6 +6,7 @@
 #include <string>
 
 #include "engine/clone_services.h"
+#include "engine/lost_writes.h"
 #include "engine/run_seams.h"
 #include "engine/run_state.h"
 #include "platform/notification_center.h"
@@ -35,6 +36,7 @@ struct WorkerServices {
   CloneServices clone{};
   // Beside a worker's own, for runs at full pace. They change no result.
   std::size_t threads = 0;
+  std::shared_ptr<LostWrites> lostWrites = std::make_shared<LostWrites>();  // one for all workers of a process
 };
 
 }  // namespace lumisk

@@ -47,6 +47,8 @@ inline constexpr const char* kLastCompletedBeginKey = "NSLastCompletedBegin";
 // The same begin, and when the walks of that run were over, in nanoseconds since 1970.
 inline constexpr const char* kLastCompletedBeginNanosecondsKey = "NSLastCompletedBeginNanoseconds";
 inline constexpr const char* kLastCompletedEndNanosecondsKey = "NSLastCompletedEndNanoseconds";
+// Since when what runs wrote may not have reached the disk, in nanoseconds since 1970; 0: all of it has.
+inline constexpr const char* kDoubtedSinceNanosecondsKey = "NSDoubtedSinceNanoseconds";
 // The target folders that the job has marked: an array of paths.
 inline constexpr const char* kMarkedTargetsKey = "NSMarkedTargets";
 // The file systems that the sources, and the mounts below them, were found on: an array of dictionaries.

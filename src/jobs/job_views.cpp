@@ -36,6 +36,7 @@ void takeRunKeys(const PropertyList& dictionary, QUORVELPREFERENCEINFOtag_CopyFi
   };
   replace(view.lastCompletedBeginNanoseconds, kLastCompletedBeginNanosecondsKey);
   replace(view.lastCompletedEndNanoseconds, kLastCompletedEndNanosecondsKey);
+  replace(view.doubtedSinceNanoseconds, kDoubtedSinceNanosecondsKey);
   if (!dictionary[kMarkedTargetsKey].isNone()) view.markedTargets = jobFields::texts(dictionary[kMarkedTargetsKey]);
   if (!dictionary[kCapacityWarnedKey].isNone()) view.capacityWarned = dictionary[kCapacityWarnedKey].boolean();
   if (!dictionary[kRootFileSystemsKey].isNone()) view.rootFileSystems = dictionary[kRootFileSystemsKey];

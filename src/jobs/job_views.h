@@ -48,9 +48,10 @@ struct QUORVELPREFERENCEINFOtag_CopyFileObjectPart {
   // The same begin and its end in nanoseconds since 1970; 0: none.
   std::int64_t lastCompletedBeginNanoseconds = 0;
   std::int64_t lastCompletedEndNanoseconds = 0;
-  std::vector<std::string> markedTargets;  // that carry, or carried, the job's marker
-  PropertyList rootFileSystems;            // of the sources; engine/remembered_file_systems.h
-  bool capacityWarned = false;             // the target has had no room since the user was told so
+  std::int64_t doubtedSinceNanoseconds = 0;  // since when what runs wrote may not have reached the disk; 0: all has
+  std::vector<std::string> markedTargets;    // that carry, or carried, the job's marker
+  PropertyList rootFileSystems;              // of the sources; engine/remembered_file_systems.h
+  bool capacityWarned = false;               // the target has had no room since the user was told so
   // Names for retained full paths, from when the job was made; empty in jobs that do not know them.
   std::string computerName;
   std::string rootDisplayName;

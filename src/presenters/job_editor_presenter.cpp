@@ -332,7 +332,7 @@ void JobEditorPresenter::makeNew() {
   before_.reset();
   job_.uuidString.clear();
   for (const char* key : {kLastCompletedBeginKey, kLastCompletedBeginNanosecondsKey, kLastCompletedEndNanosecondsKey,
-                          kMarkedTargetsKey, kRootFileSystemsKey, kCapacityWarnedKey})
+                          kDoubtedSinceNanosecondsKey, kMarkedTargetsKey, kRootFileSystemsKey, kCapacityWarnedKey})
     job_.otherKeys.erase(key);
   job_.lastRanTime.clear();
   job_.lastBeginTime.clear();

@@ -56,6 +56,16 @@ TEST(CopyRule_Destination, MissingOrOfAnotherType_IsCopied) {
   EXPECT_STREQ(decision.reason, "not a file there");
 }
 
+TEST(CopyRule_Doubt, CopyThatMayBeLost_IsMadeAgain) {
+  CopyQuestion question{fileOf({100, 0}), fileOf({100, 0}), 1ns, false, FileTime{700, 0}};
+  question.destination->changed = {699, 999'999'999};
+  EXPECT_EQ(decideCopy(question).verdict, CopyVerdict::kUnchanged);
+  question.destination->changed = {700, 0};
+  EXPECT_EQ(decideCopy(question).verdict, CopyVerdict::kReplace);
+  question.destination->modified = {200, 0};
+  EXPECT_EQ(decideCopy(question).verdict, CopyVerdict::kUnchanged) << "no copy of this version";
+}
+
 TEST(CopyRule_Sizes, AreLookedAtOnlyWhenAskedAndDatesAreEqual) {
   CopyQuestion question{fileOf({100, 0}, 5), fileOf({100, 0}, 6), 1ns, false};
   EXPECT_EQ(decideCopy(question).verdict, CopyVerdict::kUnchanged);

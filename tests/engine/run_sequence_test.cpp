@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <future>
+#include <thread>
 
 #include "engine/run_messages.h"
 #include "support/faulty_file_calls.h"
@@ -259,12 +260,40 @@ TEST_F(RunTest, DataThatDoNotReachTheDisk_MakeItIncomplete) {
   EXPECT_EQ(report.errorCode, RunError::kFileCopy);
   EXPECT_THAT(f.log(), HasSubstr("job: ERROR: Failed to write everything to the disk: "));
   EXPECT_THAT(f.dialogs.messages, ElementsAre(HasSubstr("You may have an incomplete backup.")));
-  // The next run finds nothing to copy and still waits for what this one left.
+  // What is on the disk then looks as it should until it is read. The next run copies it again, and waits for what this
+  // one left.
+  writeFile(f.tree / "target/source/a.txt", "what was there");
+  setModified(f.tree / "target/source/a.txt", 1000);
   files.forgetRules();
-  EXPECT_TRUE(f.runOnce().completed);
+  f.forget();
+  const RunReport next = f.runOnce();
+  EXPECT_TRUE(next.completed);
+  EXPECT_EQ(readFile(f.tree / "target/source/a.txt"), "first");
+  EXPECT_THAT(f.log(), HasSubstr("job: WARNING: what was written before may not have reached the disk"));
   EXPECT_EQ(files.count(FileCall::kSyncFileSystem), 1);
-  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_GT(report.jobKeys.at(kDoubtedSinceNanosecondsKey).integer(), 0);
+  EXPECT_EQ(next.jobKeys.at(kDoubtedSinceNanosecondsKey).integer(), 0);
+  EXPECT_EQ(f.runOnce().counts.copied, 0U);
   EXPECT_EQ(files.count(FileCall::kSyncFileSystem), 1);
+}
+
+// A run of some of the targets does not vouch for the others.
+TEST_F(RunTest, TargetThatWasAwayAfterACancelledRun_IsSyncedWhenItIsBack) {
+  makeTree(f.tree.path(), {{"other.txt", File{"file"}}, {"target2", Dir{}}});
+  f.job.bMultipleTargetFolder = true;
+  f.job.sourcePaths = {f.tree / "other.txt", f.tree / "source"};
+  f.job.targetPaths = {f.tree / "target2", f.tree / "target"};
+  files.before(FileCall::kSetModified,
+               [this] {
+                 f.center.post({kCancelNotification, WorkerFixture::kIndex, {}});
+               },
+               {.name = "d"});
+  EXPECT_TRUE(f.runOnce().cancelled);
+  std::filesystem::rename(f.tree / "target2", f.tree / "away");
+  EXPECT_TRUE(f.runOnce().targetProblem);
+  std::filesystem::rename(f.tree / "away", f.tree / "target2");
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_EQ(files.count(FileCall::kSyncFileSystem, "*target2"), 1);
 }
 
 // Nobody can call a disk off, but whoever stops a run need not wait for it.
@@ -278,6 +307,7 @@ TEST(Run, StoppedDuringItsLastSync_EndsBeforeTheDiskDoes) {
     begun->set_value();
     end.wait();
   });
+  files.fail(FileCall::kSyncFileSystem, EIO);
   f.worker().start();
   f.worker().setCopyMethod(CopyMethod::kNormal);
   EXPECT_EQ(begun->get_future().wait_for(std::chrono::seconds(60)), std::future_status::ready);
@@ -286,6 +316,10 @@ TEST(Run, StoppedDuringItsLastSync_EndsBeforeTheDiskDoes) {
   ends.set_value();
   stopped.wait();
   EXPECT_FALSE(f.worker().lastReport().completed);
+  // That it failed in the end is not lost: the job's next run goes by it.
+  for (int tries = 0; f.lostWrites->since("UUID-1") == 0 && tries < 600; ++tries)
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_GT(f.lostWrites->since("UUID-1"), 0);
 }
 
 TEST_F(RunTest, FolderThatCannotBeMade_IsShownOnceInARun) {
@@ -353,6 +387,17 @@ TEST_F(RunTest, AfterAnIncompleteRun_SizesAreCompared) {
   setModified(f.tree / "target/source/a.txt", 1000);
   EXPECT_TRUE(f.runOnce().completed);
   EXPECT_EQ(readFile(f.tree / "target/source/a.txt"), "other size");
+}
+
+// A pass over changed folders may have been cut off with the machine, and nothing stored tells.
+TEST_F(RunTest, FirstRunOfARealTimeJob_ComparesSizes) {
+  f.job.scheduling_method = SchedulingMethod::kRealTime;
+  f.job.lastBeginTime = "2009-03-03 10:00:00 +0000";
+  f.job.otherKeys[kLastCompletedBeginKey] = "2009-03-03 10:00:00 +0000";
+  makeTree(f.tree / "target", {{"source", Dir{{"a.txt", File{"fir", 0644, 1000}}}}});
+  EXPECT_TRUE(f.runOnce().completed);
+  EXPECT_EQ(readFile(f.tree / "target/source/a.txt"), "first");
+  EXPECT_EQ(files.count(FileCall::kSyncFileSystem, "*target"), 1);
 }
 
 TEST(LastRunDidNotComplete, ByTheStoredDates) {

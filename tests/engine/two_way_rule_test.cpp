@@ -121,6 +121,21 @@ TEST(TwoWayPresent, AfterARunThatDidNotComplete_TheLargerOfTwoEqualDatesWins) {
   EXPECT_EQ(decidePresent(torn), PresentVerdict::kCopyTrash);
 }
 
+TEST(TwoWayPresent, CopyThatMayBeLost_IsMadeAgainFromTheOtherSide) {
+  auto doubtful = question(file(10), file(10), JobType::kSyncWithConflicts, ConflictChoice::kTargetWins);
+  doubtful.doubtedSince = FileTime{700, 0};
+  doubtful.from.changed = {699, 0};
+  doubtful.to.changed = {701, 0};
+  EXPECT_EQ(decidePresent(doubtful), PresentVerdict::kCopyTrash);
+  std::swap(doubtful.from, doubtful.to);
+  EXPECT_EQ(decidePresent(doubtful), PresentVerdict::kCopyBack);
+  doubtful.isForward = false;
+  EXPECT_EQ(decidePresent(doubtful), PresentVerdict::kInStep) << "the walk there has settled it";
+  doubtful.isForward = true;
+  doubtful.to.changed = {702, 0};
+  EXPECT_EQ(decidePresent(doubtful), PresentVerdict::kInStep) << "nobody knows which is the copy";
+}
+
 TEST(DeletionBrake, HoldsMoreThanHalfAndMoreThanTwenty) {
   EXPECT_FALSE(mustHoldDeletions(20, 20, kDefaultBrakePercent));
   EXPECT_TRUE(mustHoldDeletions(21, 30, kDefaultBrakePercent));

@@ -67,6 +67,7 @@ class WorkerFixture {
     made.eventListening = eventListening;
     made.clone = clone;
     made.threads = testThreads();
+    made.lostWrites = lostWrites;
     return made;
   }
   // Made with the job as it is then.
@@ -141,6 +142,7 @@ class WorkerFixture {
   QUORVELPREFERENCEINFO job;
   std::function<std::unique_ptr<EventListening>(copyFileThreadObject&)> eventListening;
   CloneServices clone;
+  std::shared_ptr<LostWrites> lostWrites = std::make_shared<LostWrites>();
 
  private:
   // Whoever is told of the end of a run is told by these two; an error follows them.
