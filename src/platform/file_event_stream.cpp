@@ -50,8 +50,18 @@ std::string limitText(const WatchedCounts& counts, std::chrono::nanoseconds inte
 
 }  // namespace
 
-// All but the counts belongs to the loop's thread.
+// All but the counts and what `observed` guards belongs to the loop's thread.
 struct FileEventStream::State {
+  // Calls the observer, unless the stream has ended. The loop's thread may hang in a folder's file system, so whoever
+  // ends a stream waits for a call that is under way, and for nothing else.
+  template <typename Call>
+  void tell(const Call& call) {
+    const std::lock_guard lock(observed);
+    if (!hasEnded) call();
+  }
+
+  std::mutex observed;
+  bool hasEnded = false;
   std::vector<WatchedRoot> roots;
   FileEventObserver observer;
   FileEventOptions options;
@@ -85,7 +95,11 @@ class FileEventStreams::Loop : public FolderWatcherSink {
     post([this, stream = std::move(stream)] { begin(stream); });
   }
   void remove(const std::shared_ptr<FileEventStream::State>& stream) {
-    perform([this, &stream] {
+    {
+      const std::lock_guard lock(stream->observed);
+      stream->hasEnded = true;
+    }
+    post([this, stream] {
       watcher_.removeStream(stream->id);
       streams_.erase(stream->id);
     });
@@ -96,8 +110,10 @@ class FileEventStreams::Loop : public FolderWatcherSink {
 
   void changed(std::uint16_t stream, const std::string& folder, Urgency urgency) override;
   bool isIgnored(std::uint16_t stream, const std::string& folder, std::string_view name) override {
-    const auto& ignored = streams_.at(stream)->options.isIgnored;
-    return ignored && ignored(folder, name);
+    FileEventStream::State& state = *streams_.at(stream);
+    bool isIgnored = false;
+    if (state.options.isIgnored) state.tell([&] { isIgnored = state.options.isIgnored(folder, name); });
+    return isIgnored;
   }
 
  private:
@@ -237,7 +253,7 @@ void FileEventStreams::Loop::tell(FileEventStream::State& stream, SteadyTime now
   stream.rescanned = tally.counts.rescanned;
   if (tally.waiting > 0) return;
   tellLimit(stream, tally);
-  if (!std::exchange(stream.isStanding, true) && stream.observer.onStanding) stream.observer.onStanding();
+  if (!std::exchange(stream.isStanding, true) && stream.observer.onStanding) stream.tell(stream.observer.onStanding);
   if (!stream.usual.folders.empty() && now >= stream.usual.due) {
     stream.lastFolder.clear();
     deliver(stream, stream.usual);
@@ -252,12 +268,12 @@ void FileEventStreams::Loop::deliver(FileEventStream::State& stream, Batch& batc
     folders.clear();
     for (const WatchedRoot& root : stream.roots) folders.push_back(withSlash(root.path));
   }
-  stream.observer.eventCallback(folders);
+  stream.tell([&] { stream.observer.eventCallback(folders); });
 }
 
 void FileEventStreams::Loop::tellLimit(FileEventStream::State& stream, const FolderWatcher::Tally& tally) const {
   if (!tally.isLimited || std::exchange(stream.isLimitTold, true) || !stream.observer.onLimit) return;
-  stream.observer.onLimit(limitText(tally.counts, settings_.rescanInterval));
+  stream.tell([&] { stream.observer.onLimit(limitText(tally.counts, settings_.rescanInterval)); });
 }
 
 // The public classes.

@@ -76,7 +76,7 @@ class FileEventStreams {
 };
 
 // One observer's view. Made, it begins at once and returns; onStanding tells when it is complete. Gone, no callback
-// runs and none will.
+// runs and none will; whoever ends it waits for no folder.
 class FileEventStream {
  public:
   FileEventStream(FileEventStreams& streams, std::vector<WatchedRoot> roots, FileEventObserver observer,

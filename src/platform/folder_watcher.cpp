@@ -115,10 +115,15 @@ void FolderWatcher::addRoot(std::uint16_t stream, const WatchedRoot& root) {
   const Index node = tree_.addRoot(root.path);
   tree_[node].stream = stream;
   roots_[node].isRecursive = root.isRecursive;
-  // As await() does, but that it is scanned when it is known to answer.
-  tree_[node].isWaiting = true;
-  ++tallyOf(node).waiting;
-  lookAtRoot_(root.path);
+  awaitAnswer(node);
+}
+
+// As await() does, but that it is scanned when it is known to answer.
+void FolderWatcher::awaitAnswer(Index root) {
+  roots_[root].isFound = false;
+  tree_[root].isWaiting = true;
+  ++tallyOf(root).waiting;
+  lookAtRoot_(tree_[root].name);
 }
 
 void FolderWatcher::removeStream(std::uint16_t stream) {
@@ -141,6 +146,7 @@ void FolderWatcher::checkRoots() {
 void FolderWatcher::rootFound(const std::string& path, std::optional<FileIdentity> folder) {
   for (auto& [node, root] : roots_) {
     if (tree_[node].name != path) continue;
+    if (std::exchange(root.isRescanDue, false)) awaitRescanned(node);
     if (!std::exchange(root.isFound, true))
       waiting_.push_back(node);
     else if (!tree_[node].isWaiting)
@@ -163,7 +169,7 @@ void FolderWatcher::restart() {
   for (auto& [node, root] : roots_) {
     if (!root.isFound) continue;
     forgetBelow(node);
-    await(node);
+    awaitAnswer(node);
     tellChange(node);
   }
 }

@@ -46,7 +46,8 @@ class FolderWatcher {
   bool scanSome();
   void checkRoots();
   void rootFound(const std::string& path, std::optional<FileIdentity> folder);
-  void rescan();   // marks those that could not be watched, for scanSome()
+  // Both wait for each root's answer before they touch what lies below it.
+  void rescan();   // those that could not be watched
   void restart();  // watches everything anew and tells all roots: what happened in between is unknown
   void mountsChanged();
 
@@ -64,6 +65,7 @@ class FolderWatcher {
   struct Root {
     bool isRecursive = true;
     bool isFound = false;  // looked at: it is touched no sooner
+    bool isRescanDue = false;
     bool isPresent = false;
     FileIdentity identity;
   };
@@ -82,6 +84,8 @@ class FolderWatcher {
   void tellChange(Index node, FolderWatcherSink::Urgency urgency = FolderWatcherSink::Urgency::kUsual);
 
   void await(Index node);
+  void awaitAnswer(Index root);
+  void awaitRescanned(Index root);
   void scan(Index node);
   void cannotOpen(Index node, int code);
   Descriptor open(Index node, const std::string& path);

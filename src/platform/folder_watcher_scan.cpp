@@ -95,9 +95,14 @@ bool FolderWatcher::scanSome() {
 
 void FolderWatcher::rescan() {
   openInstance();
-  std::vector<Index> nodes;
-  for (const auto& [node, signature] : signatures_) nodes.push_back(node);
-  for (const Index node : nodes) await(node);
+  for (const auto& [node, signature] : signatures_) roots_[tree_.rootOf(node)].isRescanDue = true;
+  for (const auto& [node, root] : roots_)
+    if (root.isRescanDue) lookAtRoot_(tree_[node].name);
+}
+
+void FolderWatcher::awaitRescanned(Index root) {
+  for (const auto& [node, signature] : signatures_)
+    if (tree_.rootOf(node) == root) await(node);
 }
 
 void FolderWatcher::scan(Index node) {

@@ -113,6 +113,10 @@ TEST_F(FileEventStreamTest, RootsThatDoNotAnswer_KeepNoOtherWaiting) {
   const auto isBack = comesBack.get_future().share();
   std::atomic<bool> hangs = false;
   auto settings = quick();
+  settings.addWatch = [&, isBack](int instance, const char* path, std::uint32_t mask) {
+    if (hangs && fs::read_symlink(path).string().starts_with(tree / "out")) isBack.wait();
+    return ::inotify_add_watch(instance, path, mask);
+  };
   settings.lookAtRoot = [&, isBack](const std::string& path) -> std::optional<FileIdentity> {
     if (hangs && path != root) isBack.wait();
     struct stat status {};
@@ -130,12 +134,31 @@ TEST_F(FileEventStreamTest, RootsThatDoNotAnswer_KeepNoOtherWaiting) {
   EXPECT_TRUE(listener.hears(root)) << "what replaced the root was not found";
   writeFile(root + "/new", "x");
   EXPECT_TRUE(listener.hears(root));
+  all->simulateOverflow();
+  EXPECT_TRUE(listener.hears(root)) << "all is watched anew, but for what does not answer";
   neverStands.reset();
   hangs = false;
   comesBack.set_value();
   fs::rename(tree / "out", tree / "gone");
   fs::create_directory(tree / "out");
   EXPECT_TRUE(hanging.hears(tree / "out")) << "a root that answers again is left alone";
+}
+
+TEST_F(FileEventStreamTest, StreamWhoseFolderHangs_EndsAllTheSame) {
+  std::promise<void> begun, comesBack;
+  auto settings = quick();
+  settings.addWatch = [&, isBack = comesBack.get_future().share(), isFirst = true](int instance, const char* path,
+                                                                                   std::uint32_t mask) mutable {
+    if (std::exchange(isFirst, false)) begun.set_value();
+    isBack.wait();
+    return ::inotify_add_watch(instance, path, mask);
+  };
+  FileEventStreams all(settings);
+  std::optional<FileEventStream> stream(std::in_place, all, std::vector<WatchedRoot>{{root}},
+                                        FileEventObserver{[](const auto&) {}});
+  begun.get_future().wait();
+  stream.reset();
+  comesBack.set_value();
 }
 
 TEST_F(FileEventStreamTest, EachKindOfChange_IsToldOfItsFolder) {
