@@ -34,6 +34,7 @@ bool DataCopy::isPlainAndSmall(const FileStatus& status) {
 
 Result<std::uint64_t> DataCopy::copy(const Open& from, const FileStatus& status, const Open& to) {
   bytes_ = 0;
+  endedEarly_ = false;
   const auto done = copyWhole({from, to, status.size, nullptr}, status);
   if (progress_ == Progress::kTold) run_.bytesOfFile = 0;
   if (!done) return fail(done.error());
@@ -103,7 +104,10 @@ Result<std::uint64_t> DataCopy::copySpan(const Job& job, std::uint64_t length) {
     run_.waitWhilePaused();
     if (run_.mustStop()) return fail("copy", job.from.place.path, ECANCELED);
     LUMISK_TRY(const std::size_t size, copyChunk(job, length == 0 ? buffer_.size() : length - copied));
-    if (size == 0) break;
+    if (size == 0) {
+      endedEarly_ = length != 0;
+      break;
+    }
     copied += size;
     noteProgress(job, size);
     run_.pace.afterChunk();

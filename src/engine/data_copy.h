@@ -28,6 +28,8 @@ class DataCopy {
   // that a file which grows faster than it is copied has an end; less when it got shorter. Gives the number of bytes of
   // data. ECANCELED at a stop of the run, asked before each chunk.
   Result<std::uint64_t> copy(const Open& from, const FileStatus& status, const Open& to);
+  // Whether the file gave fewer bytes than its status said.
+  [[nodiscard]] bool endedEarly() const { return endedEarly_; }
 
  private:
   struct Offload {  // what two file systems have not refused
@@ -52,6 +54,7 @@ class DataCopy {
 
   RunState& run_;
   const Progress progress_;
+  bool endedEarly_ = false;
   std::uint64_t bytes_ = 0;  // of the file that is being copied, so far
   std::vector<std::byte> buffer_;
   std::map<std::pair<std::uint64_t, std::uint64_t>, Offload> offloads_;  // by source and target device

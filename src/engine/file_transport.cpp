@@ -67,6 +67,8 @@ Result<void> FileTransport::fill(Source& source, const Place& sourcePlace, const
   CatalogInfo& info = source.info;
   LUMISK_TRY(filled.bytes, data_.copy({source.file.get(), sourcePlace}, info.status, {file, destination}));
   LUMISK_TRY(const FileStatus after, about(sourcePlace.path, files_.statusOf(source.file.get())));
+  // It did not get shorter: its file system keeps something back.
+  if (data_.endedEarly() && after.size == info.status.size) return fail("read", sourcePlace.path, ENODATA);
   if (const auto date = dateOfChangedCopy(info.status, after)) {
     info.status.modified = *date;
     filled.changedMeanwhile = true;

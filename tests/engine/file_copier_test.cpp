@@ -127,6 +127,31 @@ TEST_P(FileCopierTest, FileThatShrinksMeanwhile_GivesWhatWasThere) {
   EXPECT_EQ(readFile(tree / "t/a"), bytes(5000));
 }
 
+TEST_P(FileCopierTest, FileThatGivesFewerBytesThanItHas_IsNotTakenForWhole) {
+  makeTree(tree / "s", {{"a", File{bytes(2 * kMegabyte), 0644, 1000}}});
+  makeTree(tree / "t", {{"a", File{"earlier", 0644, 500}}});
+  const auto resize = [&](std::size_t size) {
+    ASSERT_EQ(truncate((tree / "s/a").c_str(), static_cast<off_t>(size)), 0);
+  };
+  bool isCut = false;
+  const auto cut = [&] {
+    resize(5000);
+    isCut = true;
+  };
+  files.fail(FileCall::kCloneFile, EOPNOTSUPP);
+  files.before(FileCall::kRead, cut);
+  files.before(FileCall::kCopyRange, cut);
+  const auto mend = [&] {
+    if (isCut) resize(2 * kMegabyte);
+  };
+  files.before(FileCall::kStatusOf, mend, {.name = "a", .times = FaultyFileCalls::kAlways});
+  const auto copied = copy("a");
+  ASSERT_FALSE(copied);
+  EXPECT_EQ(copied.error().code, ENODATA);
+  EXPECT_THAT(treeListing(tree / "t"), ::testing::ElementsAre("a"));
+  EXPECT_EQ(readFile(tree / "t/a"), "earlier");
+}
+
 TEST_P(FileCopierTest, FileWithHolesThatShrinksMeanwhile_EndsWhereItEnds) {
   writeFile(tree / "s/a", bytes(2 * kMegabyte));
   ASSERT_EQ(truncate((tree / "s/a").c_str(), 8 * kMegabyte), 0);
