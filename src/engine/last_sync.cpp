@@ -4,33 +4,21 @@
 #include <cerrno>
 #include <memory>
 
+#include "engine/stored_runs.h"
 #include "engine/wait_aside.h"
-#include "platform/calendar_date.h"
 
 namespace lumisk {
 namespace {
 
-constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 // File servers date by clocks of their own.
-constexpr std::int64_t kClocksDifferBy = 600 * kNanosecondsPerSecond;
+constexpr std::int64_t kClocksDifferBy = 600'000'000'000;
 constexpr std::int64_t kAlways = 1;  // no time is earlier
-
-std::int64_t nanosecondsOf(WallTime time) {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
-}
 
 std::int64_t earlier(std::int64_t one, std::int64_t other) {
   return one == 0 || other == 0 ? std::max(one, other) : std::min(one, other);
 }
 
 }  // namespace
-
-bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
-  if (info.lastBeginTime.empty()) return false;
-  const auto began = CalendarDate::parse(info.lastBeginTime);
-  const auto completed = CalendarDate::parse(info.lastCompletedBegin);
-  return !began || !completed || completed->time() < began->time();
-}
 
 // A pass over changed folders that was cut off with its process has left no trace in the stored dates.
 bool LastSync::earlierAreSettled() const {
@@ -46,7 +34,7 @@ void LastSync::begin() {
   const std::int64_t since = earlier(info.doubtedSinceNanoseconds, lostBefore_);
   if (since == 0) return;
   const std::int64_t surely = std::max<std::int64_t>(since - kClocksDifferBy, 0);
-  run_.doubtedSince = FileTime{surely / kNanosecondsPerSecond, 0};
+  run_.doubtedSince = fileTimeOf(surely);
 }
 
 Result<void> LastSync::settle(RunTargets& targets, bool isWhole) {

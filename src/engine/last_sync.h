@@ -35,7 +35,4 @@ class LastSync {
   std::int64_t lostBefore_ = 0;
 };
 
-// Whether the last run that began did not complete, so far as the stored dates tell.
-[[nodiscard]] bool lastRunDidNotComplete(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
-
 }  // namespace lumisk

@@ -5,8 +5,7 @@
 #include <memory>
 #include <set>
 
-#include "engine/folder_path.h"
-#include "engine/full_path.h"
+#include "engine/stored_runs.h"
 #include "engine/type_filter.h"
 #include "jobs/job_checks.h"
 #include "platform/paths.h"
@@ -24,27 +23,7 @@ bool isOnFixedVolume(const std::string& path) {
   return info && !info->isUnmountable;
 }
 
-bool isFolder(FileCalls& files, const std::string& path) {
-  return files.openRoot(path).has_value();
-}
-
-constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
-
-FileTime timeOf(std::int64_t nanoseconds) {
-  return {nanoseconds / kNanosecondsPerSecond, static_cast<std::uint32_t>(nanoseconds % kNanosecondsPerSecond)};
-}
-
-std::int64_t nanosecondsOf(WallTime time) {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
-}
-
 }  // namespace
-
-std::optional<CompletedRun> lastCompletedRun(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info) {
-  const bool isKnown = info.lastCompletedBeginNanoseconds > 0 && info.lastCompletedEndNanoseconds > 0;
-  if (!isKnown || info.lastCompletedBegin.empty()) return std::nullopt;
-  return CompletedRun{timeOf(info.lastCompletedBeginNanoseconds), timeOf(info.lastCompletedEndNanoseconds)};
-}
 
 RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, const RunRequest& request,
                          RunSwitches switches, JobLog& log, std::function<void(const JobProgressMessage&)> postProgress)
@@ -57,6 +36,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
       targets_(services, run_),
       dialogs_(services, memory, request, run_),
       image_(services, request.info),
+      problems_(run_, result_.report),
       lastSync_(services, memory, request, run_),
       report_(result_.report) {
   if (services.threads > 0 && request.options.pace == PaceKind::kFull) run_.pool = &pool_.emplace(services.threads);
@@ -69,7 +49,7 @@ RunSequence::RunSequence(const WorkerServices& services, RunMemory& memory, cons
   run_.lastCompleted = lastCompletedRun(request.info);
   // The clock was set back: what was changed since then may look older than that run.
   if (nanosecondsOf(request.begin) < request.info.lastCompletedEndNanoseconds) run_.lastCompleted.reset();
-  memory.passes.forgetAfter(timeOf(nanosecondsOf(request.begin)));
+  memory.passes.forgetAfter(fileTimeOf(nanosecondsOf(request.begin)));
   run_.passes = &memory.passes;
   lastSync_.begin();
   run_.postProgress = std::move(postProgress);
@@ -146,12 +126,12 @@ bool RunSequence::isToBeSkipped(const std::string& source) const {
 bool RunSequence::checkJob() {
   const auto& info = run_.info;
   if (info.sourcePaths.empty() || info.targetPaths.empty()) {
-    refuse({}, info.sourcePaths.empty() ? "the job has no source" : "the job has no target");
+    problems_.refuse({}, info.sourcePaths.empty() ? "the job has no source" : "the job has no target");
   } else if (info.bMultipleTargetFolder && info.targetPaths.size() != info.sourcePaths.size()) {
-    refuse({}, "the job has not as many targets as sources");
+    problems_.refuse({}, "the job has not as many targets as sources");
   } else if (const auto problem =
                  checkJobFolders(run_.files, info.jobType, info.bRetainFullPath, info.sourcePaths, info.targetPaths)) {
-    refuse(problem->subject, shown(problem->subject) + ": " + problem->reason);
+    problems_.refuse(problem->subject, shown(problem->subject) + ": " + problem->reason);
   }
   return !report_.refused;
 }
@@ -167,7 +147,7 @@ bool RunSequence::openTargets() {
     const Error& error = opened.error();
     const bool isLocked = error.operation == "lock" && error.code == EWOULDBLOCK;
     report_.targetLocked = isLocked;
-    refuse(error.path, isLocked ? "another run is writing to " + shown(error.path) : error.text());
+    problems_.refuse(error.path, isLocked ? "another run is writing to " + shown(error.path) : error.text());
     return false;
   }
   if (services_.runRecorder) recorder_ = services_.runRecorder(run_);
@@ -210,17 +190,6 @@ DeletionScope RunSequence::deletionScope() {
   return scope;
 }
 
-void RunSequence::refuse(const std::string& path, const std::string& text) {
-  const auto& sources = run_.info.sourcePaths;
-  const bool isSource = std::find(sources.begin(), sources.end(), path) != sources.end();
-  report_.refused = true;
-  report_.sourceProblem = isSource;
-  report_.targetProblem = !isSource && !path.empty();
-  lastProblemWasTarget_ = report_.targetProblem;
-  report_.problemPath = path;
-  report_.problemText = text;
-}
-
 void RunSequence::logRefusal() {
   if (isPass() && report_.targetLocked) return fillReport();  // it will be tried again
   run_.log.write("%s\n", kSeparator.c_str());
@@ -237,7 +206,7 @@ bool RunSequence::mountImage() {
   run_.hasRoomFor = [this](std::uint64_t bytes) { return image_.hasRoomFor(bytes); };
   std::string problem = image_.placeProblem();
   if (problem.empty()) problem = image_.roomProblem();
-  if (!problem.empty()) refuse(run_.info.targetPaths.front(), problem);
+  if (!problem.empty()) problems_.refuse(run_.info.targetPaths.front(), problem);
   return problem.empty();
 }
 
@@ -295,13 +264,13 @@ void RunSequence::walkSource(const Pair& pair) {
   run_.log.write("%s: source path     : %s\n", name, shown(paths::join(pair.source, pair.part)).c_str());
   run_.log.write("%s: destination path: %s\n", name, shown(pair.target).c_str());
   const auto kind = checkSource(run_.files, pair.source);
-  if (!kind) return noteSourceProblem(pair.source);
+  if (!kind) return problems_.noteUnreadable(pair.source, request_.method == CopyMethod::kNormal);
   if (!isKnownSource(pair.source)) return;
   const auto target = targets_.usable(pair.target);
-  if (!target) return noteTargetProblem(pair.target);
+  if (!target) return noteMissingTarget(pair.target);
   if (const auto problem = places_->whyNotTarget(pair.target, **target)) {
     report_.placeInDoubt |= report_.problemText.empty();
-    return noteTargetProblem(pair.target, *problem);
+    return problems_.noteTarget(pair.target, *problem);
   }
   places_->markSource(pair.source);
   walkFile(pair, **target, *kind);
@@ -310,11 +279,11 @@ void RunSequence::walkSource(const Pair& pair) {
 // A mount that is missing below it is told, but only a two-way run would carry anything over because of it.
 bool RunSequence::isKnownSource(const std::string& source) {
   if (const auto problem = places_->whyNotSource(source)) {
-    noteSourceProblem(source, *problem);
+    problems_.noteSource(source, *problem);
     return false;
   }
   const auto missing = places_->missingMount(source);
-  if (missing) noteSourceProblem(missing->place, missing->text);
+  if (missing) problems_.noteSource(missing->place, missing->text);
   return !missing || !isSync(run_.info.jobType);
 }
 
@@ -355,7 +324,8 @@ bool RunSequence::passesFilter(const std::string& source) {
 
 Result<std::string> RunSequence::prepareDestination(const Pair& pair, SourceKind kind) {
   const std::string destination = oppositeOf(pair, kind);
-  if (run_.info.bRetainFullPath && !run_.dryRun) LUMISK_CHECK(makeParents(pair.target, paths::parent(destination)));
+  if (run_.info.bRetainFullPath && !run_.dryRun)
+    LUMISK_CHECK(targets_.makeParents(pair.target, paths::parent(destination)));
   return destination;
 }
 
@@ -363,70 +333,21 @@ std::string RunSequence::oppositeOf(const Pair& pair, SourceKind kind) const {
   return placeOf(run_.info, pair.source, pair.target, kind);
 }
 
-Result<void> RunSequence::makeParents(const std::string& target, const std::string& parent) {
-  if (isFolder(run_.files, parent)) return {};
-  if (!createDirectoryAtPath(run_.files, parent)) return fail("make the folder", parent, 0);
-  noteNewFolders(target, parent);
-  return {};
-}
-
-void RunSequence::noteNewFolders(const std::string& target, std::string folder) {
-  while (paths::isInside(folder, target)) {
-    if (const auto opened = run_.files.openRoot(folder))
-      if (const auto status = run_.files.statusOf(opened->get()))
-        run_.written.wrote(-1, opened->get(), status->identity.device);
-    if (folder == target) return;
-    folder = paths::parent(folder);
-  }
-}
-
-void RunSequence::noteSourceProblem(const std::string& source) {
-  const bool isNormal = request_.method == CopyMethod::kNormal;
-  const std::string path = shown(source);
-  run_.log.write(isNormal ? "ERROR: the source file/directory \"%s\" isn't readable\n"
-                          : "ERROR: the path \"%s\" isn't readable.\n",
-                 path.c_str());
-  report_.sourceProblem = true;
-  lastProblemWasTarget_ = false;
-  noteProblem(source, "the source file/directory \"" + path + "\" isn't readable");
-}
-
-void RunSequence::noteSourceProblem(const std::string& source, const std::string& text) {
-  run_.log.write("ERROR: %s\n", text.c_str());
-  report_.placeInDoubt |= report_.problemText.empty();
-  report_.sourceProblem = true;
-  lastProblemWasTarget_ = false;
-  noteProblem(source, text);
-}
-
-void RunSequence::noteTargetProblem(const std::string& target) {
+void RunSequence::noteMissingTarget(const std::string& target) {
   const std::string why = run_.files.openRoot(target) ? "" : image_.absenceProblem();
   report_.placeInDoubt |= !why.empty() && report_.problemText.empty();
-  noteTargetProblem(target, "the path \"" + shown(target) + "\" isn't writable, or does not exist" +
-                                (why.empty() ? "." : ": " + why));
-}
-
-void RunSequence::noteTargetProblem(const std::string& target, const std::string& text) {
-  run_.log.write("ERROR: %s\n", text.c_str());
-  report_.targetProblem = true;
-  lastProblemWasTarget_ = true;
-  noteProblem(target, text);
-}
-
-void RunSequence::noteProblem(const std::string& path, const std::string& text) {
-  if (!report_.problemText.empty()) return;  // the first one is told
-  report_.problemPath = path;
-  report_.problemText = text;
+  problems_.noteTarget(target, "the path \"" + shown(target) + "\" isn't writable, or does not exist" +
+                                   (why.empty() ? "." : ": " + why));
 }
 
 // What was pulled away during the run was not carried, or not all of it.
 void RunSequence::noteVanishedMounts() {
   for (const std::string& place : places_->vanished())
-    noteSourceProblem(place, shown(place) + ": this part of the source was pulled away during the run");
+    problems_.noteSource(place, shown(place) + ": this part of the source was pulled away during the run");
   std::set<std::string> sources;
   for (const Pair& pair : pairs_)
     if (sources.insert(pair.source).second && !answers(pair.source))
-      noteSourceProblem(pair.source, shown(pair.source) + ": the disk of the source does not answer any more");
+      problems_.noteSource(pair.source, shown(pair.source) + ": the disk of the source does not answer any more");
 }
 
 // A disk that has gone may have shown empty folders. What cannot be opened has been told.
@@ -454,7 +375,7 @@ void RunSequence::fillReport() {
   report_.counts = run_.counts;
   report_.held = run_.counts.held > 0;
   if (report_.held)
-    noteProblem({}, "so many deletions at once are held back; --allow-deletions lets them pass if they are meant");
+    problems_.note({}, "so many deletions at once are held back; --allow-deletions lets them pass if they are meant");
   if (places_ && !report_.cancelled) places_->remember();
   report_.completed = !report_.held && !report_.cancelled && !report_.refused && !report_.sourceProblem &&
                       !report_.targetProblem && report_.errorCode == RunError::kNone && report_.counts.errors == 0;
@@ -471,7 +392,7 @@ void RunSequence::noteCompletion() {
 }
 
 void RunSequence::showMessages() {
-  const RunMessages messages = dialogs_.showEnd(report_, lastProblemWasTarget_);
+  const RunMessages messages = dialogs_.showEnd(report_, problems_.lastWasTarget());
   result_.m_bHasError = messages.hasError;
   result_.firstCopyOver = messages.firstCopyOver;
   RunTarget* const target = targets_.first();

@@ -11,6 +11,7 @@
 #include "engine/listened_folders.h"
 #include "engine/place_checks.h"
 #include "engine/run_dialogs.h"
+#include "engine/run_problems.h"
 #include "engine/run_request.h"
 #include "engine/run_targets.h"
 #include "engine/two_way_run.h"
@@ -68,7 +69,6 @@ class RunSequence {
   [[nodiscard]] bool mountImage();
   [[nodiscard]] bool checkJob();
   [[nodiscard]] bool openTargets();
-  void refuse(const std::string& path, const std::string& text);
   void logRefusal();
 
   void countEntries();
@@ -85,15 +85,9 @@ class RunSequence {
   bool passesFilter(const std::string& source);
   Result<std::string> prepareDestination(const Pair& pair, SourceKind kind);
   [[nodiscard]] std::string oppositeOf(const Pair& pair, SourceKind kind) const;
-  Result<void> makeParents(const std::string& target, const std::string& parent);
-  void noteNewFolders(const std::string& target, std::string folder);
   void noteVanishedMounts();
   [[nodiscard]] bool answers(const std::string& source) const;
-  void noteSourceProblem(const std::string& source);
-  void noteSourceProblem(const std::string& source, const std::string& text);
-  void noteTargetProblem(const std::string& target);
-  void noteTargetProblem(const std::string& target, const std::string& text);
-  void noteProblem(const std::string& path, const std::string& text);
+  void noteMissingTarget(const std::string& target);
 
   void settle();
   void fillReport();
@@ -112,14 +106,14 @@ class RunSequence {
   RunTargets targets_;
   RunDialogs dialogs_;
   ImageTarget image_;
+  RunProblems problems_;
   LastSync lastSync_;
   std::unique_ptr<RunRecorder> recorder_;
   std::optional<PlaceChecks> places_;
   std::unique_ptr<BackupDeletions> deletions_;  // of a backup that follows them
   std::vector<Pair> pairs_;
   RunResult result_;
-  RunReport& report_;  // result_'s
-  bool lastProblemWasTarget_ = false;
+  RunReport& report_;   // result_'s
   WallTime walkEnd_{};  // what changed in the job's folders after it was not the run's doing
 };
 
@@ -131,8 +125,5 @@ class RunSequence {
 // Where the sources of a job go, for what listens to them. What is at neither place counts as a folder.
 [[nodiscard]] std::vector<ListenedPlace> listenedPlaces(FileCalls& files,
                                                         const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
-
-// When it was, for decisions that need it exactly.
-[[nodiscard]] std::optional<CompletedRun> lastCompletedRun(const QUORVELPREFERENCEINFOtag_CopyFileObjectPart& info);
 
 }  // namespace lumisk

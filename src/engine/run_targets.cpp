@@ -80,6 +80,23 @@ RunTarget* RunTargets::find(const FileIdentity& identity) {
   return nullptr;
 }
 
+Result<void> RunTargets::makeParents(const std::string& target, const std::string& parent) {
+  if (run_.files.openRoot(parent)) return {};
+  if (!createDirectoryAtPath(run_.files, parent)) return fail("make the folder", parent, 0);
+  noteNewFolders(target, parent);
+  return {};
+}
+
+void RunTargets::noteNewFolders(const std::string& target, std::string folder) {
+  while (paths::isInside(folder, target)) {
+    if (const auto opened = run_.files.openRoot(folder))
+      if (const auto status = run_.files.statusOf(opened->get()))
+        run_.written.wrote(-1, opened->get(), status->identity.device);
+    if (folder == target) return;
+    folder = paths::parent(folder);
+  }
+}
+
 Result<std::vector<Descriptor>> RunTargets::duplicates() {
   std::vector<Descriptor> folders;
   for (auto& target : targets_) {

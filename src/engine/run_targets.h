@@ -38,12 +38,15 @@ class RunTargets {
   // opened may have been unmounted or replaced meanwhile.
   Result<RunTarget*> usable(const std::string& path);
   [[nodiscard]] RunTarget* first();  // of the first path; nullptr when it could not be opened
+  // The folders between a target and a place in it.
+  Result<void> makeParents(const std::string& target, const std::string& parent);
   // Of each, a descriptor of its own: for whoever brings to the disk what anybody wrote there.
   Result<std::vector<Descriptor>> duplicates();
 
  private:
   Result<void> openOne(const std::string& path);
   Result<void> lock(const RunTarget& target);
+  void noteNewFolders(const std::string& target, std::string folder);
   std::unique_ptr<VersionKeeper> makeVersions(const RunTarget& target);
   RunTarget* find(const FileIdentity& identity);
 

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "engine/run_messages.h"
+#include "engine/stored_runs.h"
 #include "support/faulty_file_calls.h"
 #include "support/worker_fixture.h"
 
