@@ -46,7 +46,8 @@ OSStatus BASExecuteRequestInHelperTool(const Authorization& authorization, const
 [[nodiscard]] BASFailCode BASDiagnoseFailure(const Authorization& authorization, const std::string& bundleIdentifier);
 
 // Runs the install tool as root: at once when this process is, else through pkexec(1), which has an administrator
-// authenticate. "enable" when only nobody listens, else "install". $BASLogInteractions has it told on standard error.
+// authenticate; given up like any other wait. "enable" when only nobody listens, else "install". $BASLogInteractions
+// has it told on standard error.
 OSStatus BASFixFailure(const Authorization& authorization, const std::string& bundleIdentifier,
                        const std::string& installToolName, const std::string& helperToolName, BASFailCode failCode);
 

@@ -69,6 +69,7 @@ OSStatus BASFixFailure(const Authorization& authorization, const std::string& bu
                        paths::join(folder, helperToolName)};
   if (!process::isRoot()) request.arguments.insert(request.arguments.begin(), "pkexec");
   request.sharesTerminal = true;  // where no desktop asks for the password, pkexec asks at the terminal
+  request.isGivenUp = authorization.isGivenUp;
   logArguments(request.arguments);
   const auto child = runChild(request);
   if (!child) return BASErrnoToOSStatus(child.error().code);

@@ -62,7 +62,7 @@ class HelperLoop {
   }
 
   void serve(Descriptor connection, const SocketPeer& socketPeer) {
-    const HelperPeer peer{socketPeer.user, socketPeer.group, socketPeer.process, socketPeer.processDescriptor.get()};
+    const HelperPeer peer{socketPeer.user, socketPeer.group, socketPeer.process};
     auto process = ForkedProcess::start([&] {
       Descriptor(listener_).reset();
       served_.clear();

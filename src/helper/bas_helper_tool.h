@@ -19,7 +19,6 @@ struct HelperPeer {
   std::uint32_t user = 0;
   std::uint32_t group = 0;
   std::int32_t process = 0;
-  int processDescriptor = -1;  // SO_PEERPIDFD where the kernel gives it; not owned, valid in the process that serves it
 };
 
 struct HelperRequest {

@@ -25,7 +25,7 @@ class ImageMounts {
 
  private:
   Result<Descriptor> records() const;
-  Result<void> note(const std::string& mountPoint, const JobOwner& owner) const;
+  Result<void> note(const std::string& mountPoint, const JobOwner& owner, bool folderStood) const;
 
   std::string recordsFolder_;
   std::string volumesFolder_;

@@ -5,6 +5,7 @@
 #include <sys/sysmacros.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -178,6 +179,19 @@ std::vector<std::string> filesBelow(std::uint64_t device, const std::string& sys
     for (const auto& below : fs::directory_iterator(entry / "slaves", error)) waiting.push_back(below.path());
   }
   return files;
+}
+
+Result<std::string> nodeOf(std::uint64_t device, const std::string& sysFolder) {
+  const fs::path numbers = fs::path(sysFolder) / "dev" / "block";
+  std::error_code error;
+  if (!fs::is_directory(numbers, error)) return std::string();
+  const fs::path entry = numbers / (std::to_string(major(device)) + ":" + std::to_string(minor(device)));
+  if (!fs::exists(entry, error)) return fail("find the device file of", entry, ENODEV);
+  std::ifstream stream(entry / "uevent");
+  constexpr std::string_view kKey = "DEVNAME=";
+  for (std::string line; std::getline(stream, line);)
+    if (line.starts_with(kKey)) return "/dev/" + line.substr(kKey.size());
+  return std::string();
 }
 
 std::vector<Disk> disks(const std::string& sysFolder) {

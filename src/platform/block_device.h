@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/result.h"
+
 namespace lumisk::block_device {
 
 // What /sys tells of the disk that a block device lies on, through partitions and device-mapper layers.
@@ -31,6 +33,10 @@ struct Disk {
 
 // The files that loop devices show below the device, through layers of the device mapper. loop(4)
 [[nodiscard]] std::vector<std::string> filesBelow(std::uint64_t device, const std::string& sysFolder = "/sys");
+
+// The device's file, "/dev/sdb1", by its own account in /sys, since not every system has links by number. ENODEV when
+// it is registered no longer; empty where that cannot be told.
+[[nodiscard]] Result<std::string> nodeOf(std::uint64_t device, const std::string& sysFolder = "/sys");
 
 // What the volume on the device calls itself: the names that udev keeps as links, else, when the device may be read,
 // what stands in its superblock. Empty when neither is to be had. `node`: the device's file, may be empty.

@@ -22,6 +22,8 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
+constexpr int kBetweenQuestions = 100;  // milliseconds
+
 struct Channel {
   Descriptor ours;
   Descriptor theirs;
@@ -150,12 +152,12 @@ Result<pid_t> spawn(const ChildRequest& request, const Channels& channels) {
 class Exchange {
  public:
   Exchange(const ChildRequest& request, Channels& channels, ChildResult& result)
-      : input_(request.input), channels_(channels), result_(result) {
+      : input_(request.input), isGivenUp_(request.isGivenUp), channels_(channels), result_(result) {
     if (request.limit != std::chrono::milliseconds::max()) end_ = SteadyClock::now() + request.limit;
   }
 
-  // False: the time is up. `ended` becomes readable when the child ends.
-  bool run(const Descriptor& ended) {
+  // Why it was not waited for any longer, or 0. `ended` becomes readable when the child ends.
+  int run(const Descriptor& ended) {
     if (input_.empty()) channels_.input.ours.reset();
     while (true) {
       std::array<pollfd, 4> waiting{pollfd{channels_.input.ours.get(), POLLOUT, 0},
@@ -163,19 +165,21 @@ class Exchange {
                                     pollfd{channels_.errors.ours.get(), POLLIN, 0}, pollfd{ended.get(), POLLIN, 0}};
       const int ready = ::poll(waiting.data(), waiting.size(), remaining());
       if (ready < 0) continue;
-      if (ready == 0 && remaining() == 0) return false;
+      if (isGivenUp_ && isGivenUp_()) return ECANCELED;
+      if (ready == 0 && end_ && SteadyClock::now() >= *end_) return ETIMEDOUT;
       if (waiting[0].revents != 0) send();
       if (waiting[1].revents != 0) receive(channels_.output.ours, result_.output);
       if (waiting[2].revents != 0) receive(channels_.errors.ours, result_.errors);
-      if (waiting[3].revents != 0) return drain(), true;
+      if (waiting[3].revents != 0) return drain(), 0;
     }
   }
 
  private:
   int remaining() const {
-    if (!end_) return -1;
+    const int most = isGivenUp_ ? kBetweenQuestions : 1'000'000;
+    if (!end_) return isGivenUp_ ? most : -1;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*end_ - SteadyClock::now());
-    return left.count() > 0 ? static_cast<int>(std::min<std::int64_t>(left.count(), 1'000'000)) : 0;
+    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, most));
   }
 
   void send() {
@@ -205,6 +209,7 @@ class Exchange {
   }
 
   std::string_view input_;
+  const std::function<bool()>& isGivenUp_;
   Channels& channels_;
   ChildResult& result_;
   std::optional<SteadyClock::time_point> end_;
@@ -233,10 +238,12 @@ Result<ChildResult> runChild(const ChildRequest& request) {
   ChildResult result;
   const Descriptor ended(static_cast<int>(::syscall(SYS_pidfd_open, child, 0)));
   const int cannotWatch = ended.isOpen() ? 0 : errno;
-  const bool inTime = cannotWatch == 0 && Exchange(request, channels, result).run(ended);
-  if (!inTime) ::kill(request.sharesTerminal ? child : -child, SIGKILL);
-  LUMISK_TRY(result.status, waitFor(child, request.arguments[0]));
-  if (!inTime) return fail("wait for", request.arguments[0], cannotWatch != 0 ? cannotWatch : ETIMEDOUT);
+  const int code = cannotWatch != 0 ? cannotWatch : Exchange(request, channels, result).run(ended);
+  const bool ends = code == 0 || ::kill(request.sharesTerminal ? child : -child, SIGKILL) == 0 || errno != EPERM;
+  if (ends) {
+    LUMISK_TRY(result.status, waitFor(child, request.arguments[0]));
+  }
+  if (code != 0) return fail("wait for", request.arguments[0], code);
   return result;
 }
 

@@ -1,7 +1,6 @@
 #include "platform/disk_answers.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <linux/magic.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -10,13 +9,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/block_device.h"
 #include "platform/descriptor.h"
 #include "platform/file_calls.h"
 #include "platform/volume_changes.h"
@@ -25,21 +23,6 @@ namespace lumisk {
 namespace {
 
 constexpr const char* kOperation = "read from the disk of";
-
-// "/dev/sdb1" by the device's own account (uevent in sysfs), since not every system has links by number. ENODEV when
-// the device is registered no longer; empty where that cannot be told.
-Result<std::string> nodeOf(dev_t device) {
-  const std::string folder = "/sys/dev/block";
-  std::error_code error;
-  if (!std::filesystem::is_directory(folder, error)) return std::string();
-  const std::string entry = fmt::format("{}/{}:{}", folder, major(device), minor(device));
-  if (!std::filesystem::exists(entry, error)) return fail(kOperation, entry, ENODEV);
-  std::ifstream stream(entry + "/uevent");
-  constexpr std::string_view kKey = "DEVNAME=";
-  for (std::string line; std::getline(stream, line);)
-    if (line.starts_with(kKey)) return "/dev/" + line.substr(kKey.size());
-  return std::string();
-}
 
 bool mayNotBeAsked(const Error& error) {
   return error.code == EACCES || error.code == EPERM || error.code == ENOENT;
@@ -106,7 +89,7 @@ Result<void> askDiskOf(int folder) {
   struct stat status;
   if (::fstat(folder, &status) < 0) return fail(kOperation, ".", errno);
   if (major(status.st_dev) == 0) return {};  // proc(5): not on one block device
-  LUMISK_TRY(const std::string node, nodeOf(status.st_dev));
+  LUMISK_TRY(const std::string node, block_device::nodeOf(status.st_dev));
   if (node.empty()) return {};
   const auto answers = volume::checkAnswers(node);
   if (answers || !mayNotBeAsked(answers.error())) return answers;

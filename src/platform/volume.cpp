@@ -1,14 +1,12 @@
 #include "platform/volume.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/sysmacros.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 
 #include "platform/block_device.h"
 #include "platform/descriptor.h"
@@ -24,14 +22,6 @@ bool isBlockDevice(const std::string& node, std::uint64_t& number) {
   if (::stat(node.c_str(), &status) != 0 || !S_ISBLK(status.st_mode)) return false;
   number = status.st_rdev;
   return true;
-}
-
-// "/dev/sda1" of its number, as the kernel names it.
-std::string nodeOf(std::uint64_t number) {
-  std::error_code error;
-  const auto folder =
-      std::filesystem::canonical(fmt::format("/sys/dev/block/{}:{}", major(number), minor(number)), error);
-  return error ? std::string() : "/dev/" + folder.filename().string();
 }
 
 Result<struct statx> placeOf(const std::string& path, FinalLink link) {
@@ -68,7 +58,8 @@ Device deviceOf(const MountEntry& mount) {
   const bool isUsersOwn = mount.fileSystem == "fuse" || mount.fileSystem.starts_with("fuse.");
   if (isUsersOwn || mount.source.rfind("/dev/", 0) != 0) return device;
   // A kernel that mounted its root by itself calls it "/dev/root", which is no file.
-  device.node = isBlockDevice(mount.source, device.number) ? mount.source : nodeOf(device.number);
+  device.node =
+      isBlockDevice(mount.source, device.number) ? mount.source : block_device::nodeOf(device.number).value_or("");
   return device;
 }
 

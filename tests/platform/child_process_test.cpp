@@ -65,6 +65,17 @@ TEST(ChildProcess, TimeUp_EndsAlsoWhatItStartedAndWhatIsSilent) {
   EXPECT_EQ(::read(reader.get(), &byte, 1), 0) << "this is reached when nobody holds the fifo any more";
 }
 
+TEST(ChildProcess, GivenUp_EndsIt) {
+  int asked = 0;
+  const auto result = runChild({.arguments = {"sleep", "1000"},
+                                .input = {},
+                                .environment = {},
+                                .isGivenUp = [&] { return ++asked == 3; },
+                                .sharesTerminal = true});
+  ASSERT_FALSE(result);
+  EXPECT_EQ(result.error().code, ECANCELED);
+}
+
 TEST(ChildProcess, Arguments_PassNoShell) {
   ChildRequest request;
   request.arguments = {"printf", "%s|", "a b", "$(id)", "'\"`", ""};

@@ -52,6 +52,10 @@ expectAnswer 2 $entitled keys UnmountImage kMountPointKey=/usr
 expectStatus 0 as $entitled detach $at
 [ ! -e $at ] && [ -z "$(daemonOf "$image")" ] || fail "something is left after detaching"
 [ -z "$(ls /run/lumisk-helper)" ] || fail "a record is left"
+mkdir $at
+expectStatus 0 as $entitled mount -stdinpass "$image"
+expectStatus 0 as $entitled detach $at
+rmdir $at || fail "a folder that stood before the mount is gone after it"
 
 # Who may not, and what is no volume of the user's.
 cp "$image" "$scratch/$stranger/mine.sparseimage"
