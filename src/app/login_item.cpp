@@ -57,7 +57,7 @@ Result<void> enterInAutostart(const std::string& programPath) {
 }  // namespace
 
 Result<void> enterLoginItem(const std::string& programPath) {
-  const auto entered = enterInLoginWindow(programPath);
+  auto entered = enterInLoginWindow(programPath);
   LUMISK_CHECK(enterInAutostart(programPath));
   return entered;
 }

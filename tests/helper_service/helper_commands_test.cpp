@@ -41,7 +41,7 @@ class CloneCommandTest : public ::testing::Test {
             .lockFolder = home_ / "locks"};
   }
   OSStatus ask(const CloneVolume& clone, HelperResponse& response) {
-    const HelperPeer peer{kUser, kUser, ::getpid(), -1};
+    const HelperPeer peer{kUser, kUser, ::getpid()};
     return helperProcedures(seams(clone)).at(kCloneCommand)({{{kXMLPathKey, path_}}, peer}, response);
   }
   PropertyList end() { return readPropertyListFile(home_ / "jobs/job_2.plist").value_or(PropertyList()); }
