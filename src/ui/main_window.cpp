@@ -29,7 +29,7 @@ namespace {
 
 constexpr const char* kUriList = "text/uri-list";
 const QString kMemoryName = QStringLiteral("main");
-constexpr QSize kFirstSize{1120, 640};
+constexpr QSize kFirstSize{1200, 640};
 constexpr QSize kLeastSize{720, 400};
 
 std::vector<std::string> droppedPaths(const QMimeData* data) {

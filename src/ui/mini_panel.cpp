@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "presenters/locale_text.h"
 #include "ui/jobs_model.h"
@@ -62,18 +63,29 @@ class MiniRun : public QWidget {
     show(row);
   }
   void show(const JobRow& row) {
-    name_->setText(shownText(row.name));
     percent_->setText(shownText(row.statusText));
+    pause_->setVisible(row.canBePaused());
+    showName(row);
     bar_.setValue(row.permille.value_or(0));
+    bar_.setEnabled(!row.isPaused);  // it is paler then
     bar_.setAccessibleName(shownText(row.name));
     file_.show(shownText(row.detailText));
-    pause_->setVisible(row.canBePaused());
     if (std::exchange(isPaused_, row.isPaused) == row.isPaused) return;
     widgets::relabel(*pause_, isPaused_ ? "play" : "pause",
                      shownText(filled(isPaused_ ? translated("Resume {}") : translated("Pause {}"), row.name)));
   }
 
  private:
+  // In what the rest of its line leaves.
+  void showName(const JobRow& row) {
+    pause_->ensurePolished();
+    const int button = pause_->sizeHint().width() + theme::kSmall;
+    const int taken = percent_->sizeHint().width() + theme::kSmall + (row.canBePaused() ? 2 : 1) * button;
+    const QString name = shownText(row.name);
+    name_->setText(name_->fontMetrics().elidedText(name, Qt::ElideRight, kTextWidth - taken));
+    name_->setToolTip(name);
+  }
+
   QLabel* name_;
   QLabel* percent_;
   QToolButton* pause_;

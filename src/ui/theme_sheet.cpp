@@ -86,6 +86,7 @@ QCheckBox:disabled, QRadioButton:disabled { color: @disabled; }
 QCheckBox::indicator:disabled, QRadioButton::indicator:disabled { border-color: @line; background: @window; }
 QProgressBar { background: @track; border: none; border-radius: 3px; max-height: 6px; }
 QProgressBar::chunk { background: @accent; border-radius: 3px; }
+QProgressBar::chunk:disabled { background: @quietText; }
 )";
 
 constexpr const char* kLists = R"(
