@@ -28,6 +28,38 @@ class StatusUpdates : public test::HomeFixture {
   const std::string now = "2009-03-03 14:35:05 +0100";
 };
 
+TEST_F(StatusUpdates, RunThatEndsWell_LeavesItsTimesAndNoFirstCopy) {
+  ASSERT_TRUE(setStartJobStatus(store, clock, 0, JobStatus::kRunning, 0));
+  EXPECT_EQ(job()[kLastBeginTimeKey].text(), now);
+  EXPECT_EQ(job()[kJobStatusKey].integer(), 1);
+  EXPECT_EQ(job()[kCancelStatusKey], PropertyList(0));
+  EXPECT_EQ(job()[kLastRanTimeKey].text(), "");
+  EXPECT_TRUE(job()[kFirstCopyKey].boolean());
+  EXPECT_EQ(statusText(job()), "Never Ran");
+
+  clock.advance(std::chrono::seconds(10));
+  ASSERT_TRUE(setJobStatus(store, clock, 0, JobStatus::kCompleted, 0));
+  ASSERT_TRUE(setLastCompletedBegin(store, 0, now));
+  EXPECT_EQ(job()[kJobStatusKey].integer(), 0);
+  EXPECT_FALSE(job()[kFirstCopyKey].boolean());
+  EXPECT_EQ(job()[kLastBeginTimeKey].text(), now);
+  EXPECT_EQ(job()[kLastCompletedBeginKey].text(), now);
+  EXPECT_EQ(statusText(job()), "Last Ran\n2009-03-03 14:35:15 +0100");
+  EXPECT_EQ(store.jobs().at(0), job());
+}
+
+TEST_F(StatusUpdates, RunThatFails_ChangesNeitherLastRunNorFirstCopy) {
+  ASSERT_TRUE(setJobStatus(store, clock, 0, JobStatus::kError, 0));
+  ASSERT_TRUE(setCancelStatus(store, clock, 0, CancelStatus::kError));
+  EXPECT_EQ(job()[kJobStatusKey].integer(), 2);
+  EXPECT_EQ(job()[kCancelStatusKey].integer(), 2);
+  EXPECT_EQ(job()[kLastRanTimeKey].text(), "");
+  EXPECT_TRUE(job()[kFirstCopyKey].boolean());
+  ASSERT_TRUE(setCancelStatus(store, clock, 0, CancelStatus::kNone));
+  EXPECT_EQ(job()[kLastRanTimeKey].text(), now);
+  EXPECT_FALSE(job()[kFirstCopyKey].boolean());
+}
+
 TEST_F(StatusUpdates, FlagSetOrNoSuchJobOrBadDate_ChangesNothing) {
   const PropertyList before = job();
   EXPECT_FALSE(setStartJobStatus(store, clock, 0, JobStatus::kRunning, 1));

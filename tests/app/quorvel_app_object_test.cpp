@@ -446,6 +446,19 @@ TEST_F(AppFixture, SettingsDamagedOrWithoutAList_JobsAndRunsGoOn) {
   EXPECT_EQ(dialogs.take().size(), 2u);
 }
 
+TEST_F(AppFixture, EditOfARunningJob_StopsItsRunAndSaysSo) {
+  launchThree();
+  startHeld("b");
+  const auto seen = app->jobs().jobs();
+  auto after = seen;
+  after[0].mutableDictionary()[kActiveKey] = false;
+  after[1].mutableDictionary()[kObjectNameKey] = "B";
+  const auto opened = openGateAtStopOf("b");
+  const PropertyList answer = ask(RequestAction::kChangeJobs, {{kRequestChangesKey, jobChanges(seen, after)}});
+  EXPECT_EQ(answer[kStoppedRunsKey], PropertyList(PropertyList::Array{"B"}));
+  EXPECT_EQ(job("B")[kCancelStatusKey].integer(), 1);
+}
+
 // For the thread sanitizer, and for whoever is stuck.
 TEST_F(AppFixture, AnyCommandsWhileJobsRun_NothingIsLostOrStuck) {
   for (const char* name : {"a", "b", "c", "d", "e"}) store(makeJob(name));

@@ -72,6 +72,16 @@ TEST_F(WorkerTest, FailedRun_PostsTheErrorLast_UnderTheIndexOfThatMoment) {
   EXPECT_FALSE(f.last(kDidFinishNotification).userInfo.at(kRunCompletedKey).boolean());
 }
 
+TEST_F(WorkerTest, WakeUpWithNothingToDo_StillPostsTheFinish) {
+  const RunReport report = f.runOnce(CopyMethod::kNothing);
+  f.stop();
+  EXPECT_FALSE(report.completed);
+  EXPECT_THAT(f.posted(), ElementsAre(kWillStartNotification, kScheduleNotification, kDidFinishNotification));
+  EXPECT_FALSE(f.last(kDidFinishNotification).userInfo.at(kRunCompletedKey).boolean());
+  EXPECT_EQ(f.log(), "job: Starting running\njob: Stop running\n\n");
+  EXPECT_THAT(listing(f.tree / "target"), IsEmpty());
+}
+
 TEST_F(WorkerTest, Cancellation_BeforeTheRequest_MeansAnotherRun) {
   f.worker().start();
   f.center.post({kCancelNotification, WorkerFixture::kIndex, {}});

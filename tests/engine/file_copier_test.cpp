@@ -23,9 +23,11 @@ INSTANTIATE_TEST_SUITE_P(Pace, FileCopierTest, kBothPaces, paceName);
 TEST_P(FileCopierTest, NewFile_CarriesDataDateModeAndAttributes) {
   for (const std::size_t size : {0u, 1u, 8192u, 8193u, 300'000u, 3'000'001u}) {
     const std::string name = std::to_string(size);
-    makeTree(
-        tree / "s",
-        {{name, File{bytes(size), 04751, 1000 + static_cast<std::int64_t>(size), 123'456'789, {{"user.tag", "red"}}}}});
+    makeTree(tree / "s", {{name, File{bytes(size),
+                                      04751,
+                                      1000 + static_cast<std::int64_t>(size),
+                                      123'456'789,
+                                      {{"user.tag", std::string(1500, 'x')}}}}});
     const auto copied = copy(name);
     ASSERT_TRUE(copied) << copied.error().text();
     EXPECT_EQ(copied->bytes, size);

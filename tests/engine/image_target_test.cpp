@@ -58,6 +58,7 @@ class JobInAnImage : public testing::Test {
 
 TEST_F(JobInAnImage, MountedByTheRun_IsDetachedAfterIt) {
   EXPECT_TRUE(f.runOnce().completed);
+  ExpectSameTrees(f.tree / "source", f.tree / "image/target/source");
   EXPECT_THAT(f.images.detached, ElementsAre(f.job.dmgPath));
   EXPECT_TRUE(f.runOnce().completed);
   EXPECT_THAT(f.images.mounted, ElementsAre(f.job.dmgPath)) << "what is there is not mounted";

@@ -40,19 +40,9 @@ class RunTest : public ::testing::Test {
   void inTheMiddle(const std::function<void()>& hook) {
     for (const FileCall call : {FileCall::kWrite, FileCall::kCopyRange, FileCall::kCloneFile}) files.before(call, hook);
   }
-  void dryRun() {
-    RunOptions options;
-    options.pace = PaceKind::kFull;
-    options.dryRun = true;
-    options.onEntry = [this](EntryOutcome outcome, const std::string& path, const std::string&) {
-      if (outcome == EntryOutcome::kCopied) wouldCopy.push_back(path);
-    };
-    f.worker().setRunOptions(options);
-  }
 
   FaultyFileCalls files;
   WorkerFixture f{files};
-  std::vector<std::string> wouldCopy;
 };
 
 TEST_F(RunTest, WholeRun_CarriesTheSourceAndLogsItsSteps) {
@@ -136,16 +126,6 @@ TEST_F(RunTest, TargetReplacedBeforeTheWalk_ReceivesNothing) {
   EXPECT_THAT(listing(f.tree / "unmounted"), IsEmpty());
 }
 
-TEST_F(RunTest, ImageWithTheTarget_IsMountedFirst) {
-  f.job.dmgPath = f.tree / "image.dmg";
-  f.job.targetPaths = {f.tree / "image/target"};
-  f.images.onMount = [this] { makeTree(f.tree.path(), {{"image", Dir{{"target", Dir{}}}}}); };
-  EXPECT_TRUE(f.runOnce().completed);
-  EXPECT_TRUE(f.runOnce().completed);
-  EXPECT_THAT(f.images.mounted, ElementsAre(f.tree / "image.dmg"));
-  ExpectSameTrees(f.tree / "source", f.tree / "image/target/source");
-}
-
 TEST_F(RunTest, TargetThatKeepsNoPermissions_LeavesTheSourcesFoldersTheirs) {
   f.job.jobType = JobType::kSyncWithConflicts;
   std::filesystem::permissions(f.tree / "source/d", std::filesystem::perms(0750));
@@ -169,6 +149,14 @@ TEST_F(RunTest, SeveralTargets_EachSourceGoesToItsOwn) {
   EXPECT_TRUE(f.runOnce().completed);
   EXPECT_THAT(listing(f.tree / "target"), ElementsAre("_XXXQelLumiskinfo_job", "source"));
   EXPECT_THAT(listing(f.tree / "target2"), ElementsAre("_XXXQelLumiskinfo_job", "other.txt"));
+}
+
+TEST_F(RunTest, RetainedFullPath_UsesTheNamesOfTheJob) {
+  f.job.bRetainFullPath = true;
+  f.job.otherKeys[kComputerNameKey] = "Computer";
+  f.job.otherKeys[kRootDisplayNameKey] = "Disk";
+  EXPECT_TRUE(f.runOnce().completed);
+  ExpectSameTrees(f.tree / "source", f.tree / "target" + "/Computer/Volumes/Disk" + f.tree / "source");
 }
 
 TEST_F(RunTest, SingleFile_FollowsTheTypeFilter) {
@@ -455,23 +443,6 @@ TEST_F(RunTest, FullVolumeThatAnotherProcessTold_IsNotToldAgain) {
   EXPECT_FALSE(f.runOnce().jobKeys.contains(kCapacityWarnedKey));
   f.stop();
   EXPECT_THAT(f.dialogs.messages, IsEmpty());
-}
-
-TEST_F(RunTest, DryRun_WritesNothingAndTellsWhatItWould) {
-  makeTree(f.tree.path(), {{"before", Dir{}}});
-  f.job.bRetainFullPath = true;
-  f.job.bFirstCopy = true;
-  dryRun();
-  const RunReport report = f.runOnce();
-  f.stop();
-  EXPECT_TRUE(report.completed);
-  EXPECT_EQ(report.counts.copied, 2U);
-  EXPECT_EQ(wouldCopy.size(), 2U);
-  EXPECT_THAT(listing(f.tree / "target"), IsEmpty());
-  EXPECT_THAT(treeListing(f.home.path()), IsEmpty());
-  EXPECT_THAT(f.posted(), ElementsAre(kScheduleNotification));
-  EXPECT_THAT(f.dialogs.finishes, IsEmpty());
-  EXPECT_THAT(f.firstCopiesOver, IsEmpty());
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <random>
 #include <set>
 
+#include "platform/watched_tree.h"
 #include "support/mounted_volume.h"
 #include "support/temp_tree.h"
 
@@ -244,6 +245,15 @@ TEST_F(FileEventStreamTest, RandomFolderChanges_EndWithEveryFolderWatchedOnce) {
   }
 }
 
+TEST_F(FileEventStreamTest, RenamedFolder_IsToldUnderItsNewName) {
+  Listener listener(streams, {{root}});
+  fs::rename(root + "/a", root + "/other/z");
+  EXPECT_TRUE(listener.hears(root + "/other"));
+  EXPECT_EQ(listener.stream().counts().watched, 4U);
+  writeFile(root + "/other/z/b/g", "x");
+  EXPECT_TRUE(listener.hears(root + "/other/z/b"));
+}
+
 TEST_F(FileEventStreamTest, FolderMovedOutAndIn_IsForgottenAndWatchedAgain) {
   Listener listener(streams, {{root}});
   fs::rename(root + "/a", tree / "out/a");
@@ -342,6 +352,22 @@ TEST_F(FileEventStreamTest, UnmountedAndMountedRoot_IsToldAndWatchedAgain) {
   EXPECT_TRUE(above.hears(volume.path()));
   writeFile(volume / "f", "x");
   EXPECT_TRUE(listener.hears(volume.path()));
+}
+
+TEST(WatchedTreeTest, NodesAreMovedAndRemoved_PathsFollow) {
+  WatchedTree tree;
+  const auto root = tree.addRoot("/r");
+  const auto a = tree.addChild(root, "a");
+  const auto b = tree.addChild(root, "b");
+  const auto inA = tree.addChild(a, "in");
+  tree.move(a, b, "was-a");
+  EXPECT_EQ(tree.pathOf(inA), "/r/b/was-a/in");
+  EXPECT_EQ(tree.child(root, "a"), WatchedTree::kNone);
+  EXPECT_EQ(tree.subtree(b), (std::vector<WatchedTree::Index>{b, a, inA}));
+  tree.remove(inA);
+  tree.remove(a);
+  EXPECT_EQ(tree.subtree(root), (std::vector<WatchedTree::Index>{root, b}));
+  EXPECT_EQ(tree.pathOf(tree.addRoot("/")), "/");
 }
 
 }  // namespace

@@ -123,6 +123,16 @@ TEST(MountTable, OfThisMachine_HoldsWhatIsMountedInMountOrder) {
   EXPECT_LT(at("/"), at(volume.path()));
 }
 
+TEST(MountTable, KindsOfFileSystems_AreToldApart) {
+  for (const char* type : {"proc", "sysfs", "devtmpfs", "cgroup2", "debugfs"})
+    EXPECT_TRUE(isPseudoFileSystem(type)) << type;
+  for (const char* type : {"ext4", "tmpfs", "overlay", "nfs4", "fuse.sshfs", "virtiofs"})
+    EXPECT_FALSE(isPseudoFileSystem(type)) << type;
+  for (const char* type : {"nfs", "nfs4", "cifs", "smb3", "fuse.sshfs", "ceph"})
+    EXPECT_TRUE(isNetworkFileSystem(type)) << type;
+  for (const char* type : {"ext4", "vfat", "tmpfs", "fuseblk"}) EXPECT_FALSE(isNetworkFileSystem(type)) << type;
+}
+
 // A /sys with a USB disk, an internal one, a card in a reader, and an encrypted layer over the USB disk's partition.
 class BlockDeviceFacts : public ::testing::Test {
  protected:

@@ -145,6 +145,7 @@ TEST_F(DialogWindowsTest, HeldDeletions_AreListed_LetThroughOrKept) {
   board.refusal = "the job is running";
   QTest::mouseClick(buttonOf(window, QStringLiteral("Delete them now")), Qt::LeftButton);
   EXPECT_TRUE(allText(window).contains(QStringLiteral("the job is running")));
+  EXPECT_EQ(desk.items().size(), 1U) << "they are still held";
   board.refusal.reset();
   QTest::mouseClick(buttonOf(window, QStringLiteral("Delete them now")), Qt::LeftButton);
   EXPECT_EQ(board.calls.back(), "allow deletions of uuid-1");
