@@ -186,6 +186,7 @@ TEST_F(PausedWorkerTest, RunThatIsStopped_IsWaitedForInVainByNobody) {
 }
 
 TEST_F(PausedWorkerTest, CancelEndsThePause_AndNoneComesAfterIt) {
+  f.worker().start();  // made before others ask it
   pauseAtFirstWrite();
   std::thread user([&] {
     waitUntilPaused();
