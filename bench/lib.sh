@@ -5,11 +5,19 @@
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 read -ra runner <<<"${LUMISK_BENCH_RUNNER:-}"
 
+# Where volumes lie: in memory where there is enough of it, because a slow disk below the loop device takes its time from
+# all that are measured alike, and hides what they differ in. SCRATCH chooses another place.
+usualScratch() {
+  local available
+  available=$(awk '/^MemAvailable/ { print int($2 / 1048576) }' /proc/meminfo)
+  if [ "$available" -ge 18 ]; then echo /dev/shm; else echo /tmp; fi
+}
+
 # Folders of this measurement: $scratch, $volume (a fresh file system of this kind and size on a loop device).
 makeVolume() {  # KIND SIZE [MKFS-OPTION...]
   local kind=$1 size=$2
   shift 2
-  scratch=$(mktemp -d "${SCRATCH:-/tmp}/lumisk-bench-XXXXXX")
+  scratch=$(mktemp -d "${SCRATCH:-$(usualScratch)}/lumisk-bench-XXXXXX")
   export LUMISK_HOME=$scratch/home
   volume=$scratch/volume
   trap removeVolume EXIT

@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kFilesInBatch = 32;
 constexpr std::uint64_t kBytesInBatch = std::uint64_t{1} << 20;
 // Of all batches together, these hold two descriptors for each folder.
-constexpr std::size_t kFoldersInBatch = 6;
+constexpr std::size_t kFoldersInBatch = 16;
 constexpr std::size_t kStepsInBatch = 256;
 constexpr std::size_t kMostBatches = 6;
 
@@ -22,8 +22,10 @@ Place sourceOf(const LaggingCopy& copy) {
 }
 
 Place destinationOf(const LaggingCopy& copy) {
-  Place found = place(copy.at->frame->destination.get(), copy.at->destinationPath, copy.entry.destinationName);
+  const FolderFrame& frame = *copy.at->frame;
+  Place found = place(frame.destination.get(), copy.at->destinationPath, copy.entry.destinationName);
   found.startsBare = copy.startsBare;
+  if (frame.destinationState == DestinationState::kNew) found.madeFolder = &frame.destinationStatus;
   return found;
 }
 

@@ -31,7 +31,7 @@ struct LaggingCopy {
 // Safety does not hang on the order in which the copies are made: each is a copy to a name that is proven absent, put
 // in place by a rename that replaces nothing, into a folder that the walk holds open.
 //
-// All methods are for the run's thread. Bounded: some two hundred files and 42 folders lag at most.
+// All methods are for the run's thread. Bounded: some two hundred files and 112 folders lag at most.
 class CopyQueue {
  public:
   // Called when a copy is done, with the stack's top as it was when it was decided.

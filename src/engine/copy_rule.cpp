@@ -67,6 +67,16 @@ std::optional<FileTime> dateOfChangedCopy(const FileStatus& before, const FileSt
 }
 
 // The info files ("_XXXQelLumiskinfo_...") are not among them: they travel like other files.
+std::uint32_t modeToMakeWith(const CatalogInfo& wanted, const std::optional<FileStatus>& like,
+                             std::uint32_t unfinished) {
+  constexpr std::uint32_t kPermissions = 0777;
+  const FileStatus& status = wanted.status;
+  const bool isPlain = wanted.attributes.empty() && wanted.unreadable.empty() && (status.mode & ~kPermissions) == 0 &&
+                       (status.mode & unfinished) == unfinished;
+  const bool isOurs = like && like->owner == status.owner && like->group == status.group;
+  return isPlain && isOurs ? status.mode : unfinished;
+}
+
 bool isSkippedName(const std::string& name) {
   static constexpr std::array<std::string_view, 8> kNames = {".DS_Store",
                                                              ".hidden",

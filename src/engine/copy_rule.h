@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/catalog_info.h"
 #include "platform/file_calls.h"
 #include "platform/temporary_name.h"
 
@@ -41,6 +42,12 @@ struct CopyQuestion {
 // sure to copy it again, however coarse the time stamps are. Empty when it did not change, or when its new date is so
 // much later that `before`'s own date does.
 [[nodiscard]] std::optional<FileTime> dateOfChangedCopy(const FileStatus& before, const FileStatus& after);
+
+// The permissions to make an entry with that is to become `wanted`: its own where nobody gets more by them than in the
+// end, because the owner and group are right from the beginning and no ACL gives the bits another meaning; else
+// `unfinished`, which are nobody else's. `like`: an entry that was made in the same place and inherited nothing.
+[[nodiscard]] std::uint32_t modeToMakeWith(const CatalogInfo& wanted, const std::optional<FileStatus>& like,
+                                           std::uint32_t unfinished);
 
 // Names that are never copied (our own files, and folders' view settings of desktop systems).
 [[nodiscard]] bool isSkippedName(const std::string& name);

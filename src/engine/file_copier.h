@@ -70,9 +70,11 @@ class FileCopier {
     Descriptor folder;
     FileStatus status;
   };
-  // Makes a folder, 0700 until it gets its own permissions, and opens it. A file or link that stands there is kept
-  // first.
-  Result<MadeFolder> createMacintoshDirectory(const Place& destination, const std::optional<FileStatus>& standing);
+  // Makes a folder that is to become `wanted`, and opens it. Until it gets its own permissions it has 0700, or its own
+  // at once: modeToMakeWith(). A file or link that stands there is kept first.
+  Result<MadeFolder> createMacintoshDirectory(const Place& destination, const std::optional<FileStatus>& standing,
+                                              const CatalogInfo& wanted = {},
+                                              const std::optional<FileStatus>& like = {});
 
  private:
   Result<void> checkSpace(const FileStatus& seen, const Place& destination);
@@ -83,7 +85,9 @@ class FileCopier {
                           const std::optional<FileStatus>& standing);
   Result<void> makeLink(const std::string& text, const FileStatus& seen, const Place& destination,
                         const std::optional<FileStatus>& standing);
-  Result<MadeFolder> makeDirectory(const Place& destination, const std::optional<FileStatus>& standing);
+  Result<MadeFolder> makeDirectory(const Place& destination, const CatalogInfo& wanted,
+                                   const std::optional<FileStatus>& like);
+  Result<MadeFolder> makeDirectoryInstead(const Place& destination, const FileStatus& standing);
   Result<MadeFolder> openMade(const Place& destination, const std::string& name);
   bool isSameLink(const std::string& text, const Place& destination, const std::optional<FileStatus>& standing);
   template <class T>

@@ -3,12 +3,14 @@
 #include <cerrno>
 #include <system_error>
 
+#include "engine/copy_rule.h"
 #include "engine/file_copier.h"
 
 namespace lumisk {
 namespace {
 
 constexpr std::uint32_t kUnfinishedFolderMode = 0700;
+constexpr std::uint32_t kOthersWrite = 0022;
 
 std::string reasonOf(const Error& error) {
   return error.code == 0 ? error.detail : std::generic_category().message(error.code);
@@ -77,17 +79,33 @@ void FileCopier::dressLink(const TemporaryEntry& link, const FileStatus& made, c
 }
 
 Result<FileCopier::MadeFolder> FileCopier::createMacintoshDirectory(const Place& destination,
-                                                                    const std::optional<FileStatus>& standing) {
-  return reported(destination, makeDirectory(destination, standing));
+                                                                    const std::optional<FileStatus>& standing,
+                                                                    const CatalogInfo& wanted,
+                                                                    const std::optional<FileStatus>& like) {
+  const bool isInTheWay = standing && standing->type != FileType::kFolder;
+  return reported(destination,
+                  isInTheWay ? makeDirectoryInstead(destination, *standing) : makeDirectory(destination, wanted, like));
 }
 
-// What stands in the way has to be kept first; else the folder gets its name at once (EEXIST for another folder).
-Result<FileCopier::MadeFolder> FileCopier::makeDirectory(const Place& destination,
-                                                         const std::optional<FileStatus>& standing) {
-  if (!standing || standing->type == FileType::kFolder) {
-    LUMISK_CHECK(run_.files.makeFolder(destination.folder, destination.name, kUnfinishedFolderMode));
-    return openMade(destination, destination.name);
-  }
+// It gets its name at once (EEXIST for another folder).
+Result<FileCopier::MadeFolder> FileCopier::makeDirectory(const Place& destination, const CatalogInfo& wanted,
+                                                         const std::optional<FileStatus>& like) {
+  // What others may write into stays closed to them while the run relies on its being empty.
+  const bool isOpenToOthers = (wanted.status.mode & kOthersWrite) != 0;
+  const std::uint32_t mode =
+      isOpenToOthers ? kUnfinishedFolderMode : modeToMakeWith(wanted, like, kUnfinishedFolderMode);
+  LUMISK_CHECK(run_.files.makeFolder(destination.folder, destination.name, mode));
+  LUMISK_TRY(MadeFolder made, openMade(destination, destination.name));
+  // Somebody has changed the folder around it, so that it is another's than was expected.
+  const bool isOurs = made.status.owner == wanted.status.owner && made.status.group == wanted.status.group;
+  if (mode == kUnfinishedFolderMode || isOurs) return made;
+  LUMISK_CHECK(run_.files.setMode(made.folder.get(), kUnfinishedFolderMode));
+  LUMISK_TRY(made.status, run_.files.statusOf(made.folder.get()));
+  return made;
+}
+
+// What stands in the way has to be kept first.
+Result<FileCopier::MadeFolder> FileCopier::makeDirectoryInstead(const Place& destination, const FileStatus& standing) {
   TemporaryEntry temporary(run_.files, destination.folder);
   LUMISK_CHECK(run_.files.makeFolder(destination.folder, temporary.name(), kUnfinishedFolderMode));
   temporary.made(FileType::kFolder);

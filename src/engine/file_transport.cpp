@@ -8,6 +8,8 @@
 namespace lumisk {
 namespace {
 
+constexpr std::uint32_t kUnfinishedMode = 0600;
+
 std::string_view folderOf(const std::string& path) {
   return std::string_view(path).substr(0, path.rfind('/'));
 }
@@ -19,7 +21,7 @@ Result<FileTransport::Filled> FileTransport::fill(const Place& source, const Fil
   Filled filled;
   LUMISK_TRY(Source opened, about(source.path, openSource(source, seen)));
   enterFolder(destination);
-  const std::uint32_t mode = modeToMakeWith(opened.info);
+  const std::uint32_t mode = modeToMakeWith(opened.info, startBare_ ? asMade_ : std::nullopt, kUnfinishedMode);
   if (mode != madeWith_) asMade_.reset();
   madeWith_ = mode;
   LUMISK_TRY(filled.file, files_.createFile(destination.folder, temporary.name(), mode));
@@ -28,26 +30,25 @@ Result<FileTransport::Filled> FileTransport::fill(const Place& source, const Fil
   return filled;
 }
 
-// Asked once for a folder, not for each file in it.
+// Asked once for a folder, not for each file in it; nor for a folder that the run has made like the last one.
 void FileTransport::enterFolder(const Place& destination) {
   const std::string_view folder = folderOf(destination.path);
   if (folder == lastFolder_) return;
   lastFolder_ = folder;
+  const auto kind = kindOf(destination);
+  const bool isLikeLast = kind && kind == lastKind_;
+  lastKind_ = kind;
+  if (isLikeLast) return;
   asMade_.reset();
   const auto inherits = destination.startsBare ? Result<bool>(false) : newEntriesInherit(files_, destination.folder);
   startBare_ = inherits && !*inherits;
 }
 
-// The file's own permissions at once where nobody gets more by them than in the end: the owner and group are right from
-// the beginning, and no ACL, not an inherited one either, gives the bits another meaning. Else nobody else's, until it
-// is dressed.
-std::uint32_t FileTransport::modeToMakeWith(const CatalogInfo& info) const {
-  constexpr std::uint32_t kPrivate = 0600, kPermissions = 0777;
-  const FileStatus& wanted = info.status;
-  const bool isPlain = info.attributes.empty() && info.unreadable.empty() && (wanted.mode & ~kPermissions) == 0 &&
-                       (wanted.mode & kPrivate) == kPrivate;
-  const bool isOurs = startBare_ && asMade_ && asMade_->owner == wanted.owner && asMade_->group == wanted.group;
-  return isPlain && isOurs ? wanted.mode : kPrivate;
+std::optional<FileTransport::FolderKind> FileTransport::kindOf(const Place& destination) {
+  constexpr std::uint32_t kGivesGroup = 02000;
+  if (!destination.startsBare || !destination.madeFolder) return std::nullopt;
+  const FileStatus& folder = *destination.madeFolder;
+  return FolderKind{folder.identity.device, folder.group, (folder.mode & kGivesGroup) != 0};
 }
 
 // The metadata come from before the first byte is read: what changes after that is newer than the copy says.

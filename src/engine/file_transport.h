@@ -35,7 +35,6 @@ class FileTransport {
   Result<Source> openSource(const Place& source, const FileStatus& seen);
   Result<void> fill(Source& source, const Place& sourcePlace, const Place& destination, Filled& filled);
   void enterFolder(const Place& destination);
-  [[nodiscard]] std::uint32_t modeToMakeWith(const CatalogInfo& info) const;
   Result<CatalogLoss> dress(const CatalogInfo& info, Filled& filled);
   Result<void> lookAtMade(const CatalogInfo& info, Filled& filled);
 
@@ -43,6 +42,15 @@ class FileTransport {
   DataCopy data_;
   // What is known of new files in the folder that came last.
   std::string lastFolder_;
+  // What decides on the owner and group of a new file besides who makes it; of folders that the run has made.
+  struct FolderKind {
+    std::uint64_t device;
+    std::uint32_t group;
+    bool givesGroup;
+    bool operator==(const FolderKind&) const = default;
+  };
+  static std::optional<FolderKind> kindOf(const Place& destination);
+  std::optional<FolderKind> lastKind_;
   bool startBare_ = false;            // they have no attributes that they were not given
   std::optional<FileStatus> asMade_;  // as one was that was made with the permissions madeWith_
   std::uint32_t madeWith_ = 0;

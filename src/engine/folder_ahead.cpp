@@ -128,7 +128,9 @@ void FolderAhead::add(const FrameStack& stack, Level& level, std::string name) {
   const bool stands = frame.destinationNames.find(name) == FileType::kFolder;
   const int destination = stands ? frame.destination.get() : -1;
   level.fetches.push_back(std::make_shared<FolderFetch>(run_, frame.source.get(), destination, std::move(name)));
-  run_.pool->add(level.fetches.back());
+  // Of small folders beside each other a thread finds several when it comes.
+  const bool areMany = level.window >= kMostAhead / 2;
+  run_.pool->add(level.fetches.back(), areMany ? WorkPool::Size::kTiny : WorkPool::Size::kWorthWaking);
   ++inAll_;
 }
 

@@ -48,6 +48,7 @@ struct FolderFrame {
   FolderMetadata metadata = FolderMetadata::kFromSource;
   // Whether what is made in the destination starts without attributes; unknown until it is asked for.
   std::optional<bool> entriesStartBare;
+  std::optional<FileStatus> folderAsMade;  // the last one that was made in the destination, unless it may inherit
 
   std::size_t next = 0;      // the source's name that comes next
   std::size_t passedBy = 0;  // of the names so far, those that are never copied

@@ -150,9 +150,11 @@ Result<void> FolderStep::makeFolder(FolderFrame& child, const WalkEntry& entry) 
   walk_.beforeWriting();
   if (entry.standing) walk_.copies.drain();
   const bool startsBare = walk_.entriesStartBare();
+  FolderFrame& parent = walk_.stack.top();
   LUMISK_TRY(auto made, walk_.copier.createMacintoshDirectory(walk_.stack.destinationPlace(entry.destinationName),
-                                                              entry.standing));
+                                                              entry.standing, child.sourceInfo, parent.folderAsMade));
   walk_.wroteAnything = true;
+  if (startsBare) parent.folderAsMade = made.status;
   takeMade(child, std::move(made), startsBare);
   return {};
 }

@@ -107,7 +107,9 @@ Place FrameStack::sourcePlace(const std::string& name) const {
 
 Place FrameStack::destinationPlace(const std::string& name) const {
   const FolderFrame& frame = *levels_.back().frame;
-  return {frame.destination.get(), name, paths::join(destination_, name), frame.entriesStartBare == true};
+  const bool isMade = frame.destinationState == DestinationState::kNew;
+  return {frame.destination.get(), name, paths::join(destination_, name), frame.entriesStartBare == true,
+          isMade ? &frame.destinationStatus : nullptr};
 }
 
 std::string_view FrameStack::belowDestinationRoot() const {

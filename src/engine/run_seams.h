@@ -14,6 +14,8 @@ struct Place {
   std::string path;
   // What is made in the folder is known to start without attributes (newEntriesInherit()).
   bool startsBare = false;
+  // The folder as this run has made it; null when it stood before. Valid as long as the descriptor.
+  const FileStatus* madeFolder = nullptr;
 };
 
 // Keeps the version that is about to be overwritten. Where it can, by a second name for the same file, so that the

@@ -38,7 +38,7 @@ void WorkPool::work() {
   for (;;) {
     waiting_.wait(lock, [this] { return ends_ || !tasks_.empty(); });
     if (ends_) return;
-    if (runNext(lock)) done_.notify_all();
+    runNext(lock);
   }
 }
 
@@ -61,6 +61,7 @@ void WorkPool::runUnlocked(Task& task, std::unique_lock<std::mutex>& lock) {
   }
   lock.lock();
   task.state_ = Task::State::kDone;
+  if (awaited_ == &task) done_.notify_one();
 }
 
 // What is done must not stay in the row: it may hold descriptors, and threads that get no processor take nothing off
@@ -71,13 +72,16 @@ bool WorkPool::takeOut(const Task& task) {
   return true;
 }
 
-void WorkPool::add(std::shared_ptr<Task> task) {
+void WorkPool::add(std::shared_ptr<Task> task, Size size) {
   if (threads_.empty()) return;  // finish() does it
+  constexpr std::size_t kWorthWakingTogether = 4;
+  bool wakes = false;
   {
     const std::lock_guard lock(mutex_);
     tasks_.push_back(std::move(task));
+    wakes = size == Size::kWorthWaking || tasks_.size() >= kWorthWakingTogether;
   }
-  waiting_.notify_one();
+  if (wakes) waiting_.notify_one();
 }
 
 void WorkPool::finish(Task& task) {
@@ -85,14 +89,20 @@ void WorkPool::finish(Task& task) {
   if (takeOut(task)) runUnlocked(task, lock);
   // Rather than wait for a thread that is at it, the run's own does what comes next.
   while (task.state_ != Task::State::kDone)
-    if (!runNext(lock)) done_.wait(lock);
+    if (!runNext(lock)) await(task, lock);
   if (task.thrown_) std::rethrow_exception(task.thrown_);
 }
 
 void WorkPool::drop(Task& task) {
   std::unique_lock lock(mutex_);
   if (takeOut(task)) task.state_ = Task::State::kDone;
+  await(task, lock);
+}
+
+void WorkPool::await(const Task& task, std::unique_lock<std::mutex>& lock) {
+  awaited_ = &task;
   done_.wait(lock, [&] { return task.state_ == Task::State::kDone; });
+  awaited_ = nullptr;
 }
 
 bool WorkPool::isDone(const Task& task) {

@@ -41,8 +41,10 @@ class WorkPool {
   // Beside the run's own: one for each core, up to four, or as many as the environment variable LUMISK_THREADS says.
   [[nodiscard]] static std::size_t usualThreads();
 
+  // A task that takes a thread less time than being woken for it is worth no waking: a few of those together are.
+  enum class Size : std::uint8_t { kWorthWaking, kTiny };
   // Begun in the order of adding. Kept by the caller, too, until finish() or drop() has returned.
-  void add(std::shared_ptr<Task> task);
+  void add(std::shared_ptr<Task> task, Size size = Size::kWorthWaking);
   // Returns when it has run; what it threw is thrown here.
   void finish(Task& task);
   // Returns when it will not run any more, or has run. For what a task uses must outlive it.
@@ -54,10 +56,12 @@ class WorkPool {
   bool takeOut(const Task& task);
   bool runNext(std::unique_lock<std::mutex>& lock);
   void runUnlocked(Task& task, std::unique_lock<std::mutex>& lock);
+  void await(const Task& task, std::unique_lock<std::mutex>& lock);
 
   std::mutex mutex_;
   std::condition_variable waiting_;  // a task was added, or the end has come
-  std::condition_variable done_;
+  std::condition_variable done_;     // the task that the run's thread awaits
+  const Task* awaited_ = nullptr;
   std::deque<std::shared_ptr<Task>> tasks_;  // that nobody has begun
   bool ends_ = false;
   std::vector<std::thread> threads_;

@@ -2,6 +2,8 @@
 
 #include <rapidcheck/gtest.h>
 
+#include <functional>
+
 namespace lumisk {
 namespace {
 
@@ -127,6 +129,28 @@ TEST(TemporaryNames, ExactlyTwelveDigits_AreOurs) {
   for (const char* name : {".lumisk-0123456789a", ".lumisk-0123456789abc", ".lumisk-0123456789ag", ".lumisk-target",
                            "lumisk-0123456789abc", ".lumisk-0123456789AB"})
     EXPECT_FALSE(isTemporaryName(name)) << name;
+}
+
+TEST(CopyRule_Permissions, WhereAnybodyWouldGetMoreThanInTheEnd_AreNobodyElsesAtFirst) {
+  CatalogInfo wanted;
+  wanted.status.owner = 1000;
+  wanted.status.group = 100;
+  wanted.status.mode = 0754;
+  const FileStatus like = wanted.status;
+  const auto mode = [&](CatalogInfo info) { return modeToMakeWith(info, like, 0700); };
+  EXPECT_EQ(mode(wanted), 0754u);
+  EXPECT_EQ(modeToMakeWith(wanted, {}, 0700), 0700u);
+  for (const auto& change : std::vector<std::function<void(CatalogInfo&)>>{
+           [](CatalogInfo& info) { info.status.owner = 0; }, [](CatalogInfo& info) { info.status.group = 0; },
+           [](CatalogInfo& info) { info.status.mode = 04755; }, [](CatalogInfo& info) { info.status.mode = 0555; },
+           [](CatalogInfo& info) {
+             info.attributes.push_back({"system.posix_acl_access", "x"});
+           },
+           [](CatalogInfo& info) { info.unreadable.emplace_back("user.tag"); }}) {
+    CatalogInfo other = wanted;
+    change(other);
+    EXPECT_EQ(mode(other), 0700u);
+  }
 }
 
 }  // namespace

@@ -4,9 +4,12 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <map>
+#include <mutex>
 
 #include "engine/hard_link_map.h"
 #include "engine/walk_fixture.h"
@@ -188,17 +191,61 @@ TEST_P(WalkShapesTest, FoldersThatTheirOwnerMayNotWriteTo_AreCarriedAndFollowed)
   }));
 }
 
-TEST_P(WalkShapesTest, NewFolder_IsPrivateUntilItHasItsOwnPermissions) {
-  makeTree(tree / "s", {{"d", Dir{{"x", File{"x", 0644}}}}});
-  ASSERT_EQ(chmod((tree / "s/d").c_str(), 0755), 0);
-  std::uint32_t mode = 0;
-  const auto look = [&] {
-    struct stat status {};
-    if (stat((tree / "t/s/d").c_str(), &status) == 0) mode = status.st_mode & 07777;
-  };
-  files.before(FileCall::kCreateFile, look);
+// The permissions that each of t/s/a to e had when the first entry was made in it.
+std::map<std::string, std::uint32_t> modesWhileFilled(FaultyFileCalls& files, const TempTree& tree,
+                                                      const std::function<void()>& backUp) {
+  std::map<std::string, std::uint32_t> modes;
+  std::mutex lock;
+  files.before(FileCall::kCreateFile,
+               [&] {
+                 const std::lock_guard guard(lock);
+                 for (const std::string name : {"a", "b", "c", "d", "e"}) {
+                   const std::string file = tree / ("t/s/" + name);
+                   struct stat status {};
+                   if (stat(file.c_str(), &status) == 0) modes.emplace(name, status.st_mode & 0777);
+                 }
+               },
+               {.times = FaultyFileCalls::kAlways});
   backUp();
-  EXPECT_EQ(mode, 0700u);
+  return modes;
+}
+
+void makeOpenFolders(const TempTree& tree) {
+  makeTree(tree / "s", {{"a", Dir{{"x", File{"x", 0644}}}},
+                        {"b", Dir{{"x", File{"x", 0644}}}},
+                        {"c", Dir{{"x", File{"x", 0644}}}},
+                        {"d", Dir{{"x", File{"x", 0644}}}},
+                        {"e", Dir{{"x", File{"x", 0644}}}}});
+  for (const char* name : {"s/a", "s/b", "s/c", "s/d", "s/e"}) ASSERT_EQ(chmod((tree / name).c_str(), 0755), 0);
+}
+
+TEST_P(WalkShapesTest, NewFolder_IsPrivateUnlessItIsLikeItsNeighboursWhoseOwnerIsKnown) {
+  makeOpenFolders(tree);
+  ASSERT_EQ(setxattr((tree / "s/d").c_str(), "user.tag", "red", 3, 0), 0);
+  ASSERT_EQ(chmod((tree / "s/e").c_str(), 0775), 0);
+  const bool isRoot = geteuid() == 0;
+  if (isRoot) {
+    ASSERT_EQ(chown((tree / "s/c").c_str(), 12345, 12345), 0);
+  }
+  const auto modes = modesWhileFilled(files, tree, [&] { backUp(); });
+  EXPECT_EQ(modes.at("a"), 0700u);
+  EXPECT_EQ(modes.at("b"), 0755u);
+  EXPECT_EQ(modes.at("c"), isRoot ? 0700u : 0755u);
+  EXPECT_EQ(modes.at("d"), 0700u);
+  EXPECT_EQ(modes.at("e"), 0700u);
+  ExpectSameTrees(tree / "s", tree / "t/s");
+}
+
+TEST_P(WalkShapesTest, FolderThatGetsAnotherGroupThanItsNeighbours_IsPrivateAtOnce) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs a second group";
+  makeOpenFolders(tree);
+  const auto giveGroup = [&] {
+    ASSERT_EQ(chown((tree / "t/s").c_str(), 0, 12345), 0);
+    ASSERT_EQ(chmod((tree / "t/s").c_str(), 02755), 0);
+  };
+  files.before(FileCall::kMakeFolder, giveGroup, {.name = "b"});
+  const auto modes = modesWhileFilled(files, tree, [&] { backUp(); });
+  EXPECT_EQ(modes.at("b"), 0700u);
   ExpectSameTrees(tree / "s", tree / "t/s");
 }
 
