@@ -71,8 +71,12 @@ void removeCloneStatus(FileCalls& files, const std::string& jobFile) {
 std::optional<CloneEnd> readCloneEnd(const std::string& jobFile) {
   const PropertyList status = statusOf(jobFile, CloneStatusFile::kEnd);
   if (status["kFinishCloneJob"].isNone()) return std::nullopt;
-  return CloneEnd{status["kFinishCloneJob"].boolean(), status["kErrorCode"].integer32(), status["kErrorMessage"].text(),
-                  status["kDifferences"].unsignedInteger()};
+  CloneEnd end{status["kFinishCloneJob"].boolean(), status["kErrorCode"].integer32(), status["kErrorMessage"].text(),
+               status["kDifferences"].unsignedInteger()};
+  if (!status["kCopied"].isNone())
+    end.counts = {status["kEntries"].unsignedInteger(), status["kCopied"].unsignedInteger(),
+                  status["kBytes"].unsignedInteger()};
+  return end;
 }
 
 RunningClone readRunningClone(const std::string& jobFile) {

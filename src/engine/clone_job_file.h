@@ -45,6 +45,12 @@ struct CloneEnd {
   OSStatus code = kNoError;
   std::string message;  // one line; may be empty
   std::uint64_t differences = 0;
+  struct Counts {
+    std::uint64_t entries = 0;
+    std::uint64_t copied = 0;
+    std::uint64_t bytes = 0;
+  };
+  std::optional<Counts> counts{};  // of a clone that has begun
 };
 // Nothing while the clone goes on; so is a file that cannot be read.
 [[nodiscard]] std::optional<CloneEnd> readCloneEnd(const std::string& jobFile);

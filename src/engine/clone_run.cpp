@@ -166,6 +166,11 @@ double CloneRun::checkCloneStatusWithDict(const PropertyList::Dictionary& job) {
   postProgress_(message);
   end_ = readCloneEnd(file);
   if (end_) _isCloneFinished = end_->isFinished;
+  if (end_ && end_->counts) {
+    report_.counts.entries = end_->counts->entries;
+    report_.counts.copied = end_->counts->copied;
+    report_.counts.bytes = end_->counts->bytes;
+  }
   return percent;
 }
 

@@ -78,6 +78,7 @@ Result<bool> DataCopy::clone(const Job& job) {
 Result<bool> DataCopy::copyAroundHoles(const Job& job) {
   FileCalls& files = run_.files;
   std::uint64_t end = job.size;
+  std::uint64_t endOfData = 0;
   for (std::uint64_t at = 0; at < end;) {
     const auto start = files.seekData(job.from.file, at);
     if (!start && start.error().code == ENXIO) break;
@@ -90,8 +91,11 @@ Result<bool> DataCopy::copyAroundHoles(const Job& job) {
     LUMISK_CHECK(about(job.to.place.path, files.seek(job.to.file, *start)));
     LUMISK_TRY(const std::uint64_t copied, copySpan(job, stop - *start));
     at = *start + copied;
+    endOfData = at;
     if (at < stop) end = at;  // it got shorter meanwhile
   }
+  // A file of the right size whose data a crash could still take away would pass for whole.
+  if (endOfData > 0 && endOfData < end) LUMISK_CHECK(about(job.to.place.path, files.syncFile(job.to.file)));
   LUMISK_CHECK(about(job.to.place.path, files.truncate(job.to.file, end)));
   return true;
 }

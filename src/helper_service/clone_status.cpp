@@ -50,7 +50,11 @@ void writeStatus(const CloneJob& job, StatusFile which, const PropertyList::Dict
 }  // namespace
 
 PropertyList::Dictionary endOfClone(const CloneReport& report) {
-  return endDictionary(codeOf(report.end), report.reason, report.differences);
+  auto end = endDictionary(codeOf(report.end), report.reason, report.differences);
+  end["kEntries"] = report.entries;
+  end["kCopied"] = report.copied;
+  end["kBytes"] = report.bytes;
+  return end;
 }
 
 void writeRefusal(const CloneJob& job, const Error& why, const LogLine& log) {

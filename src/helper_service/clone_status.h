@@ -25,7 +25,8 @@ class CloneStatus final : public CloneObserver {
 
   void lookForCancel();  // what the job file says of "kCancelStatus"; nothing else in it counts any more
   void writeProgress();  // "kEntries", "kBytes", "kCurrentFile"
-  // "kFinishCloneJob" (true only for a clone that is complete), "kErrorCode", "kErrorMessage", "kDifferences".
+  // "kFinishCloneJob" (true only for a clone that is complete), "kErrorCode", "kErrorMessage", "kDifferences";
+  // "kEntries", "kCopied", "kBytes": how much it was in the end.
   void writeEnd(const CloneReport& report);
 
  private:

@@ -100,15 +100,16 @@ TEST_F(CloneFixture, CloneThatFinishes_IsOrderedFollowedAndTold) {
         file("disk_1.plist"),
         PropertyList(PropertyList::Dictionary{{"kEntries", 7}, {"kBytes", 800}, {"kCurrentFile", "usr/bin"}})));
   };
-  finishAt(3);
+  atLook[3] = [&] { endWith({{"kFinishCloneJob", true}, {"kEntries", 9}, {"kCopied", 4}, {"kBytes", 900}}); };
 
   const RunReport report = f.runOnce();
   f.stop();
 
   EXPECT_TRUE(report.completed);
   EXPECT_EQ(report.errorCode, RunError::kNone);
-  EXPECT_EQ(report.counts.entries, 7U);
-  EXPECT_EQ(report.counts.bytes, 800U);
+  EXPECT_EQ(report.counts.entries, 9U);
+  EXPECT_EQ(report.counts.copied, 4U);
+  EXPECT_EQ(report.counts.bytes, 900U);
   EXPECT_EQ(helper.ordered, PropertyList(PropertyList::Dictionary{{"kSourcePath", source()},
                                                                   {"kTargetPath", target()},
                                                                   {"kTargetBSDPath", "/dev/b"},

@@ -95,6 +95,8 @@ TEST_P(FileCopierTest, FileWithHoles_StaysSparse) {
   ASSERT_TRUE(copy("a"));
   EXPECT_TRUE(readFile(tree / "s/a") == readFile(tree / "t/a"));
   EXPECT_LT(RunFixture::seen(target("a")).blocks * 512, kMegabyte);
+  // A crash must not leave the size without the data.
+  EXPECT_EQ(files.count(FileCall::kSyncFile), 1);
   // Where holes cannot be asked for, the same bytes arrive.
   files.fail(FileCall::kSeekData, EINVAL);
   files.fail(FileCall::kCloneFile, EOPNOTSUPP);

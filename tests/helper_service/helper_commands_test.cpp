@@ -61,6 +61,7 @@ CloneReport finished() {
   CloneReport report;
   report.end = CloneReport::End::kFinished;
   report.differences = 3;
+  report.copied = 4;
   return report;
 }
 
@@ -76,6 +77,7 @@ TEST_F(CloneCommandTest, Clone_RunsAfterTheResponse_AndTellsItsEndInTheUsersFile
   EXPECT_EQ(seen.targetPath, target_.path());
   EXPECT_TRUE(end()["kFinishCloneJob"].boolean());
   EXPECT_EQ(end()["kDifferences"].integer(), 3);
+  EXPECT_EQ(end()["kCopied"].integer(), 4);
   response.afterwards = {};
   EXPECT_TRUE(isAtEnd(response));
   struct stat status {};
