@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Descriptor client(ends[0]);
   require(::send(ends[0], sent.data(), sent.size(), 0) == static_cast<ssize_t>(sent.size()), "not sent");
   ::shutdown(ends[0], SHUT_WR);
-  serveHelperConnection(tool(), Descriptor(ends[1]), {::getuid(), ::getgid(), ::getpid(), -1});
+  serveHelperConnection(tool(), Descriptor(ends[1]), {::getuid(), ::getgid(), ::getpid()});
   const auto response = readDictionary(ends[0], std::chrono::steady_clock::now() + std::chrono::seconds(5));
   require(response.has_value(), "no response");
   const bool isVersion = response->find("Version") != response->end();
