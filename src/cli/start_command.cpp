@@ -43,20 +43,20 @@ Checked<Ending> stopJob(const NamedJob& options, CommandIo& io) {
   return Ending::kDone;
 }
 
-Checked<Ending> pauseJob(const NamedJob& options, CommandIo& io) {
+Checked<Ending> askOfRun(const NamedJob& options, CommandIo& io, RequestAction action, const char* saying) {
   LUMISK_TRY(AskedJob job, askedJob(options.name, io));
-  LUMISK_TRY(const PropertyList answer, job.instance.ask(RequestAction::kPause, {{kRequestUuidKey, job.uuid}}));
+  LUMISK_TRY(const PropertyList answer, job.instance.ask(action, {{kRequestUuidKey, job.uuid}}));
   if (resultOf(answer) != RequestResult::kDone) return refusedBy(answer, options.name);
-  io.out << "Pausing the job " << displayText(options.name) << '\n';
+  io.out << saying << displayText(options.name) << '\n';
   return Ending::kDone;
 }
 
+Checked<Ending> pauseJob(const NamedJob& options, CommandIo& io) {
+  return askOfRun(options, io, RequestAction::kPause, "Pausing the job ");
+}
+
 Checked<Ending> resumeJob(const NamedJob& options, CommandIo& io) {
-  LUMISK_TRY(AskedJob job, askedJob(options.name, io));
-  LUMISK_TRY(const PropertyList answer, job.instance.ask(RequestAction::kResume, {{kRequestUuidKey, job.uuid}}));
-  if (resultOf(answer) != RequestResult::kDone) return refusedBy(answer, options.name);
-  io.out << "Resuming the job " << displayText(options.name) << '\n';
-  return Ending::kDone;
+  return askOfRun(options, io, RequestAction::kResume, "Resuming the job ");
 }
 
 }  // namespace

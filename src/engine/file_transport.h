@@ -32,6 +32,14 @@ class FileTransport {
     Descriptor file;
     CatalogInfo info;
   };
+  // What decides on the owner and group of a new file besides who makes it; of folders that the run has made.
+  struct FolderKind {
+    std::uint64_t device;
+    std::uint32_t group;
+    bool givesGroup;
+    bool operator==(const FolderKind&) const = default;
+  };
+  static std::optional<FolderKind> kindOf(const Place& destination);
   Result<Source> openSource(const Place& source, const FileStatus& seen);
   Result<void> fill(Source& source, const Place& sourcePlace, const Place& destination, Filled& filled);
   void enterFolder(const Place& destination);
@@ -42,14 +50,6 @@ class FileTransport {
   DataCopy data_;
   // What is known of new files in the folder that came last.
   std::string lastFolder_;
-  // What decides on the owner and group of a new file besides who makes it; of folders that the run has made.
-  struct FolderKind {
-    std::uint64_t device;
-    std::uint32_t group;
-    bool givesGroup;
-    bool operator==(const FolderKind&) const = default;
-  };
-  static std::optional<FolderKind> kindOf(const Place& destination);
   std::optional<FolderKind> lastKind_;
   bool startBare_ = false;            // they have no attributes that they were not given
   std::optional<FileStatus> asMade_;  // as one was that was made with the permissions madeWith_

@@ -17,7 +17,8 @@ void RunProblems::refuse(const std::string& path, const std::string& text) {
   report_.problemText = text;
 }
 
-void RunProblems::noteUnreadable(const std::string& source, bool isNormal) {
+void RunProblems::noteUnreadable(const std::string& source, CopyMethod method) {
+  const bool isNormal = method == CopyMethod::kNormal;
   const std::string path = shown(source);
   run_.log.write(isNormal ? "ERROR: the source file/directory \"%s\" isn't readable\n"
                           : "ERROR: the path \"%s\" isn't readable.\n",

@@ -15,8 +15,8 @@ class RunProblems {
 
   // The run must not be; `path` is the folder at fault, or "". Not logged.
   void refuse(const std::string& path, const std::string& text);
-  // A source. `isNormal`: in a run that was asked for all sources.
-  void noteUnreadable(const std::string& source, bool isNormal);
+  // A source, in a run that was asked for in this way.
+  void noteUnreadable(const std::string& source, CopyMethod method);
   // It is not the one that the job knows, or no longer.
   void noteSource(const std::string& source, const std::string& text);
   void noteTarget(const std::string& target, const std::string& text);

@@ -264,7 +264,7 @@ void RunSequence::walkSource(const Pair& pair) {
   run_.log.write("%s: source path     : %s\n", name, shown(paths::join(pair.source, pair.part)).c_str());
   run_.log.write("%s: destination path: %s\n", name, shown(pair.target).c_str());
   const auto kind = checkSource(run_.files, pair.source);
-  if (!kind) return problems_.noteUnreadable(pair.source, request_.method == CopyMethod::kNormal);
+  if (!kind) return problems_.noteUnreadable(pair.source, request_.method);
   if (!isKnownSource(pair.source)) return;
   const auto target = targets_.usable(pair.target);
   if (!target) return noteMissingTarget(pair.target);
